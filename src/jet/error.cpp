@@ -8,6 +8,8 @@ namespace {
 // Texts as a French Windows shows them; '|' marks where the argument goes.
 const std::map<int, std::string_view>& texts() {
   static const std::map<int, std::string_view> table{
+      {6, "Dépassement de capacité."},
+      {13, "Type incompatible."},
       {3010, "La table '|' existe déjà."},
       {3021, "Aucun enregistrement en cours."},
       {3022,

@@ -10,6 +10,8 @@ namespace jet {
 
 // Jet error numbers the engine raises. The French texts live in error.cpp.
 enum class ErrorCode : int {
+  Overflow = 6,
+  TypeMismatch = 13,
   NoCurrentRecord = 3021,
   DuplicateKey = 3022,
   FileNotFound = 3024,

@@ -1,0 +1,44 @@
+// A Jet 4 database file opened for reading: header, catalog and tables.
+// open() refuses anything that is not a Jet 4 database: 3024 missing file, 3044 missing
+// folder, 3343 other format (Jet 3, ACE, not a database), 3049 damaged (empty, truncated,
+// inconsistent catalog), 3045/3356 locked (see FilePager).
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jet/catalog.h"
+#include "jet/header.h"
+#include "jet/pager.h"
+#include "jet/table.h"
+
+namespace jet {
+
+struct OpenOptions {
+  bool exclusive = false;
+  bool read_only = true;  // the only mode of this release
+};
+
+class Database {
+ public:
+  static std::unique_ptr<Database> open(const std::string& path, OpenOptions options = {});
+
+  const std::string& path() const noexcept { return path_; }
+  const DatabaseHeader& header() const noexcept { return header_; }
+  Pager& pager() noexcept { return *pager_; }
+  const Catalog& catalog() const noexcept { return *catalog_; }
+
+  std::vector<std::string> table_names(bool with_system = false) const;
+  // Opens a local table by name (case-insensitive); 3078 when there is none.
+  Table table(std::string_view name);
+
+ private:
+  Database() = default;
+  std::string path_;
+  DatabaseHeader header_;
+  std::unique_ptr<Pager> pager_;
+  std::unique_ptr<Catalog> catalog_;
+};
+
+}  // namespace jet

@@ -1,0 +1,136 @@
+// Page access. A database file is a sequence of fixed-size pages; everything above this layer
+// reads pages through a Pager and never touches the file. Pages are immutable snapshots
+// (shared, cheap to copy); a later write layer puts an overlay of modified pages in front of
+// the file without changing this interface.
+//
+// Every accessor is bounds-checked: reading outside a page throws jet::Error 3049
+// (database damaged) naming the file and the page, never reads past the buffer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace jet {
+
+using PageNumber = std::uint32_t;
+
+// Throws jet::Error 3049 for `file` with `detail` (French) appended to the standard text.
+[[noreturn]] void throw_damaged(const std::string& file, std::string_view detail);
+
+// A read-only view of bytes inside one page, with checked little-endian readers.
+// `offset` arguments are relative to the view.
+class ByteView {
+ public:
+  ByteView() = default;
+  ByteView(const std::uint8_t* data, std::size_t size, PageNumber page,
+           const std::string* file)
+      : data_(data), size_(size), page_(page), file_(file) {}
+
+  std::size_t size() const noexcept { return size_; }
+  const std::uint8_t* data() const noexcept { return data_; }
+  PageNumber page() const noexcept { return page_; }
+
+  std::uint8_t u8(std::size_t offset) const { check(offset, 1); return data_[offset]; }
+  std::uint16_t u16(std::size_t offset) const;
+  std::uint32_t u24(std::size_t offset) const;
+  std::uint32_t u32(std::size_t offset) const;
+  std::uint64_t u64(std::size_t offset) const;
+  // A checked sub-range [offset, offset + length).
+  ByteView sub(std::size_t offset, std::size_t length) const;
+  std::vector<std::uint8_t> copy() const { return {data_, data_ + size_}; }
+  std::span<const std::uint8_t> span() const noexcept { return {data_, size_}; }
+
+  // Throws 3049 "page N : <what>" unless [offset, offset + length) lies inside the view.
+  void check(std::size_t offset, std::size_t length) const {
+    if (offset > size_ || length > size_ - offset) fail(offset, length);
+  }
+  [[noreturn]] void damaged(std::string_view what) const;
+
+ private:
+  [[noreturn]] void fail(std::size_t offset, std::size_t length) const;
+  const std::uint8_t* data_ = nullptr;
+  std::size_t size_ = 0;
+  PageNumber page_ = 0;
+  const std::string* file_ = nullptr;
+};
+
+// One page of the file. Copies share the buffer.
+class Page {
+ public:
+  Page() = default;
+  Page(PageNumber number, std::shared_ptr<const std::vector<std::uint8_t>> bytes,
+       std::shared_ptr<const std::string> file)
+      : number_(number), bytes_(std::move(bytes)), file_(std::move(file)) {}
+
+  PageNumber number() const noexcept { return number_; }
+  std::size_t size() const noexcept { return bytes_ ? bytes_->size() : 0; }
+  std::uint8_t kind_byte() const { return view().u8(0); }
+  ByteView view() const {
+    return bytes_ ? ByteView(bytes_->data(), bytes_->size(), number_, file_.get())
+                  : ByteView(nullptr, 0, number_, file_.get());
+  }
+  const std::string& file() const;
+
+ private:
+  PageNumber number_ = 0;
+  std::shared_ptr<const std::vector<std::uint8_t>> bytes_;
+  std::shared_ptr<const std::string> file_;
+};
+
+// Source of pages. Implementations: FilePager (a file on disk); later a write overlay.
+class Pager {
+ public:
+  virtual ~Pager() = default;
+  virtual std::size_t page_size() const noexcept = 0;
+  virtual PageNumber page_count() const noexcept = 0;
+  // The file name used in error texts.
+  virtual const std::string& file_name() const noexcept = 0;
+  // Page `number`; throws 3049 when it lies beyond the end of the file.
+  virtual Page read(PageNumber number) = 0;
+};
+
+enum class OpenMode {
+  Shared,     // other openers allowed, unless one holds the file exclusively
+  Exclusive,  // no other opener, in this process or another
+};
+
+// Pages read from a database file, with a small cache. Opening takes an OS advisory lock
+// (flock, which works on read-only descriptors and between descriptors of one process):
+// - Exclusive asks for a lock of its own; if anyone has the file open -> 3045 (file
+//   already in use), which is what Windows reports when the share mode denies access.
+// - Shared asks for a shared lock; if someone holds the file exclusively -> 3356 (opened
+//   exclusively by another user), which Jet reports for a shared opener in that case.
+// Missing file -> 3024, missing folder -> 3044, unreadable -> 3045 (access denied).
+class FilePager final : public Pager {
+ public:
+  FilePager(const std::string& path, std::size_t page_size, OpenMode mode);
+  ~FilePager() override;
+  FilePager(const FilePager&) = delete;
+  FilePager& operator=(const FilePager&) = delete;
+
+  std::size_t page_size() const noexcept override { return page_size_; }
+  PageNumber page_count() const noexcept override { return page_count_; }
+  const std::string& file_name() const noexcept override { return *name_; }
+  Page read(PageNumber number) override;
+
+  // Bytes [0, length) of the file, for the header probe before the page size is known.
+  static std::vector<std::uint8_t> read_prefix(const std::string& path, std::size_t length);
+
+ private:
+  int fd_ = -1;
+  std::size_t page_size_;
+  PageNumber page_count_ = 0;
+  std::shared_ptr<const std::string> name_;
+  struct Cache;
+  std::unique_ptr<Cache> cache_;
+};
+
+// Maps the failure to open `path` (errno) to the Jet error a French Windows shows.
+[[noreturn]] void throw_open_error(const std::string& path, int error_number);
+
+}  // namespace jet

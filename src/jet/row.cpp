@@ -1,0 +1,151 @@
+#include "jet/row.h"
+
+#include <cstring>
+#include <set>
+#include <string>
+
+#include "jet/data_page.h"
+#include "jet/long_value.h"
+#include "jet/text_codec.h"
+
+namespace jet {
+namespace {
+
+constexpr int kMaxOverflowHops = 16;
+
+// Bytes a fixed-length column occupies (0 for Yes/No: its value is the null-mask bit).
+std::size_t fixed_size(const ColumnDef& column) {
+  switch (column.type) {
+    case ColumnType::Boolean: return 0;
+    case ColumnType::Byte: return 1;
+    case ColumnType::Integer: return 2;
+    case ColumnType::Long: case ColumnType::Single: return 4;
+    case ColumnType::Currency: case ColumnType::Double: case ColumnType::DateTime: return 8;
+    case ColumnType::Guid: return 16;
+    case ColumnType::Numeric: return 17;
+    default: return column.length;
+  }
+}
+
+template <class T>
+T load(const ByteView& bytes, std::size_t offset) {
+  bytes.check(offset, sizeof(T));
+  T value;
+  std::memcpy(&value, bytes.data() + offset, sizeof(T));
+  return value;
+}
+
+Decimal decode_decimal(const ColumnDef& column, const ByteView& bytes) {
+  Decimal d;
+  d.negative = bytes.u8(0) & 0x80;
+  d.scale = column.scale;
+  // Four little-endian 32-bit words, most significant first.
+  for (int word = 0; word < 4; ++word)
+    d.magnitude = (d.magnitude << 32) | bytes.u32(1 + 4 * static_cast<std::size_t>(word));
+  return d;
+}
+
+}  // namespace
+
+Value decode_field(const ColumnDef& column, const ByteView& bytes) {
+  switch (column.type) {
+    case ColumnType::Boolean: return Value::boolean(true);
+    case ColumnType::Byte: return Value::byte(bytes.u8(0));
+    case ColumnType::Integer: return Value::integer(static_cast<std::int16_t>(bytes.u16(0)));
+    case ColumnType::Long: return Value::long_(static_cast<std::int32_t>(bytes.u32(0)));
+    case ColumnType::Currency: return Value::currency(static_cast<std::int64_t>(bytes.u64(0)));
+    case ColumnType::Single: return Value::single(load<float>(bytes, 0));
+    case ColumnType::Double: return Value::double_(load<double>(bytes, 0));
+    case ColumnType::DateTime: return Value::date(load<double>(bytes, 0));
+    case ColumnType::Guid: {
+      Guid g;
+      bytes.check(0, 16);
+      std::memcpy(g.bytes.data(), bytes.data(), 16);
+      return Value::guid(g);
+    }
+    case ColumnType::Numeric: return Value::decimal(decode_decimal(column, bytes));
+    case ColumnType::Text: return Value::text(decode_stored_text(bytes.span()));
+    case ColumnType::Binary: return Value::binary(bytes.copy());
+    case ColumnType::Memo: case ColumnType::Ole: break;
+  }
+  bytes.damaged("valeur longue décodée hors de sa ligne");
+}
+
+Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
+  const std::uint16_t stored_columns = bytes.u16(0);
+  const std::size_t mask_size = (std::size_t{stored_columns} + 7) / 8;
+  if (mask_size + 2 > bytes.size()) bytes.damaged("masque des valeurs nulles hors de la ligne");
+  const std::size_t mask_at = bytes.size() - mask_size;
+  auto present = [&](std::uint16_t number) {
+    if (number >= stored_columns) return false;  // column added after this row was written
+    return ((bytes.u8(mask_at + number / 8) >> (number % 8)) & 1) != 0;
+  };
+
+  // Variable-length columns: count, then offsets (reversed, last one is the end of data).
+  std::uint16_t var_count = 0;
+  std::size_t var_table = 0;
+  std::size_t fixed_end = mask_at;
+  if (def.variable_columns > 0) {
+    if (mask_at < 4) bytes.damaged("table des colonnes variables hors de la ligne");
+    var_count = bytes.u16(mask_at - 2);
+    if (std::size_t{var_count} * 2 + 4 > mask_at) bytes.damaged("table des colonnes variables hors de la ligne");
+    var_table = mask_at - 4;  // offset of variable column 0; column i at var_table - 2*i
+    fixed_end = bytes.u16(var_table);  // first variable column, or the end of data
+  }
+  auto var_offset = [&](std::size_t i) { return std::size_t{bytes.u16(var_table - 2 * i)}; };
+
+  Row row;
+  row.reserve(def.columns.size());
+  for (const ColumnDef& column : def.columns) {
+    const bool bit = present(column.number);
+    if (column.type == ColumnType::Boolean) {
+      row.push_back(column.number < stored_columns ? Value::boolean(bit) : Value::null());
+      continue;
+    }
+    if (!bit) { row.push_back(Value::null()); continue; }
+    ByteView field;
+    if (column.is_fixed()) {
+      const std::size_t start = 2 + std::size_t{column.fixed_offset};
+      const std::size_t size = fixed_size(column);
+      if (start + size > fixed_end) bytes.damaged("colonne fixe « " + column.name + " » hors de la ligne");
+      field = bytes.sub(start, size);
+    } else {
+      if (column.var_index >= var_count) { row.push_back(Value::null()); continue; }
+      const std::size_t start = var_offset(column.var_index);
+      const std::size_t end = var_offset(std::size_t{column.var_index} + 1);
+      if (start > end || end > mask_at) bytes.damaged("colonne variable « " + column.name + " » hors de la ligne");
+      field = bytes.sub(start, end - start);
+    }
+    if (is_long_value(column.type)) {
+      if (field.size() == 0) { row.push_back(column.type == ColumnType::Memo ? Value::text({}) : Value::binary({})); continue; }
+      std::vector<std::uint8_t> data = read_long_value(pager, field);
+      if (column.type == ColumnType::Memo) row.push_back(Value::text(decode_stored_text(data)));
+      else row.push_back(Value::binary(std::move(data)));
+    } else {
+      row.push_back(decode_field(column, field));
+    }
+  }
+  return row;
+}
+
+std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_page, Page* keep_alive) {
+  for (int hop = 0; hop <= kMaxOverflowHops; ++hop) {
+    *keep_alive = pager.read(id.page);
+    const DataPage page(*keep_alive);
+    if (page.owner() != owner_page)
+      keep_alive->view().damaged("la page n'appartient pas à la table de la page " + std::to_string(owner_page));
+    if (id.row >= page.row_count() || page.deleted(id.row)) return std::nullopt;
+    if (!page.overflow(id.row)) return page.row_bytes(id.row);
+    id = page.overflow_target(id.row);
+  }
+  pager.read(id.page).view().damaged("chaîne de lignes déplacées trop longue ou circulaire");
+}
+
+std::optional<Row> read_row(Pager& pager, const TableDef& def, RowId id) {
+  Page keep;
+  auto bytes = locate_row(pager, id, def.page, &keep);
+  if (!bytes) return std::nullopt;
+  return decode_row(pager, def, *bytes);
+}
+
+}  // namespace jet
