@@ -1,0 +1,78 @@
+#include "jet/sql/sql_error.h"
+
+#include <string>
+
+namespace jet::sql {
+namespace {
+
+// French texts; '|' marks where the argument goes.
+std::string_view text_of(SqlError code) {
+  switch (code) {
+    case SqlError::InvalidProcedureCall: return "Argument ou appel de procédure incorrect";
+    case SqlError::Overflow: return "Dépassement de capacité";
+    case SqlError::DivisionByZero: return "Division par zéro";
+    case SqlError::TypeMismatch: return "Type incompatible";
+    case SqlError::InvalidUseOfNull: return "Utilisation incorrecte de Null";
+    case SqlError::ExpressionSyntax:
+      return "Erreur de syntaxe (opérateur absent) dans l'expression '|'.";
+    case SqlError::ExpressionStringSyntax:
+      return "Erreur de syntaxe dans la chaîne dans l'expression '|'.";
+    case SqlError::ExpressionDateSyntax:
+      return "Erreur de syntaxe dans la date dans l'expression '|'.";
+    case SqlError::ExpressionCommaSyntax:
+      return "Erreur de syntaxe (virgule) dans l'expression '|'.";
+    case SqlError::UndefinedFunction: return "Fonction '|' non définie dans l'expression.";
+    case SqlError::InvalidStatement:
+      return "Instruction SQL non valide ; 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT' ou 'UPDATE' "
+             "attendu.";
+    case SqlError::FromClauseSyntax: return "Erreur de syntaxe dans la clause FROM.";
+    case SqlError::InsertSyntax: return "Erreur de syntaxe dans l'instruction INSERT INTO.";
+    case SqlError::OrderByClauseSyntax: return "Erreur de syntaxe dans la clause ORDER BY.";
+    case SqlError::SelectSyntax:
+      return "L'instruction SELECT inclut un mot réservé ou un nom d'argument mal orthographié ou "
+             "manquant, ou la ponctuation est incorrecte.";
+    case SqlError::CharactersAfterEnd: return "Caractères trouvés après la fin de l'instruction SQL.";
+    case SqlError::UpdateSyntax: return "Erreur de syntaxe dans l'instruction UPDATE.";
+    case SqlError::ConstraintSyntax: return "Erreur de syntaxe dans la clause CONSTRAINT.";
+    case SqlError::CreateTableSyntax: return "Erreur de syntaxe dans l'instruction CREATE TABLE.";
+    case SqlError::CreateIndexSyntax: return "Erreur de syntaxe dans l'instruction CREATE INDEX.";
+    case SqlError::FieldDefinitionSyntax: return "Erreur de syntaxe dans la définition de champ.";
+    case SqlError::AlterTableSyntax: return "Erreur de syntaxe dans l'instruction ALTER TABLE.";
+    case SqlError::ValueCountMismatch:
+      return "Le nombre de valeurs de la requête et le nombre de champs de destination sont "
+             "différents.";
+    case SqlError::DropSyntax:
+      return "Erreur de syntaxe dans l'instruction DROP TABLE ou DROP INDEX.";
+    case SqlError::CriteriaTypeMismatch:
+      return "Type de données incompatible dans l'expression du critère.";
+  }
+  return "Erreur de syntaxe.";
+}
+
+int number_of(SqlError code) {
+  switch (code) {
+    case SqlError::ExpressionStringSyntax:
+    case SqlError::ExpressionDateSyntax:
+    case SqlError::ExpressionCommaSyntax:
+      return 3075;
+    default:
+      return static_cast<int>(code);
+  }
+}
+
+}  // namespace
+
+jet::Error sql_error(SqlError code, std::string_view argument) {
+  std::string text;
+  for (char c : text_of(code)) {
+    if (c == '|') text += argument;
+    else text += c;
+  }
+  return jet::Error(number_of(code), std::move(text));
+}
+
+jet::Error too_few_parameters(int missing) {
+  return jet::Error(jet::ErrorCode::TooFewParameters, std::to_string(missing));
+}
+
+}  // namespace jet::sql
