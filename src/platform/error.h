@@ -74,6 +74,7 @@ Error fromJet(const jet::Error& error);
 // Inside a catch block: the current exception as the error object VB's trap would hold.
 // platform::Error and jet::Error keep their number and text; std::bad_alloc becomes 7;
 // a filesystem failure becomes 75; anything else becomes 5 with its message as text.
+// A ProgramEnd (VB's End) is rethrown: ending the program is not an error.
 Error currentError();
 
 // The number the program's error reports display: number + 2147221504 in 32-bit signed

@@ -45,8 +45,8 @@ class Registry {
 
 // "WScript.Shell"'s RegRead: `name` is a full value path such as
 // "HKEY_LOCAL_MACHINE\SOFTWARE\Ortavia\Donnees" (a trailing "\" names the key's default
-// value). Strings come back as they are stored, dwords as their decimal text (the variant VB
-// turns into text). A missing value, key or registry file raises platform::Error with the
+// value). Strings come back as they are stored, dwords as the decimal text of the signed Long
+// VB receives. A missing value, key or registry file raises platform::Error with the
 // number WScript raises (-2147024894) and its French text naming the path.
 std::string RegRead(const Registry& registry, std::string_view name);
 

@@ -1,8 +1,10 @@
 // "Scripting.TextStream": a text file open for reading, writing or appending. Text is UTF-8 in
 // the program and Windows-1252 on disk (or UTF-16LE with BOM for Unicode streams); WriteLine
-// ends lines with CR LF. ReadLine takes CR LF, LF or a lone CR as a line end.
+// ends lines with CR LF. ReadLine takes CR LF, LF or a lone CR as a line end. Every write goes
+// to the file at once, so a log is complete up to its last line whatever happens next.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -39,13 +41,14 @@ class TextStream {
   bool isOpen() const { return file_ != nullptr; }
 
  private:
-  int peekByte() const;
   void requireMode(bool writing) const;
   void writeBytes(std::string_view utf8);
 
-  std::FILE* file_ = nullptr;
+  std::FILE* file_ = nullptr;  // open for writing or appending, or (reading) until Close
   IOMode mode_ = IOMode::ForReading;
   bool unicode_ = false;
+  std::string content_;  // reading: the whole file, read at open
+  std::size_t pos_ = 0;
 };
 
 }  // namespace platform

@@ -34,6 +34,18 @@ struct WinPath {
 // patterns, where only the last component may hold them).
 std::optional<WinPath> ParseWinPath(std::string_view text, bool allowWildcards = false);
 
+// Text helpers on paths exactly as the program wrote them (nothing normalized, so what the
+// program shows stays its own text):
+bool EndsWithSeparator(std::string_view path);
+// "C:\Quelis\" -> "C:\Quelis"; a root keeps its separator ("C:\"); "\\srv\part\" -> "\\srv\part".
+std::string WithoutTrailingSeparator(std::string_view path);
+// FileSystemObject.BuildPath: one "\" between folder and name, none added after "\" or ":".
+std::string ChildPath(std::string_view folder, std::string_view name);
+// The last component ("" for a root), trailing separators ignored.
+std::string LastComponent(std::string_view path);
+// FileSystemObject.GetParentFolderName: "C:\a\b" -> "C:\a", "C:\a" -> "C:\", "C:\" -> "".
+std::string ParentPathText(std::string_view path);
+
 // DOS wildcard match of a file name: '*' any run, '?' one character, case-blind; "*.*"
 // matches every name, including names without a dot.
 bool MatchesWildcard(std::string_view name, std::string_view pattern);

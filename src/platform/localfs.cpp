@@ -1,0 +1,112 @@
+#include "platform/localfs.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "platform/error.h"
+#include "platform/filelock.h"
+#include "platform/vbstring.h"
+
+namespace fs = std::filesystem;
+
+namespace platform::localfs {
+
+std::optional<std::string> findEntry(const fs::path& folder, std::string_view name) {
+  std::error_code ec;
+  if (fs::exists(fs::symlink_status(folder / std::string(name), ec))) return std::string(name);
+  std::optional<std::string> found;
+  for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+    std::string candidate = it->path().filename().string();
+    if (EqualsNoCase(candidate, name)) {
+      // Several entries may differ only by case on Linux; take the first in Windows order.
+      if (!found || CompareNtfsOrder(candidate, *found) < 0 ||
+          (CompareNtfsOrder(candidate, *found) == 0 && candidate < *found))
+        found = std::move(candidate);
+    }
+  }
+  return found;
+}
+
+std::vector<Entry> list(const fs::path& folder) {
+  std::error_code ec;
+  fs::directory_iterator it(folder, ec);
+  if (ec) throw Error(ErrorCode::PathNotFound);
+  std::vector<Entry> entries;
+  for (fs::directory_iterator end; it != end; it.increment(ec)) {
+    if (ec) throw Error(ErrorCode::PathFileAccessError);
+    entries.push_back({it->path().filename().string(), isFolder(it->path())});
+  }
+  std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+    const int c = CompareNtfsOrder(a.name, b.name);
+    return c != 0 ? c < 0 : a.name < b.name;
+  });
+  return entries;
+}
+
+bool isFile(const fs::path& p) {
+  std::error_code ec;
+  return fs::is_regular_file(p, ec);
+}
+
+bool isFolder(const fs::path& p) {
+  std::error_code ec;
+  return fs::is_directory(p, ec);
+}
+
+bool exists(const fs::path& p) {
+  std::error_code ec;
+  return fs::exists(p, ec);
+}
+
+}  // namespace platform::localfs
+
+namespace platform::localfs {
+
+bool isReadOnly(const fs::path& p) {
+  std::error_code ec;
+  const auto st = fs::status(p, ec);
+  return !ec && (st.permissions() & fs::perms::owner_write) == fs::perms::none;
+}
+
+void clearReadOnly(const fs::path& p) {
+  std::error_code ec;
+  fs::permissions(p, fs::perms::owner_write, fs::perm_options::add, ec);
+}
+
+void copyFile(const fs::path& from, const fs::path& to) {
+  std::error_code ec;
+  if (!isFile(from)) throw Error(ErrorCode::FileNotFound);
+  fs::copy_file(from, to, fs::copy_options::overwrite_existing, ec);
+  if (ec) {
+    if (ec == std::errc::no_space_on_device) throw Error(ErrorCode::DiskFull);
+    if (ec == std::errc::no_such_file_or_directory) throw Error(ErrorCode::PathNotFound);
+    throw Error(ErrorCode::PermissionDenied);
+  }
+  const auto when = fs::last_write_time(from, ec);
+  if (!ec) fs::last_write_time(to, when, ec);  // Windows keeps the copy's modification time
+}
+
+void moveEntry(const fs::path& from, const fs::path& to) {
+  std::error_code ec;
+  fs::rename(from, to, ec);
+  if (!ec) return;
+  if (ec != std::errc::cross_device_link) throw Error(ErrorCode::PermissionDenied);
+  fs::copy(from, to, fs::copy_options::recursive, ec);
+  if (ec) {
+    fs::remove_all(to, ec);
+    throw Error(ErrorCode::PermissionDenied);
+  }
+  fs::remove_all(from, ec);
+  if (ec) throw Error(ErrorCode::PermissionDenied);
+}
+
+bool treeHasBlockedFile(const fs::path& folder, bool readOnlyCounts) {
+  std::error_code ec;
+  for (fs::recursive_directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+    if (!it->is_regular_file(ec)) continue;
+    if ((readOnlyCounts && isReadOnly(it->path())) || IsLockedByAnother(it->path())) return true;
+  }
+  return false;
+}
+
+}  // namespace platform::localfs

@@ -1,0 +1,46 @@
+// Linux-side helpers shared by the file services: case-blind lookup of a name in a folder and
+// folder listings in the order Windows gives them.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform::localfs {
+
+// The name of the entry of `folder` that matches `name` without regard to case (an exact
+// match preferred), nullopt when none or when `folder` cannot be read.
+std::optional<std::string> findEntry(const std::filesystem::path& folder, std::string_view name);
+
+struct Entry {
+  std::string name;
+  bool isFolder = false;
+};
+
+// The entries of a folder in NTFS order (symlinks followed for the file/folder test).
+// Raises platform::Error(PathNotFound) when the folder cannot be read.
+std::vector<Entry> list(const std::filesystem::path& folder);
+
+// lstat-free type tests that never throw.
+bool isFile(const std::filesystem::path& p);
+bool isFolder(const std::filesystem::path& p);
+bool exists(const std::filesystem::path& p);
+
+// The Windows read-only attribute maps to the owner's write permission.
+bool isReadOnly(const std::filesystem::path& p);
+void clearReadOnly(const std::filesystem::path& p);
+
+// Copies a file's content and modification time over `to` (replaced when present).
+// Raises platform::Error: 53 source unreadable, 70 destination not writable, 61 disk full.
+void copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// Renames, or copies then deletes when the two places are on different Linux file systems.
+void moveEntry(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// A file or folder inside `folder` (recursively) that another process holds locked, or a
+// read-only file when `readOnlyCounts`; used before deleting or moving a whole tree.
+bool treeHasBlockedFile(const std::filesystem::path& folder, bool readOnlyCounts);
+
+}  // namespace platform::localfs

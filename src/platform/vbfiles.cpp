@@ -1,0 +1,137 @@
+#include "platform/vbfiles.h"
+
+#include "platform/error.h"
+#include "platform/filelock.h"
+#include "platform/localfs.h"
+#include "platform/vbstring.h"
+
+namespace fs = std::filesystem;
+
+namespace platform {
+namespace {
+
+[[noreturn]] void fail(ErrorCode code) { throw Error(code); }
+
+ResolvedPath onDrive(const Workstation& ws, std::string_view path, bool allowWildcards = false) {
+  ResolvedPath r = ws.resolve(path, allowWildcards);
+  if (!r.rootExists) fail(ErrorCode::PathNotFound);
+  return r;
+}
+
+// The Linux folder an entry's name lives in; 76 when it is missing.
+fs::path existingParent(const ResolvedPath& r) {
+  if (r.windows.isRoot() || !localfs::isFolder(r.local.parent_path())) fail(ErrorCode::PathNotFound);
+  return r.local.parent_path();
+}
+
+bool sameRoot(const WinPath& a, const WinPath& b) {
+  return a.drive == b.drive && EqualsNoCase(a.server, b.server) && EqualsNoCase(a.share, b.share);
+}
+
+}  // namespace
+
+std::string VbFiles::Dir(std::string_view pathName, int attributes) {
+  listing_.clear();
+  next_ = 0;
+  listing_started_ = true;
+  if (!ParseWinPath(pathName, true)) fail(ErrorCode::BadFileNameOrNumber);
+  const ResolvedPath r = workstation_->resolve(pathName, true);
+  if (!r.rootExists) fail(ErrorCode::BadFileNameOrNumber);
+  const bool wholeFolder = r.windows.isRoot() || EndsWithSeparator(pathName);
+  const fs::path folder = wholeFolder ? r.local : r.local.parent_path();
+  const std::string pattern = wholeFolder ? std::string("*") : r.windows.name();
+  const bool folders = (attributes & vbDirectory) != 0;
+  if (localfs::isFolder(folder)) {
+    // NTFS lists "." and ".." first in every folder but a drive's root.
+    const bool listedIsRoot = wholeFolder ? r.windows.isRoot() : r.windows.components.size() == 1;
+    if (folders && !listedIsRoot) {
+      for (const char* dot : {".", ".."})
+        if (MatchesWildcard(dot, pattern)) listing_.emplace_back(dot);
+    }
+    for (const localfs::Entry& entry : localfs::list(folder))
+      if ((!entry.isFolder || folders) && MatchesWildcard(entry.name, pattern)) listing_.push_back(entry.name);
+  }
+  return Dir();
+}
+
+std::string VbFiles::Dir() {
+  if (!listing_started_) fail(ErrorCode::InvalidProcedureCall);
+  if (next_ < listing_.size()) return listing_[next_++];
+  listing_started_ = false;  // one more call after the end is an error, as in VB
+  listing_.clear();
+  return {};
+}
+
+void VbFiles::Kill(std::string_view pathName) const {
+  const ResolvedPath r = onDrive(*workstation_, pathName, true);
+  const fs::path folder = existingParent(r);
+  std::vector<fs::path> doomed;
+  for (const localfs::Entry& entry : localfs::list(folder))
+    if (!entry.isFolder && MatchesWildcard(entry.name, r.windows.name())) doomed.push_back(folder / entry.name);
+  if (doomed.empty()) fail(ErrorCode::FileNotFound);
+  for (const fs::path& file : doomed) {
+    if (localfs::isReadOnly(file)) fail(ErrorCode::PathFileAccessError);
+    if (IsLockedByAnother(file)) fail(ErrorCode::PermissionDenied);
+    std::error_code ec;
+    fs::remove(file, ec);
+    if (ec) fail(ErrorCode::PermissionDenied);
+  }
+}
+
+void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
+  const ResolvedPath from = onDrive(*workstation_, oldPath);
+  const ResolvedPath to = onDrive(*workstation_, newPath);
+  if (!sameRoot(from.windows, to.windows)) fail(ErrorCode::RenameAcrossDisks);
+  existingParent(from);
+  if (!from.exists()) fail(ErrorCode::FileNotFound);
+  existingParent(to);
+  // A change of case only is a rename of the same entry, which Windows allows.
+  const bool sameEntry = from.local == to.local ||
+                         (from.local.parent_path() == to.local.parent_path() &&
+                          EqualsNoCase(from.local.filename().string(), to.windows.name()));
+  if (to.exists() && !sameEntry) fail(ErrorCode::FileAlreadyExists);
+  if (from.isFile() && IsLockedByAnother(from.local)) fail(ErrorCode::PermissionDenied);
+  const fs::path target = sameEntry ? from.local.parent_path() / to.windows.name() : to.local;
+  localfs::moveEntry(from.local, target);
+}
+
+void VbFiles::FileCopy(std::string_view source, std::string_view destination) const {
+  const ResolvedPath from = onDrive(*workstation_, source);
+  existingParent(from);
+  if (!from.isFile()) fail(ErrorCode::FileNotFound);
+  const ResolvedPath to = onDrive(*workstation_, destination);
+  existingParent(to);
+  if (to.isFolder()) fail(ErrorCode::PathFileAccessError);
+  if (IsLockedByAnother(from.local)) fail(ErrorCode::PermissionDenied);
+  if (to.exists() && (localfs::isReadOnly(to.local) || IsLockedByAnother(to.local))) fail(ErrorCode::PermissionDenied);
+  localfs::copyFile(from.local, to.local);
+}
+
+void VbFiles::MkDir(std::string_view path) const {
+  const ResolvedPath r = onDrive(*workstation_, path);
+  if (r.windows.isRoot() || r.exists()) fail(ErrorCode::PathFileAccessError);
+  existingParent(r);
+  std::error_code ec;
+  fs::create_directory(r.local, ec);
+  if (ec) fail(ErrorCode::PathFileAccessError);
+}
+
+void VbFiles::RmDir(std::string_view path) const {
+  const ResolvedPath r = onDrive(*workstation_, path);
+  if (!r.isFolder()) fail(ErrorCode::PathNotFound);
+  std::error_code ec;
+  if (!fs::is_empty(r.local, ec) || ec) fail(ErrorCode::PathFileAccessError);
+  fs::remove(r.local, ec);
+  if (ec) fail(ErrorCode::PathFileAccessError);
+}
+
+std::int64_t VbFiles::FileLen(std::string_view path) const {
+  const ResolvedPath r = onDrive(*workstation_, path);
+  if (!r.isFile()) fail(ErrorCode::FileNotFound);
+  std::error_code ec;
+  const auto size = fs::file_size(r.local, ec);
+  if (ec) fail(ErrorCode::FileNotFound);
+  return static_cast<std::int64_t>(size);
+}
+
+}  // namespace platform
