@@ -1,0 +1,23 @@
+// Consistency check of one real index against its table, for `jet verify` and the tests.
+//
+// Reports (one sentence each, naming the page and entry concerned): unreadable or
+// mis-typed index pages, pages reached twice (cycles, shared children), leaves at different
+// depths, entries out of order (key, then row id), intermediate entries that are not the last
+// entry of their child, previous/next links that disagree with the tree, keys that do not
+// decode, entries whose key differs from the encoding of their row's values, entries of
+// missing or deleted rows, live rows without exactly one entry (rows an ignore-nulls index
+// leaves out must have none) and duplicate keys in a unique index.
+// An empty result means the index is sound.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "jet/table.h"
+#include "jet/table_def.h"
+
+namespace jet {
+
+std::vector<std::string> verify_index(const Table& table, const IndexDef& index);
+
+}  // namespace jet
