@@ -56,7 +56,6 @@ bool DataPage::overflow(std::uint16_t row) const { return slot(row) & kOverflowF
 ByteView DataPage::row_bytes(std::uint16_t row) const {
   const ByteView v = page_.view();
   const std::uint16_t s = slot(row);
-  if (s & kDeletedFlag) v.damaged("ligne " + std::to_string(row) + " supprimée");
   const std::size_t start = s & kOffsetMask;
   // A row ends where the previous slot's row begins (rows grow down from the page end).
   const std::size_t end = row == 0 ? v.size() : (slot(static_cast<std::uint16_t>(row - 1)) & kOffsetMask);

@@ -35,7 +35,8 @@ class DataPage {
 
   bool deleted(std::uint16_t row) const;
   bool overflow(std::uint16_t row) const;
-  // The bytes of row `row` (deleted rows: throws 3049; overflow rows: their 4-byte pointer).
+  // The bytes of slot `row` (overflow slots: their 4-byte pointer). The deleted flag is not
+  // checked: a row moved here by an overflow pointer carries it so that scans skip it.
   ByteView row_bytes(std::uint16_t row) const;
   // Target of an overflow slot.
   RowId overflow_target(std::uint16_t row) const;

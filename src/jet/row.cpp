@@ -66,9 +66,10 @@ Value decode_field(const ColumnDef& column, const ByteView& bytes) {
     case ColumnType::Numeric: return Value::decimal(decode_decimal(column, bytes));
     case ColumnType::Text: return Value::text(decode_stored_text(bytes.span()));
     case ColumnType::Binary: return Value::binary(bytes.copy());
-    case ColumnType::Memo: case ColumnType::Ole: break;
+    case ColumnType::Memo: case ColumnType::Ole: bytes.damaged("valeur longue décodée hors de sa ligne");
   }
-  bytes.damaged("valeur longue décodée hors de sa ligne");
+  // Types this engine does not interpret (Access keeps some in its own system tables).
+  return Value::binary(bytes.copy());
 }
 
 Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
@@ -134,7 +135,9 @@ std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_p
     const DataPage page(*keep_alive);
     if (page.owner() != owner_page)
       keep_alive->view().damaged("la page n'appartient pas à la table de la page " + std::to_string(owner_page));
-    if (id.row >= page.row_count() || page.deleted(id.row)) return std::nullopt;
+    if (id.row >= page.row_count()) return std::nullopt;
+    // The target of a move is flagged deleted (so that scans skip it) but is live.
+    if (hop == 0 && page.deleted(id.row)) return std::nullopt;
     if (!page.overflow(id.row)) return page.row_bytes(id.row);
     id = page.overflow_target(id.row);
   }

@@ -33,10 +33,16 @@ bool Table::Cursor::next() {
     const DataPage page(*page_);
     while (++slot_ < page.row_count()) {
       const auto row = static_cast<std::uint16_t>(slot_);
-      // Moved rows are read where they now live, on a page of this table.
-      if (page.deleted(row) || page.overflow(row)) continue;
+      // A moved row is read through its slot; its new place is flagged deleted.
+      if (page.deleted(row)) continue;
       current_ = RowId{page_->number(), static_cast<std::uint8_t>(row)};
-      row_ = decode_row(*table_->pager_, table_->def_, page.row_bytes(row));
+      if (page.overflow(row)) {
+        auto moved = table_->read(current_);
+        if (!moved) page_->view().damaged("ligne déplacée introuvable (ligne " + std::to_string(row) + ")");
+        row_ = std::move(*moved);
+      } else {
+        row_ = decode_row(*table_->pager_, table_->def_, page.row_bytes(row));
+      }
       return true;
     }
     page_.reset();
@@ -56,7 +62,7 @@ std::uint64_t Table::count_rows() const {
   for (PageNumber p : data_pages()) {
     const DataPage page(pager_->read(p));
     for (std::uint16_t r = 0; r < page.row_count(); ++r)
-      if (!page.deleted(r) && !page.overflow(r)) ++n;
+      if (!page.deleted(r)) ++n;
   }
   return n;
 }

@@ -1,6 +1,6 @@
 // A table opened for reading: its definition and a cursor over its live rows in storage
-// order (pages of its usage map ascending, slots ascending; overflow slots skipped because
-// the moved row is met on its own page).
+// order (pages of its usage map ascending, slots ascending). A row moved to another page
+// is met at its original slot; its new place is flagged deleted and skipped by the scan.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,6 @@
 #include "jet/table_def.h"
 
+#include <algorithm>
 #include <cctype>
 #include <set>
 #include <string>
@@ -45,8 +46,6 @@ std::string read_name(const ByteView& v, std::size_t& pos) {
   pos += 2 + std::size_t{length};
   return utf16le_to_utf8(text.span());
 }
-
-bool is_known_type(std::uint8_t t) { return (t >= 0x01 && t <= 0x0C) || t == 0x0F || t == 0x10; }
 
 }  // namespace
 
@@ -124,7 +123,6 @@ TableDef read_table_def(Pager& pager, PageNumber page) {
     const ByteView c = v.sub(pos + i * kColumnSize, kColumnSize);
     ColumnDef& col = def.columns[i];
     const std::uint8_t type = c.u8(0);
-    if (!is_known_type(type)) c.damaged("type de colonne inconnu " + std::to_string(type));
     col.type = static_cast<ColumnType>(type);
     col.number = c.u16(5);
     col.var_index = c.u16(7);
@@ -138,13 +136,20 @@ TableDef read_table_def(Pager& pager, PageNumber page) {
     col.compressed_unicode = c.u8(16) & 0x01;
     col.fixed_offset = c.u16(21);
     col.length = c.u16(23);
-    col.definition_order = i;
+    col.display_index = i;
     if (col.number >= def.max_columns) c.damaged("numéro de colonne au-delà du nombre maximal de colonnes");
     if (!col.is_fixed() && col.var_index >= def.variable_columns && col.type != ColumnType::Boolean)
       c.damaged("rang de colonne variable au-delà du nombre de colonnes variables");
   }
   pos += std::size_t{column_count} * kColumnSize;
   for (auto& col : def.columns) col.name = read_name(v, pos);
+  std::stable_sort(def.columns.begin(), def.columns.end(),
+                   [](const ColumnDef& a, const ColumnDef& b) { return a.number < b.number; });
+  for (std::size_t i = 0; i < def.columns.size(); ++i) {
+    def.columns[i].definition_order = static_cast<std::uint32_t>(i);
+    if (i > 0 && def.columns[i].number == def.columns[i - 1].number)
+      v.damaged("deux colonnes portent le numéro " + std::to_string(def.columns[i].number));
+  }
 
   def.indexes.resize(real_count);
   for (std::uint32_t i = 0; i < real_count; ++i) {

@@ -57,7 +57,8 @@ struct ColumnDef {
   std::uint16_t sort_order = 0;    // text columns: 0x409 General
   std::uint8_t precision = 0;      // Numeric
   std::uint8_t scale = 0;          // Numeric
-  std::uint32_t definition_order = 0;  // position in the definition (Access field order)
+  std::uint32_t definition_order = 0;  // position in TableDef::columns and in a Row
+  std::uint32_t display_index = 0;     // position in the stored definition
 
   bool is_fixed() const noexcept { return flags & column_flags::Fixed; }
   bool is_autonumber() const noexcept { return flags & (column_flags::AutoLong | column_flags::AutoGuid); }
@@ -113,7 +114,7 @@ struct TableDef {
   bool system = false;            // table type byte 0x53
   std::uint16_t max_columns = 0;  // columns a row may hold, deleted ones included
   std::uint16_t variable_columns = 0;
-  std::vector<ColumnDef> columns; // in definition order
+  std::vector<ColumnDef> columns; // by column number (the order Access lists fields in)
   std::vector<IndexDef> indexes;
   std::vector<LogicalIndex> logical_indexes;
   std::uint32_t owned_pages = 0;  // row pointer of the usage map of the table's pages

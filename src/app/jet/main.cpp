@@ -1,0 +1,56 @@
+// `jet`: inspect a Jet 4 (Access 2000-2003) database with the project's own engine.
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+#include "commands.h"
+#include "jet/error.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"Lecture de bases Access 2000-2003 (Jet 4)"};
+  app.require_subcommand(1);
+  std::string file, table;
+  bool with_system = false;
+  bool quirks = false;
+  int code = 0;
+
+  auto add = [&](const char* name, const char* help, bool wants_table, bool table_required) {
+    CLI::App* sub = app.add_subcommand(name, help);
+    sub->add_option("FILE", file, "Base de données (.mdb)")->required();
+    if (wants_table) {
+      auto* opt = sub->add_option("TABLE", table, "Nom de la table");
+      if (table_required) opt->required();
+    }
+    return sub;
+  };
+  auto* info = add("info", "Format, ordre de tri, page de codes, nombre de pages", false, false);
+  auto* tables = add("tables", "Liste des tables", false, false);
+  tables->add_flag("--system", with_system, "Inclure les tables système");
+  auto* schema = add("schema", "Définition des tables (colonnes, index)", true, false);
+  auto* exp = add("export", "Contenu d'une table en CSV (conventions de mdb-export)", true, true);
+  exp->add_flag("--mdbtools", quirks,
+                "Reproduire les limites de mdb-export (binaire coupé au premier octet nul, GUID)");
+  auto* count = add("count", "Nombre de lignes d'une table", true, true);
+  auto* queries = add("queries", "Requêtes enregistrées : nom et SQL", false, false);
+  auto* relations = add("relations", "Relations entre tables", false, false);
+  auto* verify = add("verify", "Contrôle complet : 0 saine, 1 incohérente, 2 erreur", false, false);
+
+  CLI11_PARSE(app, argc, argv);
+  std::ios::sync_with_stdio(false);
+  try {
+    if (*info) code = jet_tool::info(file, std::cout);
+    else if (*tables) code = jet_tool::tables(file, with_system, std::cout);
+    else if (*schema) code = jet_tool::schema(file, table, std::cout);
+    else if (*exp) code = jet_tool::export_csv(file, table, quirks, std::cout);
+    else if (*count) code = jet_tool::count(file, table, std::cout);
+    else if (*queries) code = jet_tool::queries(file, std::cout);
+    else if (*relations) code = jet_tool::relations(file, std::cout);
+    else if (*verify) code = jet_tool::verify(file, std::cout);
+  } catch (const jet::Error& e) {
+    std::cout.flush();
+    std::cerr << "Erreur " << e.number() << " : " << e.description() << '\n';
+    return 2;
+  }
+  std::cout.flush();
+  return code;
+}
