@@ -12,6 +12,7 @@ std::string_view text_of(SqlError code) {
     case SqlError::Overflow: return "Dépassement de capacité";
     case SqlError::DivisionByZero: return "Division par zéro";
     case SqlError::TypeMismatch: return "Type incompatible";
+    case SqlError::InvalidPattern: return "Modèle de chaîne incorrect";
     case SqlError::InvalidUseOfNull: return "Utilisation incorrecte de Null";
     case SqlError::ExpressionSyntax:
       return "Erreur de syntaxe (opérateur absent) dans l'expression '|'.";
@@ -21,6 +22,9 @@ std::string_view text_of(SqlError code) {
       return "Erreur de syntaxe dans la date dans l'expression '|'.";
     case SqlError::ExpressionCommaSyntax:
       return "Erreur de syntaxe (virgule) dans l'expression '|'.";
+    case SqlError::WrongArgumentCount:
+      return "Nombre d'arguments incorrect utilisé avec la fonction dans l'expression de "
+             "requête '|'.";
     case SqlError::UndefinedFunction: return "Fonction '|' non définie dans l'expression.";
     case SqlError::InvalidStatement:
       return "Instruction SQL non valide ; 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT' ou 'UPDATE' "
@@ -54,6 +58,7 @@ int number_of(SqlError code) {
     case SqlError::ExpressionStringSyntax:
     case SqlError::ExpressionDateSyntax:
     case SqlError::ExpressionCommaSyntax:
+    case SqlError::WrongArgumentCount:
       return 3075;
     default:
       return static_cast<int>(code);

@@ -14,11 +14,13 @@ enum class SqlError : int {
   Overflow = 6,                 // VB: result does not fit the type
   DivisionByZero = 11,
   TypeMismatch = 13,            // VB: value cannot be converted
+  InvalidPattern = 93,          // VB: LIKE pattern with a '[' not closed
   InvalidUseOfNull = 94,
   ExpressionSyntax = 3075,      // "(opérateur absent)" form
   ExpressionStringSyntax = -3075,  // 3075 worded for an unterminated text literal
   ExpressionDateSyntax = -3076,    // 3075 worded for a bad date literal
   ExpressionCommaSyntax = -3077,   // 3075 worded for a misplaced comma
+  WrongArgumentCount = -3078,      // 3075 worded for a function called with a bad count
   UndefinedFunction = 3085,
   InvalidStatement = 3129,
   FromClauseSyntax = 3131,

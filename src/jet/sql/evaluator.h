@@ -1,0 +1,49 @@
+// Evaluates expression trees over jet::Value with Jet's semantics (see value_ops.h for the
+// operators, functions.h for the built-in functions).
+//
+// Names are resolved by the caller: a Resolver returns the value of a column or declared
+// parameter, or nothing when the name is unknown — the evaluator then raises 3061 "Trop peu
+// de paramètres. 1 attendu.", as Jet does for a name it cannot bind (an executor that wants
+// the full count first calls referenced_columns()). Aggregates (Count, Sum, Min, Max, Avg,
+// First, Last) are computed by the executor and handed back through Resolver::aggregate.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "jet/sql/ast.h"
+#include "jet/value.h"
+
+namespace jet::sql {
+
+class Resolver {
+ public:
+  virtual ~Resolver() = default;
+  virtual std::optional<Value> column(const ColumnRef& ref) = 0;
+  // The value of an aggregate call for the current group; nothing outside a grouped query.
+  virtual std::optional<Value> aggregate(const Call& /*call*/) { return std::nullopt; }
+};
+
+struct EvalOptions {
+  // The current date and time as a date serial (Now). Defaults to the local clock.
+  std::function<double()> now;
+};
+
+Value evaluate(const Expr& expr, Resolver& resolver, const EvalOptions& options = {});
+
+// A condition (WHERE, HAVING, ON, IIf): true only for a non-Null, non-zero value.
+bool evaluate_condition(const Expr& expr, Resolver& resolver, const EvalOptions& options = {});
+
+// The value of a literal (numbers without a point are Long when they fit, else Double).
+Value literal_value(const Literal& literal);
+
+// Every column or parameter name the expression refers to, in order of appearance.
+std::vector<ColumnRef> referenced_columns(const Expr& expr);
+
+bool is_aggregate_function(std::string_view name);
+
+// The local clock as a date serial.
+double local_now();
+
+}  // namespace jet::sql

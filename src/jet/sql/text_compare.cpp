@@ -1,0 +1,98 @@
+#include "jet/sql/text_compare.h"
+
+#include <unicode/coll.h>
+#include <unicode/locid.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
+#include <memory>
+
+namespace jet::sql {
+namespace {
+
+// One collator per thread: ICU collators are cheap to clone and not meant to be shared while
+// in use by several threads.
+icu::Collator& collator() {
+  thread_local std::unique_ptr<icu::Collator> instance = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::Collator> c(icu::Collator::createInstance(icu::Locale::getFrench(), status));
+    if (U_FAILURE(status) || !c) {
+      status = U_ZERO_ERROR;
+      c.reset(icu::Collator::createInstance(icu::Locale::getRoot(), status));
+    }
+    c->setStrength(icu::Collator::SECONDARY);  // letters and accents, not case
+    return c;
+  }();
+  return *instance;
+}
+
+}  // namespace
+
+std::u32string decode_utf8(std::string_view s) {
+  std::u32string out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size();) {
+    unsigned char c = static_cast<unsigned char>(s[i]);
+    int len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+    char32_t cp = 0;
+    bool ok = len > 0 && i + len <= s.size();
+    if (ok) {
+      cp = len == 1 ? c : c & (0x7F >> len);
+      for (int k = 1; k < len; ++k) {
+        unsigned char cc = static_cast<unsigned char>(s[i + k]);
+        if ((cc & 0xC0) != 0x80) ok = false;
+        cp = (cp << 6) | (cc & 0x3F);
+      }
+    }
+    if (!ok) {
+      out.push_back(c);
+      ++i;
+    } else {
+      out.push_back(cp);
+      i += len;
+    }
+  }
+  return out;
+}
+
+std::string encode_utf8(std::u32string_view s) {
+  std::string out;
+  for (char32_t c : s) {
+    if (c < 0x80) {
+      out += static_cast<char>(c);
+    } else if (c < 0x800) {
+      out += static_cast<char>(0xC0 | (c >> 6));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+      out += static_cast<char>(0xE0 | (c >> 12));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+      out += static_cast<char>(0xF0 | (c >> 18));
+      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+  return out;
+}
+
+int compare_text(std::string_view a, std::string_view b) {
+  UErrorCode status = U_ZERO_ERROR;
+  auto ua = icu::UnicodeString::fromUTF8(icu::StringPiece(a.data(), static_cast<int32_t>(a.size())));
+  auto ub = icu::UnicodeString::fromUTF8(icu::StringPiece(b.data(), static_cast<int32_t>(b.size())));
+  UCollationResult r = collator().compare(ua, ub, status);
+  return r == UCOL_LESS ? -1 : r == UCOL_GREATER ? 1 : 0;
+}
+
+int compare_char(char32_t a, char32_t b) {
+  if (a == b) return 0;
+  if (u_foldCase(static_cast<UChar32>(a), U_FOLD_CASE_DEFAULT) ==
+      u_foldCase(static_cast<UChar32>(b), U_FOLD_CASE_DEFAULT)) {
+    return 0;
+  }
+  std::u32string sa(1, a), sb(1, b);
+  return compare_text(encode_utf8(sa), encode_utf8(sb));
+}
+
+}  // namespace jet::sql

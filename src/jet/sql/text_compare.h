@@ -1,0 +1,20 @@
+// Text comparison as Jet compares texts in expressions: case is ignored, accents are not
+// ("e" = "E", "e" <> "é"), and the order is the dictionary order of the French locale
+// ("é" sorts between "e" and "f"), not the order of code points.
+#pragma once
+
+#include <string_view>
+
+namespace jet::sql {
+
+// <0, 0, >0 like strcmp.
+int compare_text(std::string_view a, std::string_view b);
+
+// Code points of UTF-8 text (malformed bytes are taken one by one as Latin-1).
+std::u32string decode_utf8(std::string_view s);
+std::string encode_utf8(std::u32string_view s);
+
+// Per-character comparison with the same rules, for LIKE and InStr.
+int compare_char(char32_t a, char32_t b);
+
+}  // namespace jet::sql
