@@ -1,0 +1,24 @@
+#include "launcher/configuration.h"
+
+#include "launcher/program_state.h"
+#include "platform/vbstring.h"
+
+namespace launcher {
+
+Configuration DetectConfiguration(std::string_view cheminAppli) {
+  const std::string upper = platform::UCase(cheminAppli);
+  if (upper == "C:\\QUELISECOLE\\") return {kConfigurationEcole, "Configuration ECOLE", true};
+  if (upper == "C:\\QUELIS\\") return {kConfigurationPortable, "Configuration PORTABLE", true};
+  if (upper == "G:\\QUELIS\\") return {kConfigurationReseau, "Configuration NPX-CDIF", true};
+  return {kConfigurationPortable, "Configuration PORTABLE", false};
+}
+
+VersionTexts VersionFromResource(int major, int minor, int revision) {
+  VersionTexts texts;
+  texts.courte = std::to_string(major) + "." + std::to_string(minor) + "." +
+                 std::to_string(revision / 100);
+  texts.complete = texts.courte + "." + std::to_string(revision % 100);
+  return texts;
+}
+
+}  // namespace launcher
