@@ -1,0 +1,155 @@
+// quelis-maj: the QUELIS database update tool, on a workstation held in a Linux folder.
+//   quelis-maj --workstation DIR [--program-folder "C:\QUELIS\"]
+//       runs the tool as if started from that Windows folder of the workstation;
+//   quelis-maj demo [DIR]
+//       builds a sample workstation in DIR (or a new temporary folder), runs the tool on it and
+//       prints its run log.
+// The options only place the program on this machine: the tool itself reads no command line.
+// Exit status: 0 run complete, 1 run failed (see the run log), 2 stopped by an untrapped
+// error, 3 the workstation could not be used.
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "launcher/program.h"
+#include "launcher/sample_workstation.h"
+#include "platform/clock.h"
+#include "platform/codepage.h"
+#include "platform/environment.h"
+#include "platform/program.h"
+#include "platform/ui/console_front_end.h"
+#include "platform/ui/desktop.h"
+#include "platform/ui/message_box.h"
+#include "platform/workstation.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kRunComplete = 0;
+constexpr int kRunFailed = 1;
+constexpr int kUntrappedError = 2;
+constexpr int kUnusableWorkstation = 3;
+
+// VB's App.Path has no trailing backslash, except for a drive root.
+std::string AppPath(std::string folder) {
+  while (folder.size() > 3 && (folder.back() == '\\' || folder.back() == '/')) folder.pop_back();
+  if (folder.size() == 2 && folder[1] == ':') folder += '\\';
+  return folder;
+}
+
+std::string ReadWindowsText(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream bytes;
+  bytes << in.rdbuf();
+  std::string text = platform::Cp1252ToUtf8(bytes.str());
+  std::string unix;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    unix += text[i];
+  }
+  return unix;
+}
+
+// Runs the tool on the workstation `root` from the Windows folder `programFolder`; prints the
+// run log's place, and its content when `printLog`.
+int RunTool(const fs::path& root, const std::string& programFolder, bool printLog) {
+  platform::ProgramInfo program;
+  program.Path = AppPath(programFolder);
+  std::unique_ptr<platform::Environment> env;
+  std::unique_ptr<platform::Workstation> launcherView;
+  try {
+    launcherView = std::make_unique<platform::Workstation>(root);
+    env = std::make_unique<platform::Environment>(
+        root, std::make_shared<platform::SystemClock>(), program,
+        std::make_shared<platform::DesktopLauncher>(*launcherView, false));
+  } catch (const std::exception& e) {
+    std::cerr << "quelis-maj: poste de travail inutilisable (" << root.string() << ") : " << e.what()
+              << '\n';
+    return kUnusableWorkstation;
+  }
+
+  platform::ui::DefaultButtonAnswers enter;
+  platform::ui::Desktop desktop(enter);
+  platform::ui::ConsoleFrontEnd console(std::cout);
+  desktop.addObserver(console);
+
+  launcher::Program tool(*env, desktop);
+  tool.Start();
+
+  const launcher::FrmParam& form = tool.frmParam();
+  std::cout << '\n';
+  if (form.FichierLog.empty()) {
+    std::cout << "Aucun journal n'a été créé.\n";
+  } else {
+    const fs::path local = env->workstation().resolve(form.FichierLog).local;
+    std::cout << "Journal de la mise à jour : " << form.FichierLog << "\n  (" << local.string()
+              << ")\n";
+    if (printLog && fs::is_regular_file(local)) {
+      std::cout << "\n" << ReadWindowsText(local);
+    }
+  }
+  if (const auto& error = tool.erreurNonInterceptee()) {
+    std::cerr << "quelis-maj: erreur d'exécution " << error->number() << " : "
+              << error->description() << '\n';
+    return kUntrappedError;
+  }
+  if (form.EnErreur) {
+    std::cerr << "quelis-maj: la mise à jour s'est terminée en erreur"
+              << (form.FichierLog.empty() ? " avant la création du journal" : " (voir le journal)")
+              << '\n';
+    return kRunFailed;
+  }
+  return kRunComplete;
+}
+
+fs::path NewDemoFolder() {
+  std::string pattern = (fs::temp_directory_path() / "quelis-demo-XXXXXX").string();
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot create a temporary folder");
+  return pattern;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"Mise à jour des données QUELIS 4.4.0 sur un poste de travail"};
+  std::string workstation;
+  std::string programFolder = "C:\\QUELIS\\";
+  app.add_option("--workstation", workstation,
+                 "dossier du poste de travail (C/, D/, UNC/, drives.ini, registry.reg)");
+  app.add_option("--program-folder", programFolder,
+                 "dossier Windows du programme sur le poste")
+      ->capture_default_str();
+
+  auto* demo = app.add_subcommand("demo", "construit un poste d'exemple, y lance l'outil et affiche le journal");
+  std::string demoFolder;
+  demo->add_option("DIR", demoFolder, "dossier du poste d'exemple (absent ou vide)");
+
+  CLI11_PARSE(app, argc, argv);
+
+  if (demo->parsed()) {
+    try {
+      const fs::path root = demoFolder.empty() ? NewDemoFolder() : fs::absolute(demoFolder);
+      const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(root);
+      std::cout << "Poste d'exemple : " << sample.root.string() << "\n"
+                << "Programme : " << sample.programFolder << "\\, données : " << sample.dataLocation
+                << "\n\n";
+      return RunTool(sample.root, sample.programFolder, true);
+    } catch (const std::exception& e) {
+      std::cerr << "quelis-maj demo: " << e.what() << '\n';
+      return kUnusableWorkstation;
+    }
+  }
+  if (workstation.empty()) {
+    std::cerr << "quelis-maj: --workstation DIR est nécessaire (ou: quelis-maj demo [DIR])\n"
+              << app.help();
+    return kUnusableWorkstation;
+  }
+  return RunTool(workstation, programFolder, false);
+}
