@@ -1,5 +1,8 @@
 #include "jet/query_sql.h"
 
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
 #include "jet/error.h"
 #include "jet/query_from.h"
 
@@ -19,9 +22,15 @@ std::string joined(const std::vector<std::string>& items, std::string_view separ
   return out;
 }
 
-bool is_word_char(unsigned char c) {
-  // Letters beyond ASCII (accented French names) need no brackets either.
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c >= 0x80;
+// Letters and digits of any script (accented French names) and "_" need no brackets.
+bool is_plain_name(std::string_view name) {
+  if (name.empty()) return false;
+  for (std::size_t i = 0; i < name.size();) {
+    UChar32 c;
+    U8_NEXT(name.data(), i, name.size(), c);
+    if (c < 0 || (c != '_' && !u_isalnum(c))) return false;
+  }
+  return true;
 }
 
 // Stored union parts and pass-through text end with line breaks or a NUL terminator.
@@ -237,9 +246,7 @@ const char* parameter_type_name(std::int16_t type) noexcept {
 
 std::string sql_name(std::string_view name) {
   if (name.size() >= 2 && name.front() == '[' && name.back() == ']') return std::string(name);
-  bool plain = !name.empty();
-  for (unsigned char c : name) plain = plain && is_word_char(c);
-  return plain ? std::string(name) : "[" + std::string(name) + "]";
+  return is_plain_name(name) ? std::string(name) : "[" + std::string(name) + "]";
 }
 
 std::string sql_qualified_name(std::string_view name) {
