@@ -12,13 +12,6 @@ namespace {
 
 [[noreturn]] void fail(ErrorCode code) { throw Error(code); }
 
-// A path whose drive must be present: a missing drive is a missing path (76).
-ResolvedPath onDrive(const Workstation& ws, std::string_view path, bool allowWildcards = false) {
-  ResolvedPath r = ws.resolve(path, allowWildcards);
-  if (!r.rootExists) fail(ErrorCode::PathNotFound);
-  return r;
-}
-
 // Refuses to replace or remove a file that is read-only (unless forced) or held by another
 // process, as Windows refuses with "Permission refusée".
 void checkRemovable(const fs::path& file, bool force) {
@@ -63,7 +56,10 @@ void copyTree(const fs::path& source, const fs::path& target, bool overwrite) {
 // found raises `missing`; the folder holding them must exist (76 otherwise).
 std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std::string_view spec,
                                                       bool folders, ErrorCode missing) {
-  const ResolvedPath r = onDrive(ws, spec, true);
+  // FileSystemObject reads the text after the last separator as the name to look for, so a
+  // folder named with a trailing "\" is not found, as on Windows.
+  if (folders && EndsWithSeparator(spec)) fail(ErrorCode::PathNotFound);
+  const ResolvedPath r = ws.resolveOnDrive(spec, true);
   std::vector<std::pair<fs::path, std::string>> found;
   const std::string last = r.windows.name();
   if (HasWildcard(last)) {
@@ -81,10 +77,20 @@ std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std
   return found;
 }
 
+// True when `path` is `folder` or lies below it.
+bool inside(const fs::path& path, const fs::path& folder) {
+  std::error_code ec;
+  const fs::path a = fs::weakly_canonical(path, ec), b = fs::weakly_canonical(folder, ec);
+  auto ia = a.begin();
+  for (auto ib = b.begin(); ib != b.end(); ++ib, ++ia)
+    if (ia == a.end() || *ia != *ib) return false;
+  return true;
+}
+
 // Where a copied or moved entry lands: inside `destination` when it ends in a separator or
 // several entries move, at `destination` itself otherwise.
 fs::path landing(const Workstation& ws, std::string_view destination, const std::string& name, bool intoFolder) {
-  const ResolvedPath d = onDrive(ws, destination);
+  const ResolvedPath d = ws.resolveOnDrive(destination);
   if (intoFolder || EndsWithSeparator(destination)) {
     if (!d.isFolder()) fail(ErrorCode::PathNotFound);
     const auto existing = localfs::findEntry(d.local, name);
@@ -124,7 +130,7 @@ void File::Move(std::string_view destination) {
 }
 
 void File::Delete(bool force) const {
-  const ResolvedPath r = onDrive(*workstation_, path_);
+  const ResolvedPath r = workstation_->resolveOnDrive(path_);
   if (!r.isFile()) fail(ErrorCode::FileNotFound);
   checkRemovable(r.local, force);
   removeFile(r.local);
@@ -144,14 +150,14 @@ bool Folder::IsRootFolder() const { return workstation_->resolve(path_).windows.
 
 std::vector<Folder> Folder::SubFolders() const {
   std::vector<Folder> folders;
-  for (const localfs::Entry& entry : localfs::list(onDrive(*workstation_, path_).local))
+  for (const localfs::Entry& entry : localfs::list(workstation_->resolveOnDrive(path_).local))
     if (entry.isFolder) folders.emplace_back(*workstation_, ChildPath(path_, entry.name));
   return folders;
 }
 
 std::vector<File> Folder::Files() const {
   std::vector<File> files;
-  for (const localfs::Entry& entry : localfs::list(onDrive(*workstation_, path_).local))
+  for (const localfs::Entry& entry : localfs::list(workstation_->resolveOnDrive(path_).local))
     if (!entry.isFolder) files.emplace_back(*workstation_, ChildPath(path_, entry.name));
   return files;
 }
@@ -175,17 +181,17 @@ bool FileSystemObject::DriveExists(std::string_view driveSpec) const {
 }
 
 File FileSystemObject::GetFile(std::string_view path) const {
-  if (!onDrive(*workstation_, path).isFile()) fail(ErrorCode::FileNotFound);
+  if (!workstation_->resolveOnDrive(path).isFile()) fail(ErrorCode::FileNotFound);
   return File(*workstation_, std::string(path));
 }
 
 Folder FileSystemObject::GetFolder(std::string_view path) const {
-  if (!onDrive(*workstation_, path).isFolder()) fail(ErrorCode::PathNotFound);
+  if (!workstation_->resolveOnDrive(path).isFolder()) fail(ErrorCode::PathNotFound);
   return Folder(*workstation_, std::string(path));
 }
 
 Folder FileSystemObject::CreateFolder(std::string_view path) const {
-  const ResolvedPath r = onDrive(*workstation_, path);
+  const ResolvedPath r = workstation_->resolveOnDrive(path);
   if (r.windows.isRoot() || r.exists()) fail(ErrorCode::FileAlreadyExists);
   if (!localfs::isFolder(r.local.parent_path())) fail(ErrorCode::PathNotFound);
   std::error_code ec;
@@ -220,7 +226,11 @@ void FileSystemObject::DeleteFile(std::string_view fileSpec, bool force) const {
 void FileSystemObject::CopyFolder(std::string_view source, std::string_view destination, bool overwrite) const {
   const auto found = sources(*workstation_, source, true, ErrorCode::PathNotFound);
   const bool many = HasWildcard(LastComponent(source));
-  for (const auto& [from, name] : found) copyTree(from, landing(*workstation_, destination, name, many), overwrite);
+  for (const auto& [from, name] : found) {
+    const fs::path to = landing(*workstation_, destination, name, many);
+    if (inside(to, from)) fail(ErrorCode::PermissionDenied);  // a copy into itself never ends
+    copyTree(from, to, overwrite);
+  }
 }
 
 void FileSystemObject::MoveFolder(std::string_view source, std::string_view destination) const {
@@ -229,7 +239,7 @@ void FileSystemObject::MoveFolder(std::string_view source, std::string_view dest
   for (const auto& [from, name] : found) {
     const fs::path to = landing(*workstation_, destination, name, many);
     if (localfs::exists(to)) fail(ErrorCode::FileAlreadyExists);
-    if (localfs::treeHasBlockedFile(from, false)) fail(ErrorCode::PermissionDenied);
+    if (inside(to, from) || localfs::treeHasBlockedFile(from, false)) fail(ErrorCode::PermissionDenied);
     localfs::moveEntry(from, to);
   }
 }
@@ -248,7 +258,7 @@ void FileSystemObject::DeleteFolder(std::string_view folderSpec, bool force) con
 }
 
 TextStream FileSystemObject::CreateTextFile(std::string_view path, bool overwrite, bool unicode) const {
-  const ResolvedPath r = onDrive(*workstation_, path);
+  const ResolvedPath r = workstation_->resolveOnDrive(path);
   if (r.windows.isRoot() || !localfs::isFolder(r.local.parent_path())) fail(ErrorCode::PathNotFound);
   if (r.isFolder()) fail(ErrorCode::PermissionDenied);
   if (r.exists()) {
@@ -259,7 +269,7 @@ TextStream FileSystemObject::CreateTextFile(std::string_view path, bool overwrit
 }
 
 TextStream FileSystemObject::OpenTextFile(std::string_view path, IOMode mode, bool create) const {
-  const ResolvedPath r = onDrive(*workstation_, path);
+  const ResolvedPath r = workstation_->resolveOnDrive(path);
   if (r.isFolder()) fail(ErrorCode::PermissionDenied);
   if (!r.isFile()) {
     if (r.windows.isRoot() || !localfs::isFolder(r.local.parent_path())) fail(ErrorCode::PathNotFound);

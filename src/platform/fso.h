@@ -6,6 +6,8 @@
 //   70 "Permission refusée"           read-only without force, or a file another process
 //                                     holds locked (filelock.h)
 //   52 "Nom ou numéro de fichier incorrect"  a malformed path
+// As on Windows, CopyFolder, MoveFolder and DeleteFolder do not find a source named with a
+// trailing "\" (76): name folders without it.
 // Folder and File objects keep a pointer to the Workstation, which must outlive them.
 #pragma once
 

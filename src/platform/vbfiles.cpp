@@ -12,12 +12,6 @@ namespace {
 
 [[noreturn]] void fail(ErrorCode code) { throw Error(code); }
 
-ResolvedPath onDrive(const Workstation& ws, std::string_view path, bool allowWildcards = false) {
-  ResolvedPath r = ws.resolve(path, allowWildcards);
-  if (!r.rootExists) fail(ErrorCode::PathNotFound);
-  return r;
-}
-
 // The Linux folder an entry's name lives in; 76 when it is missing.
 fs::path existingParent(const ResolvedPath& r) {
   if (r.windows.isRoot() || !localfs::isFolder(r.local.parent_path())) fail(ErrorCode::PathNotFound);
@@ -63,7 +57,7 @@ std::string VbFiles::Dir() {
 }
 
 void VbFiles::Kill(std::string_view pathName) const {
-  const ResolvedPath r = onDrive(*workstation_, pathName, true);
+  const ResolvedPath r = workstation_->resolveOnDrive(pathName, true);
   const fs::path folder = existingParent(r);
   std::vector<fs::path> doomed;
   for (const localfs::Entry& entry : localfs::list(folder))
@@ -79,8 +73,8 @@ void VbFiles::Kill(std::string_view pathName) const {
 }
 
 void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
-  const ResolvedPath from = onDrive(*workstation_, oldPath);
-  const ResolvedPath to = onDrive(*workstation_, newPath);
+  const ResolvedPath from = workstation_->resolveOnDrive(oldPath);
+  const ResolvedPath to = workstation_->resolveOnDrive(newPath);
   if (!sameRoot(from.windows, to.windows)) fail(ErrorCode::RenameAcrossDisks);
   existingParent(from);
   if (!from.exists()) fail(ErrorCode::FileNotFound);
@@ -96,10 +90,10 @@ void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
 }
 
 void VbFiles::FileCopy(std::string_view source, std::string_view destination) const {
-  const ResolvedPath from = onDrive(*workstation_, source);
+  const ResolvedPath from = workstation_->resolveOnDrive(source);
   existingParent(from);
   if (!from.isFile()) fail(ErrorCode::FileNotFound);
-  const ResolvedPath to = onDrive(*workstation_, destination);
+  const ResolvedPath to = workstation_->resolveOnDrive(destination);
   existingParent(to);
   if (to.isFolder()) fail(ErrorCode::PathFileAccessError);
   if (IsLockedByAnother(from.local)) fail(ErrorCode::PermissionDenied);
@@ -108,7 +102,7 @@ void VbFiles::FileCopy(std::string_view source, std::string_view destination) co
 }
 
 void VbFiles::MkDir(std::string_view path) const {
-  const ResolvedPath r = onDrive(*workstation_, path);
+  const ResolvedPath r = workstation_->resolveOnDrive(path);
   if (r.windows.isRoot() || r.exists()) fail(ErrorCode::PathFileAccessError);
   existingParent(r);
   std::error_code ec;
@@ -117,7 +111,7 @@ void VbFiles::MkDir(std::string_view path) const {
 }
 
 void VbFiles::RmDir(std::string_view path) const {
-  const ResolvedPath r = onDrive(*workstation_, path);
+  const ResolvedPath r = workstation_->resolveOnDrive(path);
   if (!r.isFolder()) fail(ErrorCode::PathNotFound);
   std::error_code ec;
   if (!fs::is_empty(r.local, ec) || ec) fail(ErrorCode::PathFileAccessError);
@@ -126,7 +120,7 @@ void VbFiles::RmDir(std::string_view path) const {
 }
 
 std::int64_t VbFiles::FileLen(std::string_view path) const {
-  const ResolvedPath r = onDrive(*workstation_, path);
+  const ResolvedPath r = workstation_->resolveOnDrive(path);
   if (!r.isFile()) fail(ErrorCode::FileNotFound);
   std::error_code ec;
   const auto size = fs::file_size(r.local, ec);

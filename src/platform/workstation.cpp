@@ -70,6 +70,12 @@ ResolvedPath Workstation::resolve(std::string_view windowsPath, bool allowWildca
   return resolved;
 }
 
+ResolvedPath Workstation::resolveOnDrive(std::string_view windowsPath, bool allowWildcards) const {
+  ResolvedPath resolved = resolve(windowsPath, allowWildcards);
+  if (!resolved.rootExists) throw Error(ErrorCode::PathNotFound);
+  return resolved;
+}
+
 unsigned Workstation::GetDriveTypeA(std::string_view rootPathName) const {
   std::string text(rootPathName);
   if (text.size() == 2 && text[1] == ':') text += '\\';
@@ -85,9 +91,8 @@ unsigned Workstation::GetDriveTypeA(std::string_view rootPathName) const {
 long Workstation::GetPrivateProfileStringA(std::string_view section, std::string_view key,
                                            std::string_view defaultValue, std::string& returnedString,
                                            long size, std::string_view fileName) const {
-  fs::path local;
-  if (auto parsed = ParseWinPath(fileName)) local = resolve(fileName).local;
   // An unusable name reads as a missing file: the default comes back.
+  const fs::path local = ParseWinPath(fileName) ? resolve(fileName).local : fs::path();
   return ReadProfileString(local, section, key, defaultValue, returnedString, size);
 }
 

@@ -50,6 +50,8 @@ class Workstation {
   // Error(BadFileNameOrNumber); a missing drive is not an error here (rootExists false).
   // Wildcards are allowed in the last component only when `allowWildcards`.
   ResolvedPath resolve(std::string_view windowsPath, bool allowWildcards = false) const;
+  // The same for a file operation: a missing drive (or share) raises Error(PathNotFound).
+  ResolvedPath resolveOnDrive(std::string_view windowsPath, bool allowWildcards = false) const;
 
   // The Linux folder of a drive ('C') or of a share, whether or not it exists.
   std::filesystem::path driveFolder(char drive) const;

@@ -150,6 +150,10 @@ TEST_F(FsoTest, CopyFolderCreatesMergesAndReplaces) {
   EXPECT_VB_ERROR(fso_.CopyFolder("C:\\QUELIS\\Absent", "C:\\Donnees\\X"), 76);
   EXPECT_VB_ERROR(fso_.CopyFolder("C:\\QUELIS\\Lettres", "C:\\Absent\\Lettres"), 76);
 
+  EXPECT_VB_ERROR(fso_.CopyFolder("C:\\QUELIS\\Lettres\\", "C:\\Donnees\\L2"), 76);  // trailing separator
+  EXPECT_VB_ERROR(fso_.CopyFolder("C:\\QUELIS", "C:\\QUELIS\\Lettres\\Copie"), 70);
+  EXPECT_FALSE(fs::exists(c() / "QUELIS" / "Lettres" / "Copie"));
+
   fso_.CopyFolder("C:\\QUELIS\\Lettres", "D:\\");
   EXPECT_EQ(readBytes(root() / "D" / "Lettres" / "Sous" / "a.dot"), "a");
 }
