@@ -166,7 +166,10 @@ std::string format_number(double x, std::string_view f, bool with_sign) {
   bool quoted = false;
   for (std::size_t i = 0; i < f.size(); ++i) {
     if (f[i] == '"') quoted = !quoted;
-    else if (!quoted && (f[i] == '0' || f[i] == '#' || (f[i] == '.' && first != std::string_view::npos))) {
+    else if (!quoted && (f[i] == 'E' || f[i] == 'e') && i + 1 < f.size() &&
+             (f[i + 1] == '+' || f[i + 1] == '-') && first != std::string_view::npos) {
+      break;  // the exponent belongs to the suffix
+    } else if (!quoted && (f[i] == '0' || f[i] == '#' || (f[i] == '.' && first != std::string_view::npos))) {
       if (first == std::string_view::npos) first = i;
       last = i;
     }

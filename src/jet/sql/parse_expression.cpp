@@ -276,9 +276,11 @@ ExprPtr Parser::primary() {
       if (accept_word("NULL")) return make_literal(LiteralKind::Null);
       if (accept_word("TRUE")) return make_literal(LiteralKind::True);
       if (accept_word("FALSE")) return make_literal(LiteralKind::False);
-      // Left and Right are both join words and functions; before '(' they are functions.
+      // Left, Right and Asc are also keywords; before '(' they are the functions.
       if (is_reserved(t.text) &&
-          !((iequals_ascii(t.text, "LEFT") || iequals_ascii(t.text, "RIGHT")) && at_symbol("(", 1))) {
+          !((iequals_ascii(t.text, "LEFT") || iequals_ascii(t.text, "RIGHT") ||
+             iequals_ascii(t.text, "ASC")) &&
+            at_symbol("(", 1))) {
         expression_failure();
       }
       return name_or_call();

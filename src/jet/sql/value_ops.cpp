@@ -221,8 +221,13 @@ std::int64_t bits(const Value& v) {
 
 Value logical(BinaryOp op, const Value& a, const Value& b) {
   bool as_boolean = boolean_like(a) && boolean_like(b);
+  // Bitwise results keep the wider integer kind of the operands.
+  Num width = Num::Integer;
+  for (const Value* v : {&a, &b}) {
+    if (!v->is_null() && num_kind(*v) > Num::Integer) width = Num::Long;
+  }
   auto result = [&](std::int64_t r) {
-    return as_boolean ? Value::boolean(r != 0) : fit_integer(r, Num::Integer);
+    return as_boolean ? Value::boolean(r != 0) : fit_integer(r, width);
   };
   bool na = a.is_null(), nb = b.is_null();
   if (na && nb) return Value::null();
@@ -256,7 +261,7 @@ Value logical(BinaryOp op, const Value& a, const Value& b) {
 Value logical_not(const Value& v) {
   if (v.is_null()) return v;
   if (v.kind() == ValueKind::Boolean) return Value::boolean(!v.as_boolean());
-  return fit_integer(~bits(v), v.kind() == ValueKind::Long ? Num::Long : Num::Integer);
+  return fit_integer(~bits(v), num_kind(v) > Num::Integer ? Num::Long : Num::Integer);
 }
 
 bool is_true(const Value& v) {
