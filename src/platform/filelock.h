@@ -9,7 +9,10 @@
 namespace platform {
 
 // True when some open file description other than the caller's own probe holds a lock on the
-// file (any of the three kinds). A missing or unreadable file is not locked.
+// file (any of the three kinds). A missing or unreadable file is not locked. The probe opens and
+// closes the file; by the POSIX rule that close would drop a classic fcntl lock this very
+// process holds on it, so holders inside this process use flock or FileLockHolder (as the
+// database engine does), which the probe never disturbs.
 bool IsLockedByAnother(const std::filesystem::path& file);
 
 // Holds an exclusive open-file-description lock on a file for its lifetime, as the process that

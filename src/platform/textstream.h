@@ -1,5 +1,6 @@
 // "Scripting.TextStream": a text file open for reading, writing or appending. Text is UTF-8 in
-// the program and Windows-1252 on disk (or UTF-16LE with BOM for Unicode streams); WriteLine
+// the program and Windows-1252 on disk (or UTF-16LE with BOM for Unicode streams; a file read
+// that starts with that BOM is read as UTF-16LE); WriteLine
 // ends lines with CR LF. ReadLine takes CR LF, LF or a lone CR as a line end. Every write goes
 // to the file at once, so a log is complete up to its last line whatever happens next.
 #pragma once
