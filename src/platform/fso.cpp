@@ -136,6 +136,18 @@ void File::Delete(bool force) const {
   removeFile(r.local);
 }
 
+void File::SetName(std::string_view newName) {
+  const ResolvedPath r = workstation_->resolveOnDrive(path_);
+  if (!r.isFile()) fail(ErrorCode::FileNotFound);
+  const auto parsed = ParseWinPath(ChildPath("C:\\", newName));
+  if (newName.empty() || !parsed || parsed->components.size() != 1) fail(ErrorCode::BadFileNameOrNumber);
+  const auto existing = localfs::findEntry(r.local.parent_path(), newName);
+  if (existing && !EqualsNoCase(*existing, r.local.filename().string())) fail(ErrorCode::FileAlreadyExists);
+  if (IsLockedByAnother(r.local)) fail(ErrorCode::PermissionDenied);
+  localfs::moveEntry(r.local, r.local.parent_path() / std::string(newName));
+  path_ = ChildPath(ParentPathText(path_), newName);
+}
+
 // ---- Folder ---------------------------------------------------------------------------------
 
 Folder::Folder(const Workstation& workstation, std::string path)

@@ -33,6 +33,9 @@ class File {
   void Copy(std::string_view destination, bool overwrite = true) const;
   void Move(std::string_view destination);
   void Delete(bool force = false) const;
+  // Assigning File.Name: renames in place; 58 when an entry of that name exists, 70 when
+  // another process holds the file. A change of case only is allowed.
+  void SetName(std::string_view newName);
 
  private:
   const Workstation* workstation_;

@@ -180,6 +180,20 @@ TEST_F(FsoTest, MoveFolderAndDeleteFolder) {
   EXPECT_VB_ERROR(fso_.DeleteFolder("C:\\Quelis\\Donnees\\ABC1234\\Lettres", true), 76);
 }
 
+TEST_F(FsoTest, AssigningAFileNameRenamesItInPlace) {
+  writeBytes(c() / "Bases" / "QuelComp.mdb", "compact");
+  writeBytes(c() / "Bases" / "Autre.mdb", "x");
+  platform::File file = fso_.GetFile("C:\\Bases\\quelcomp.mdb");
+  EXPECT_VB_ERROR(file.SetName("AUTRE.mdb"), 58);
+  EXPECT_VB_ERROR(file.SetName("a\\b.mdb"), 52);
+  file.SetName("Quelis.mdb");
+  EXPECT_EQ(file.Path(), "C:\\Bases\\Quelis.mdb");
+  EXPECT_EQ(readBytes(c() / "Bases" / "Quelis.mdb"), "compact");
+  EXPECT_FALSE(fs::exists(c() / "Bases" / "QuelComp.mdb"));
+  file.SetName("QUELIS.MDB");
+  EXPECT_EQ(file.Name(), "QUELIS.MDB");
+}
+
 TEST_F(FsoTest, PathTextHelpers) {
   EXPECT_EQ(fso_.BuildPath("C:\\Quelis", "Lettres"), "C:\\Quelis\\Lettres");
   EXPECT_EQ(fso_.BuildPath("C:\\Quelis\\", "Lettres"), "C:\\Quelis\\Lettres");
