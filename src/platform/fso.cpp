@@ -54,12 +54,12 @@ void copyTree(const fs::path& source, const fs::path& target, bool overwrite) {
 
 // The entries a (possibly wildcard) source names: (Linux location, on-disk name). Nothing
 // found raises `missing`; the folder holding them must exist (76 otherwise).
-std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std::string_view spec,
+std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std::string_view named,
                                                       bool folders, ErrorCode missing) {
   // FileSystemObject reads the text after the last separator as the name to look for, so a
   // folder named with a trailing "\" is not found, as on Windows.
-  if (folders && EndsWithSeparator(spec)) fail(ErrorCode::PathNotFound);
-  const ResolvedPath r = ws.resolveOnDrive(spec, true);
+  if (folders && EndsWithSeparator(named)) fail(ErrorCode::PathNotFound);
+  const ResolvedPath r = ws.resolveOnDrive(named, true);
   std::vector<std::pair<fs::path, std::string>> found;
   const std::string last = r.windows.name();
   if (HasWildcard(last)) {
