@@ -60,6 +60,7 @@ std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std
   // folder named with a trailing "\" is not found, as on Windows.
   if (folders && EndsWithSeparator(named)) fail(ErrorCode::PathNotFound);
   const ResolvedPath r = ws.resolveOnDrive(named, true);
+  if (r.windows.isRoot()) fail(ErrorCode::PathNotFound);  // a drive is never moved nor deleted
   std::vector<std::pair<fs::path, std::string>> found;
   const std::string last = r.windows.name();
   if (HasWildcard(last)) {
@@ -70,7 +71,7 @@ std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std
         found.emplace_back(parent / entry.name, entry.name);
   } else if (folders ? localfs::isFolder(r.local) : localfs::isFile(r.local)) {
     found.emplace_back(r.local, r.local.filename().string());
-  } else if (!r.windows.isRoot() && !localfs::isFolder(r.local.parent_path())) {
+  } else if (!localfs::isFolder(r.local.parent_path())) {
     fail(ErrorCode::PathNotFound);
   }
   if (found.empty()) fail(missing);

@@ -178,6 +178,8 @@ TEST_F(FsoTest, MoveFolderAndDeleteFolder) {
   fso_.DeleteFolder("c:\\quelis\\donnees\\abc1234\\lettres", true);
   EXPECT_FALSE(fs::exists(c() / "Quelis" / "Donnees" / "ABC1234" / "Lettres"));
   EXPECT_VB_ERROR(fso_.DeleteFolder("C:\\Quelis\\Donnees\\ABC1234\\Lettres", true), 76);
+  EXPECT_VB_ERROR(fso_.DeleteFolder("C:", true), 76);
+  EXPECT_TRUE(fs::is_directory(c() / "Quelis"));
 }
 
 TEST_F(FsoTest, AssigningAFileNameRenamesItInPlace) {
