@@ -5,6 +5,7 @@
 #include <string>
 
 #include "jet/error.h"
+#include "jet/text_sort.h"
 
 namespace jet {
 namespace {
@@ -112,6 +113,11 @@ void append_value_key(KeyWriter& w, const Value& v, const ColumnDef& column, boo
       break;
     case KeyKind::Text:
       if (v.kind() != ValueKind::Text) unsupported(column, "texte attendu");
+      // Only the general order's keys are known; another order's would be guesses.
+      if (column.sort_order != 0 && column.sort_order != kGeneralSortOrderId) {
+        unsupported(column, "ordre de tri " + std::to_string(column.sort_order) +
+                                " non pris en charge pour les clés d'index");
+      }
       w.text(v.as_text(), asc);
       break;
     case KeyKind::Guid: w.guid(guid_canonical_from_row(v.as_guid().bytes), asc); break;

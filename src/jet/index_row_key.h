@@ -21,6 +21,7 @@ std::vector<KeyColumn> key_columns(const TableDef& table, const IndexDef& index)
 
 // Appends one column's key for `value`. Numbers of another numeric kind are converted (a
 // value out of the column's range raises 3251); a Yes/No column keys Null as No, as Jet does.
+// Text columns must use the general sort order (3251 otherwise).
 void append_value_key(KeyWriter& writer, const Value& value, const ColumnDef& column,
                       bool ascending);
 
