@@ -7,6 +7,7 @@
 namespace jet {
 namespace {
 
+// A bit for a page past the end of the file means the file lost its tail.
 void add_bits(const ByteView& bitmap, PageNumber first, PageNumber page_count,
               std::vector<PageNumber>& out) {
   for (std::size_t i = 0; i < bitmap.size(); ++i) {
@@ -15,7 +16,10 @@ void add_bits(const ByteView& bitmap, PageNumber first, PageNumber page_count,
     for (int bit = 0; bit < 8; ++bit) {
       if (!(byte & (1u << bit))) continue;
       const std::uint64_t page = std::uint64_t{first} + i * 8 + static_cast<unsigned>(bit);
-      if (page < page_count) out.push_back(static_cast<PageNumber>(page));
+      if (page >= page_count)
+        bitmap.damaged("la table d'utilisation désigne la page " + std::to_string(page) +
+                       " au-delà de la fin du fichier");
+      out.push_back(static_cast<PageNumber>(page));
     }
   }
 }
@@ -37,7 +41,6 @@ std::vector<PageNumber> read_usage_map(Pager& pager, RowId where) {
         const PageNumber map_page = row.u32(1 + 4 * i);
         if (map_page == 0) continue;
         const std::uint64_t first = per_page * i;
-        if (first >= pager.page_count()) break;
         const Page page = pager.read(map_page);
         const ByteView v = page.view();
         if (v.u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))

@@ -22,8 +22,8 @@ struct RowId {
   friend auto operator<=>(const RowId&, const RowId&) = default;
 };
 
-// Pages marked in the usage map stored at row `where`, ascending, each < page_count.
-// Throws 3049 on a malformed map.
+// Pages marked in the usage map stored at row `where`, ascending. Throws 3049 on a malformed
+// map or one naming a page past the end of the file (a truncated file).
 std::vector<PageNumber> read_usage_map(Pager& pager, RowId where);
 
 }  // namespace jet

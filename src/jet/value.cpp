@@ -12,7 +12,7 @@ namespace {
 [[noreturn]] void mismatch() { throw Error(ErrorCode::TypeMismatch); }
 
 template <class T, class D>
-const T& get(const D& data) {
+const T& checked(const D& data) {
   if (auto* p = std::get_if<T>(&data)) return *p;
   mismatch();
 }
@@ -68,20 +68,20 @@ bool Value::is_numeric() const noexcept {
   }
 }
 
-bool Value::as_boolean() const { return get<bool>(data_); }
-std::uint8_t Value::as_byte() const { return get<std::uint8_t>(data_); }
-std::int16_t Value::as_integer() const { return get<std::int16_t>(data_); }
-std::int32_t Value::as_long() const { return get<std::int32_t>(data_); }
-std::int64_t Value::as_currency() const { return get<CurrencyTag>(data_).ten_thousandths; }
-float Value::as_single() const { return get<float>(data_); }
-double Value::as_double() const { return get<double>(data_); }
-double Value::as_date() const { return get<DateTag>(data_).days; }
-const std::string& Value::as_text() const { return get<std::string>(data_); }
+bool Value::as_boolean() const { return checked<bool>(data_); }
+std::uint8_t Value::as_byte() const { return checked<std::uint8_t>(data_); }
+std::int16_t Value::as_integer() const { return checked<std::int16_t>(data_); }
+std::int32_t Value::as_long() const { return checked<std::int32_t>(data_); }
+std::int64_t Value::as_currency() const { return checked<CurrencyTag>(data_).ten_thousandths; }
+float Value::as_single() const { return checked<float>(data_); }
+double Value::as_double() const { return checked<double>(data_); }
+double Value::as_date() const { return checked<DateTag>(data_).days; }
+const std::string& Value::as_text() const { return checked<std::string>(data_); }
 const std::vector<std::uint8_t>& Value::as_binary() const {
   return get<std::vector<std::uint8_t>>(data_);
 }
-const Guid& Value::as_guid() const { return get<Guid>(data_); }
-const Decimal& Value::as_decimal() const { return get<Decimal>(data_); }
+const Guid& Value::as_guid() const { return checked<Guid>(data_); }
+const Decimal& Value::as_decimal() const { return checked<Decimal>(data_); }
 
 double Value::to_double() const {
   switch (kind()) {

@@ -1,0 +1,39 @@
+// Helpers shared by the engine's read-side tests: fixture paths, scratch copies, and
+// running the mdbtools oracle.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace jet_test {
+
+// Path of an Access-made fixture database (read-only).
+std::string fixture(const std::string& name);
+// Every fixture database, sorted by name.
+std::vector<std::string> all_fixtures();
+
+// A fresh directory removed at destruction.
+class ScratchDir {
+ public:
+  ScratchDir();
+  ~ScratchDir();
+  ScratchDir(const ScratchDir&) = delete;
+  ScratchDir& operator=(const ScratchDir&) = delete;
+  const std::filesystem::path& path() const { return path_; }
+  // Writes `bytes` to a file of that name inside the directory; returns its path.
+  std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+std::vector<std::uint8_t> read_file(const std::string& path);
+
+// Standard output of a shell command; `ok` tells whether it exited with 0.
+std::string run(const std::string& command, bool* ok = nullptr);
+// Quotes an argument for /bin/sh.
+std::string shell_quote(const std::string& s);
+
+}  // namespace jet_test
