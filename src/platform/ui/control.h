@@ -94,8 +94,11 @@ class Clickable {
   void setOnClick(std::function<void()> handler) { onClick_ = std::move(handler); }
 
  protected:
+  // Runs a copy: a handler may replace itself while it runs.
   void raiseClick() const {
-    if (onClick_) onClick_();
+    if (!onClick_) return;
+    const std::function<void()> handler = onClick_;
+    handler();
   }
 
  private:

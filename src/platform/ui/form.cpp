@@ -34,6 +34,10 @@ void Form::unloaded() {
   desktop_->notify([&](FormObserver& o) { o.formUnloaded(*this); });
 }
 
+void Form::refresh() {
+  desktop_->notify([&](FormObserver& o) { o.formRefreshed(*this); });
+}
+
 void Form::attach(Control& control) { controls_.push_back(&control); }
 
 void Form::detach(Control& control) {

@@ -36,6 +36,8 @@ class Form {
   bool isShown() const { return shown_; }
   void show();
   void unloaded();
+  // VB's Refresh: front ends that paint lazily repaint the form now.
+  void refresh();
 
   // Every control of the form, in creation order (front ends lay them out from this).
   const std::vector<Control*>& controls() const { return controls_; }

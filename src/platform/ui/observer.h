@@ -28,6 +28,8 @@ class FormObserver {
 
   virtual void formShown(const Form&) {}
   virtual void formUnloaded(const Form&) {}
+  // The program asks for an immediate repaint while it keeps working (VB's Refresh).
+  virtual void formRefreshed(const Form&) {}
   virtual void formChanged(const Form&, Property) {}
   virtual void controlChanged(const Control&, Property) {}
   // A message box is about to be shown (style, title, text), then `answer` came back.

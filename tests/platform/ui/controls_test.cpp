@@ -83,6 +83,17 @@ TEST_F(ControlsTest, HandlersMayChangeOtherControlsAndCascadeInOrder) {
   EXPECT_EQ(form.chk(1).value(), vbUnchecked);
 }
 
+TEST_F(ControlsTest, HandlerMayReplaceItselfWhileRunning) {
+  form.cmd.setOnClick([this] {
+    form.clicks.push_back("first");
+    form.cmd.setOnClick([this] { form.clicks.push_back("second"); });
+    form.clicks.push_back("still first");
+  });
+  form.cmd.click();
+  form.cmd.click();
+  EXPECT_EQ(form.clicks, (std::vector<std::string>{"first", "still first", "second"}));
+}
+
 TEST_F(ControlsTest, SelectingAnOptionClearsItsGroupAndRaisesOnlyItsOwnClick) {
   form.opt(0).setValue(true);
   form.loneA.setValue(true);
@@ -178,6 +189,7 @@ TEST_F(ControlsTest, ObserversHearEveryRealChangeOnce) {
   form.show();
   form.opt(0).setValue(true);
   form.opt(1).setValue(true);
+  form.refresh();
   form.unloaded();
   desktop.removeObserver(seen);
   form.lbl.setCaption("après");
@@ -190,7 +202,7 @@ TEST_F(ControlsTest, ObserversHearEveryRealChangeOnce) {
             (std::vector<std::string>{"lblInfo " + caption, "cmdOK " + enabled,
                                       "form frmEssai " + pointer, "shown frmEssai",
                                       "opt(0) " + value, "opt(0) " + value, "opt(1) " + value,
-                                      "unloaded frmEssai"}));
+                                      "refreshed frmEssai", "unloaded frmEssai"}));
   EXPECT_EQ(form.mousePointer(), vbHourglass);
   EXPECT_FALSE(form.isShown());
 }

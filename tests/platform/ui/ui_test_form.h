@@ -16,6 +16,7 @@ struct RecordingObserver : FormObserver {
   std::vector<std::string> events;
   void formShown(const Form& f) override { events.push_back("shown " + f.name()); }
   void formUnloaded(const Form& f) override { events.push_back("unloaded " + f.name()); }
+  void formRefreshed(const Form& f) override { events.push_back("refreshed " + f.name()); }
   void formChanged(const Form& f, Property p) override {
     events.push_back("form " + f.name() + " " + std::to_string(static_cast<int>(p)));
   }
