@@ -146,3 +146,25 @@ TEST(SqlNames, AggregatesComeFromTheResolver) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(SqlSubqueryEval, ValuesComeFromTheResolver) {
+  struct QueryResolver : sqltest::MapResolver {
+    int calls = 0;
+    std::optional<std::vector<Value>> subquery(const jet::sql::Select&) override {
+      ++calls;
+      return std::vector<Value>{Value::text("1"), Value::null(), Value::text("3")};
+    }
+  } r;
+  EXPECT_TRUE(sqltest::eval("'3' IN (SELECT c FROM t)", r).as_boolean());
+  EXPECT_TRUE(sqltest::eval("'2' IN (SELECT c FROM t)", r).is_null());  // a Null was met
+  EXPECT_TRUE(sqltest::eval("EXISTS (SELECT c FROM t)", r).as_boolean());
+  EXPECT_EQ(sqltest::eval("(SELECT c FROM t) & 'x'", r).as_text(), "1x");
+  EXPECT_EQ(r.calls, 4);
+  sqltest::MapResolver plain;
+  EXPECT_EQ(sqltest::error_of("EXISTS (SELECT c FROM t)"), 3251);
+  (void)plain;
+}
+
+}  // namespace

@@ -253,3 +253,70 @@ TEST(SqlPrinting, PrintedTextParsesToTheSameTree) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace jet::sql;
+
+TEST(SqlSubqueries, InExistsAndScalarSubqueries) {
+  Statement st = parse_statement(
+      "SELECT a, (SELECT Max(b) FROM u WHERE u.k = t.k) AS m FROM t "
+      "WHERE a IN (SELECT c FROM v WHERE c > 1) AND NOT EXISTS (SELECT * FROM w WHERE w.k = t.k)");
+  const auto& s = std::get<Select>(st.body);
+  EXPECT_EQ(sqltest::shape(*s.items[1].expr), "(select)");
+  EXPECT_EQ(sqltest::shape(*s.where), "((a IN (select)) AND (NOT EXISTS(select)))");
+  const auto& in = std::get<InList>(std::get<Binary>(s.where->node).left->node);
+  const auto& inner = *std::get<Subquery>(in.items[0]->node).select;
+  ASSERT_TRUE(inner.where);
+  EXPECT_EQ(std::get<NamedTable>(inner.from[0]->node).name, "v");
+  std::string printed = to_sql(st);
+  EXPECT_TRUE(parse_statement(printed) == st) << printed;
+  // A different subquery makes a different tree.
+  Statement other = parse_statement(
+      "SELECT a, (SELECT Max(b) FROM u WHERE u.k = t.k) AS m FROM t "
+      "WHERE a IN (SELECT c FROM v WHERE c > 2) AND NOT EXISTS (SELECT * FROM w WHERE w.k = t.k)");
+  EXPECT_FALSE(other == st);
+}
+
+TEST(SqlSubqueries, UnionAndSelectWithoutSource) {
+  Statement st = parse_statement(
+      "SELECT COPAYS FROM PAYS UNION ALL SELECT COPAYS FROM ARCHIVE UNION SELECT 'X' ORDER BY 1");
+  const auto& s = std::get<Select>(st.body);
+  ASSERT_TRUE(s.union_next);
+  EXPECT_TRUE(s.union_all);
+  ASSERT_TRUE(s.union_next->union_next);
+  EXPECT_FALSE(s.union_next->union_all);
+  EXPECT_TRUE(s.union_next->union_next->from.empty());
+  EXPECT_EQ(s.union_next->union_next->order_by.size(), 1u);
+  std::string printed = to_sql(st);
+  EXPECT_TRUE(parse_statement(printed) == st) << printed;
+}
+
+TEST(SqlAccessText, QueriesAsAccessStoresThem) {
+  // Access writes redundant parentheses, double-quoted texts and mixed-case operators.
+  const char* texts[] = {
+      "SELECT DISTINCT Table1.*, Table2.col1, Table2.col2, Table3.col3 FROM Table1, Table2, Table3 "
+      "WHERE (((Table2.col2)=\"foo\" Or (Table2.col2) In (\"buzz\",\"bazz\"))) ORDER BY Table2.col1;",
+      "SELECT Count([Table2].[col2]) AS CountOfcol2, Table2_1.col1 FROM Table1, Table2, Table2 AS "
+      "Table2_1 WHERE ((([Table1].[col1])>\"10\") And ((Table2_1.col1) Is Not Null)) GROUP BY "
+      "Table2_1.col1 HAVING (((Avg(Table2_1.col2))>\"10\"));",
+      "UPDATE Table1 SET Table1.col1 = \"foo\", Table1.col2 = [Table2].[col3], Table1.col3 = "
+      "[User Name] WHERE ((([Table2].[col1]) Is Not Null));",
+      "INSERT INTO Table2 ( col1, col2, col3 ) SELECT [Table1].[col2], [Table2].[col2], "
+      "[Table2].[col3] FROM Table3, Table1, Table2;",
+      "DELETE Table1.col1, Table1.col2 FROM Table1 WHERE (((Table1.col1)>\"blah\"));",
+  };
+  for (const char* text : texts) {
+    SCOPED_TRACE(text);
+    Statement st;
+    try {
+      st = parse_statement(text);
+    } catch (const jet::Error& e) {
+      ADD_FAILURE() << e.number() << " " << e.what();
+      continue;
+    }
+    EXPECT_TRUE(parse_statement(to_sql(st)) == st) << to_sql(st);
+  }
+}
+
+}  // namespace

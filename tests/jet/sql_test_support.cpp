@@ -35,6 +35,9 @@ std::string shape(const Expr& e) {
     std::string operator()(const IsNull& n) const {
       return "(" + shape(*n.value) + (n.negated ? " IS NOT NULL)" : " IS NULL)");
     }
+    std::string operator()(const Subquery& q) const {
+      return q.exists ? "EXISTS(select)" : "(select)";
+    }
     std::string operator()(const Call& c) const {
       std::string s = c.name + "(";
       for (std::size_t i = 0; i < c.args.size(); ++i) s += (i ? ", " : "") + shape(*c.args[i]);

@@ -7,6 +7,20 @@ namespace jet::sql {
 bool operator==(const Expr& a, const Expr& b) { return a.node == b.node; }
 bool operator==(const TableRef& a, const TableRef& b) { return a.node == b.node; }
 
+bool operator==(const Subquery& a, const Subquery& b) {
+  return a.exists == b.exists && ((!a.select && !b.select) ||
+                                  (a.select && b.select && *a.select == *b.select));
+}
+
+bool operator==(const Select& a, const Select& b) {
+  bool same_union = (!a.union_next && !b.union_next) ||
+                    (a.union_next && b.union_next && *a.union_next == *b.union_next);
+  return a.distinct == b.distinct && a.top == b.top && a.top_percent == b.top_percent &&
+         a.items == b.items && a.from == b.from && a.where == b.where &&
+         a.group_by == b.group_by && a.having == b.having && a.order_by == b.order_by &&
+         same_union && a.union_all == b.union_all;
+}
+
 bool operator==(const Insert& a, const Insert& b) {
   bool same_select = (!a.select && !b.select) || (a.select && b.select && *a.select == *b.select);
   return a.table == b.table && a.columns == b.columns && a.values == b.values && same_select;
@@ -41,6 +55,7 @@ struct Cloner {
   }
   Expr operator()(const IsNull& n) const { return Expr{IsNull{n.negated, clone_ptr(n.value)}}; }
   Expr operator()(const Call& n) const { return Expr{Call{n.name, clone_all(n.args)}}; }
+  Expr operator()(const Subquery& n) const { return Expr{n}; }
 };
 
 }  // namespace

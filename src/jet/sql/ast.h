@@ -79,8 +79,19 @@ struct Call {
   friend bool operator==(const Call&, const Call&) = default;
 };
 
+struct Select;
+// A SELECT used inside an expression: as a value `(SELECT ...)`, as the list of
+// `x IN (SELECT ...)`, or after EXISTS. The select is immutable once parsed, so copies of a
+// tree share it.
+struct Subquery {
+  std::shared_ptr<const Select> select;
+  bool exists = false;
+};
+bool operator==(const Subquery& a, const Subquery& b);
+
 struct Expr {
-  std::variant<Literal, ColumnRef, Unary, Binary, Like, InList, Between, IsNull, Call> node;
+  std::variant<Literal, ColumnRef, Unary, Binary, Like, InList, Between, IsNull, Call, Subquery>
+      node;
 };
 
 bool operator==(const Expr& a, const Expr& b);
@@ -153,8 +164,11 @@ struct Select {
   ExprPtr where;
   std::vector<ExprPtr> group_by;
   ExprPtr having;
-  std::vector<OrderItem> order_by;
-  friend bool operator==(const Select&, const Select&) = default;
+  std::vector<OrderItem> order_by;  // of a union: held by its last select
+  // SELECT ... UNION [ALL] SELECT ...: the next select of the union.
+  std::shared_ptr<const Select> union_next;
+  bool union_all = false;
+  friend bool operator==(const Select& a, const Select& b);
 };
 
 struct Assignment {
@@ -182,6 +196,7 @@ struct Delete {
   // `DELETE * FROM`, `DELETE t.* FROM`, or plain `DELETE FROM` (empty, star false).
   bool star = false;
   std::string star_table;
+  std::vector<ColumnRef> columns;  // `DELETE t.a, t.b FROM ...` as Access writes it (ignored by Jet)
   std::vector<TableRefPtr> from;
   ExprPtr where;
   friend bool operator==(const Delete&, const Delete&) = default;

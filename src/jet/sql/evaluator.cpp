@@ -107,11 +107,30 @@ class Evaluator {
     return Value::boolean(m != l.negated);
   }
 
+  std::vector<Value> rows(const Subquery& q) {
+    auto values = resolver_.subquery(*q.select);
+    if (!values) throw jet::Error(jet::ErrorCode::OperationNotSupported);
+    return std::move(*values);
+  }
+
+  Value on(const Subquery& q) {
+    std::vector<Value> values = rows(q);
+    if (q.exists) return Value::boolean(!values.empty());
+    return values.empty() ? Value::null() : values.front();
+  }
+
   Value on(const InList& in) {
     Value v = eval(*in.value);
+    std::vector<Value> candidates;
+    auto* sub = in.items.size() == 1 ? std::get_if<Subquery>(&in.items[0]->node) : nullptr;
+    if (sub && !sub->exists) {
+      candidates = rows(*sub);
+    } else {
+      for (const auto& item : in.items) candidates.push_back(eval(*item));
+    }
     bool unknown = false;
-    for (const auto& item : in.items) {
-      auto c = compare_values(v, eval(*item));
+    for (const Value& candidate : candidates) {
+      auto c = compare_values(v, candidate);
       if (!c) unknown = true;
       else if (*c == 0) return Value::boolean(!in.negated);
     }
@@ -175,6 +194,8 @@ void collect(const Expr& e, std::vector<ColumnRef>& out) {
     void operator()(const Call& c) const {
       for (const auto& a : c.args) collect(*a, out);
     }
+    // Names inside a subquery belong to its own sources; the executor binds them.
+    void operator()(const Subquery&) const {}
   };
   std::visit(V{out}, e.node);
 }

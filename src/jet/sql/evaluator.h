@@ -23,6 +23,11 @@ class Resolver {
   virtual std::optional<Value> column(const ColumnRef& ref) = 0;
   // The value of an aggregate call for the current group; nothing outside a grouped query.
   virtual std::optional<Value> aggregate(const Call& /*call*/) { return std::nullopt; }
+  // The first-column values of a subquery for the current row; nothing when the caller
+  // cannot run queries (the evaluator then raises 3251).
+  virtual std::optional<std::vector<Value>> subquery(const Select& /*select*/) {
+    return std::nullopt;
+  }
 };
 
 struct EvalOptions {

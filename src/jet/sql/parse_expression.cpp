@@ -183,7 +183,9 @@ ExprPtr Parser::comparison() {
     } else if (accept_word("IN")) {
       if (!accept_symbol("(")) expression_failure();
       std::vector<ExprPtr> items;
-      if (!at_symbol(")")) {
+      if (at_word("SELECT")) {
+        items.push_back(subquery(false));
+      } else if (!at_symbol(")")) {
         do items.push_back(expr());
         while (accept_symbol(","));
       }
@@ -276,6 +278,13 @@ ExprPtr Parser::primary() {
       if (accept_word("NULL")) return make_literal(LiteralKind::Null);
       if (accept_word("TRUE")) return make_literal(LiteralKind::True);
       if (accept_word("FALSE")) return make_literal(LiteralKind::False);
+      if (at_word("EXISTS") && at_symbol("(", 1) && at_word("SELECT", 2)) {
+        next();
+        next();
+        ExprPtr sub = subquery(true);
+        if (!accept_symbol(")")) expression_failure();
+        return sub;
+      }
       // Left, Right and Asc are also keywords; before '(' they are the functions.
       if (is_reserved(t.text) &&
           !((iequals_ascii(t.text, "LEFT") || iequals_ascii(t.text, "RIGHT") ||
@@ -285,6 +294,12 @@ ExprPtr Parser::primary() {
       }
       return name_or_call();
     case TokenKind::Symbol:
+      if (at_symbol("(") && at_word("SELECT", 1)) {
+        next();
+        ExprPtr sub = subquery(false);
+        if (!accept_symbol(")")) expression_failure();
+        return sub;
+      }
       if (accept_symbol("(")) {
         ExprPtr inner = expr();
         if (!accept_symbol(")")) expression_failure();
@@ -299,6 +314,13 @@ ExprPtr Parser::primary() {
     case TokenKind::End: expression_failure();
   }
   expression_failure();
+}
+
+// At SELECT inside parentheses; the caller takes the closing parenthesis.
+ExprPtr Parser::subquery(bool exists) {
+  next();  // SELECT
+  auto select_tree = std::make_shared<const Select>(select());
+  return std::make_unique<Expr>(Expr{Subquery{std::move(select_tree), exists}});
 }
 
 ExprPtr Parser::name_or_call() {

@@ -83,36 +83,42 @@ Select Parser::select() {
     s.top_percent = accept_word("PERCENT");
   }
   select_items(s);
-  if (!accept_word("FROM")) {
-    // Jet allows a SELECT without FROM only for expressions of constants; we require it as
-    // the statements of an application always name a source.
+  if (accept_word("FROM")) {
+    s.from = table_list(SqlError::FromClauseSyntax);
+    // Whatever follows the sources must start a clause: anything else is still FROM clause.
+    if (!(at_end() || at_word("WHERE") || at_word("GROUP") || at_word("HAVING") ||
+          at_word("ORDER") || at_word("UNION") || at_symbol(")"))) {
+      fail(SqlError::FromClauseSyntax);
+    }
+  } else if (!(at_end() || at_symbol(")") || at_word("UNION") || at_word("ORDER"))) {
+    // Without FROM (a select of constants) nothing else may follow.
     fail(SqlError::SelectSyntax);
   }
-  s.from = table_list(SqlError::FromClauseSyntax);
-  // Whatever follows the sources must start a clause: anything else is still the FROM clause.
-  if (!(at_end() || at_word("WHERE") || at_word("GROUP") || at_word("HAVING") ||
-        at_word("ORDER") || at_symbol(")"))) {
-    fail(SqlError::FromClauseSyntax);
-  }
-  if (accept_word("WHERE")) s.where = clause_expression({"GROUP", "HAVING", "ORDER"});
+  if (accept_word("WHERE")) s.where = clause_expression({"GROUP", "HAVING", "ORDER", "UNION", ")"});
   if (at_word("GROUP")) {
     next();
     expect_word("BY", SqlError::SelectSyntax);
-    do s.group_by.push_back(clause_expression({",", "HAVING", "ORDER"}));
+    do s.group_by.push_back(clause_expression({",", "HAVING", "ORDER", "UNION", ")"}));
     while (accept_symbol(","));
   }
-  if (accept_word("HAVING")) s.having = clause_expression({"ORDER"});
+  if (accept_word("HAVING")) s.having = clause_expression({"ORDER", "UNION", ")"});
+  if (accept_word("UNION")) {
+    s.union_all = accept_word("ALL");
+    expect_word("SELECT", SqlError::SelectSyntax);
+    s.union_next = std::make_shared<const Select>(select());
+    return s;
+  }
   if (at_word("ORDER")) {
     next();
     expect_word("BY", SqlError::OrderByClauseSyntax);
     do {
       OrderItem item;
-      item.expr = clause_expression({",", "ASC", "DESC"});
+      item.expr = clause_expression({",", "ASC", "DESC", ")"});
       if (accept_word("DESC")) item.descending = true;
       else accept_word("ASC");
       s.order_by.push_back(std::move(item));
     } while (accept_symbol(","));
-    if (!at_end()) fail(SqlError::OrderByClauseSyntax);
+    if (!at_end() && !at_symbol(")")) fail(SqlError::OrderByClauseSyntax);
   }
   return s;
 }
@@ -121,7 +127,7 @@ void Parser::select_items(Select& s) {
   do {
     SelectItem item;
     if (at_word("FROM") || at_end()) fail(SqlError::SelectSyntax);
-    item.expr = clause_expression({",", "AS", "FROM"});
+    item.expr = clause_expression({",", "AS", "FROM", "UNION", "ORDER", ")"});
     if (accept_word("AS")) item.alias = name(SqlError::SelectSyntax);
     s.items.push_back(std::move(item));
   } while (accept_symbol(","));
@@ -242,6 +248,16 @@ Delete Parser::delete_() {
     d.star_table = next().text;
     next();
     next();
+  } else if (!at_word("FROM")) {
+    do {
+      ColumnRef c;
+      c.name = name(SqlError::FromClauseSyntax);
+      if (accept_symbol(".") || accept_symbol("!")) {
+        c.table = std::move(c.name);
+        c.name = name(SqlError::FromClauseSyntax);
+      }
+      d.columns.push_back(std::move(c));
+    } while (accept_symbol(","));
   }
   expect_word("FROM", SqlError::FromClauseSyntax);
   d.from = table_list(SqlError::FromClauseSyntax);

@@ -55,6 +55,7 @@ class Parser {
   ExprPtr power();
   ExprPtr primary();
   ExprPtr name_or_call();
+  ExprPtr subquery(bool exists);
   std::string clause_text(std::size_t start_token) const;
 
   // ---- statements (parse_statement.cpp)

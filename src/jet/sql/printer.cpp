@@ -72,6 +72,7 @@ Level level_of(const Expr& e) {
     Level operator()(const InList&) const { return kCompare; }
     Level operator()(const Between&) const { return kCompare; }
     Level operator()(const IsNull&) const { return kCompare; }
+    Level operator()(const Subquery&) const { return kPrimary; }
   };
   return std::visit(V{}, e.node);
 }
@@ -86,6 +87,7 @@ std::string quote_text(const std::string& s) {
 }
 
 std::string print(const Expr& e);
+std::string print_select(const Select& s);
 
 // `e` printed so that it binds at least as tightly as `min`.
 std::string operand(const Expr& e, int min) {
@@ -150,8 +152,13 @@ std::string print(const Expr& e) {
       return operand(*l.value, kConcat) + (l.negated ? " NOT LIKE " : " LIKE ") +
              operand(*l.pattern, kConcat);
     }
+    std::string operator()(const Subquery& q) const {
+      return (q.exists ? "EXISTS (" : "(") + print_select(*q.select) + ")";
+    }
     std::string operator()(const InList& l) const {
       std::string out = operand(*l.value, kConcat) + (l.negated ? " NOT IN (" : " IN (");
+      auto* sub = l.items.size() == 1 ? std::get_if<Subquery>(&l.items[0]->node) : nullptr;
+      if (sub && !sub->exists) return out + print_select(*sub->select) + ")";
       for (std::size_t i = 0; i < l.items.size(); ++i) {
         if (i) out += ", ";
         out += print(*l.items[i]);
@@ -252,7 +259,7 @@ std::string print_select(const Select& s) {
     out += print(*s.items[i].expr);
     if (!s.items[i].alias.empty()) out += " AS " + quote_name(s.items[i].alias);
   }
-  out += " FROM ";
+  if (!s.from.empty()) out += " FROM ";
   for (std::size_t i = 0; i < s.from.size(); ++i) {
     if (i) out += ", ";
     out += print_table(*s.from[i], false);
@@ -260,6 +267,9 @@ std::string print_select(const Select& s) {
   if (s.where) out += " WHERE " + print(*s.where);
   if (!s.group_by.empty()) out += " GROUP BY " + join_list(s.group_by);
   if (s.having) out += " HAVING " + print(*s.having);
+  if (s.union_next) {
+    return out + (s.union_all ? " UNION ALL " : " UNION ") + print_select(*s.union_next);
+  }
   if (!s.order_by.empty()) {
     out += " ORDER BY ";
     for (std::size_t i = 0; i < s.order_by.size(); ++i) {
@@ -293,6 +303,11 @@ struct StatementPrinter {
   std::string operator()(const Delete& d) const {
     std::string out = "DELETE ";
     if (d.star) out += d.star_table.empty() ? "* " : quote_name(d.star_table) + ".* ";
+    for (std::size_t i = 0; i < d.columns.size(); ++i) {
+      const ColumnRef& c = d.columns[i];
+      out += (c.table.empty() ? "" : quote_name(c.table) + ".") + quote_name(c.name);
+      out += i + 1 < d.columns.size() ? ", " : " ";
+    }
     out += "FROM ";
     for (std::size_t i = 0; i < d.from.size(); ++i) {
       if (i) out += ", ";
