@@ -160,11 +160,11 @@ TableDef read_table_def(Pager& pager, PageNumber page) {
     for (std::size_t k = 0; k < kMaxIndexColumns; ++k) {
       const std::uint16_t number = r.u16(4 + 3 * k);
       if (number == 0xFFFF) continue;
-      index.columns.push_back({number, r.u8(6 + 3 * k) == 0x01});
+      index.columns.push_back({number, (r.u8(6 + 3 * k) & 0x01) != 0});
     }
     index.usage_map = r.u32(34);
     index.root_page = r.u32(38);
-    index.flags = r.u8(42);
+    index.flags = r.u8(46);  // after four bytes of unknown use
     pos += kRealIndexSize;
   }
 

@@ -1,9 +1,14 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <map>
 
 #include "jet/csv_export.h"
 #include "jet/database.h"
+#include "jet/error.h"
+#include "jet/index_verify.h"
+#include "jet/query_rows.h"
+#include "jet/query_sql.h"
 #include "jet/verify.h"
 
 namespace jet_tool {
@@ -44,7 +49,27 @@ int count(const std::string& file, const std::string& table, std::ostream& out) 
 
 int queries(const std::string& file, std::ostream& out) {
   auto db = jet::Database::open(file);
-  for (const auto* q : db->catalog().queries()) out << q->name << '\n';
+  // MSysQueries rows, grouped by the query they describe.
+  std::map<std::int32_t, std::vector<jet::QueryRow>> rows;
+  for (const auto& columns : db->catalog().query_rows()) {
+    jet::QueryRow row = jet::query_row_from_columns(columns);
+    rows[row.object_id].push_back(std::move(row));
+  }
+  jet::SqlLayout layout;
+  layout.line_break = "\n";
+  for (const auto* q : db->catalog().queries()) {
+    out << q->name << '\n';
+    try {
+      out << '\t';
+      for (char c : jet::query_sql(rows[q->id], layout)) {
+        out << c;
+        if (c == '\n') out << '\t';
+      }
+      out << '\n';
+    } catch (const jet::Error& e) {
+      out << "(SQL illisible : " << e.description() << ")\n";
+    }
+  }
   return 0;
 }
 
@@ -66,7 +91,7 @@ int relations(const std::string& file, std::ostream& out) {
 
 int verify(const std::string& file, std::ostream& out) {
   auto db = jet::Database::open(file);
-  const auto problems = jet::verify_database(*db);
+  const auto problems = jet::verify_database(*db, jet::verify_index);
   for (const auto& p : problems) out << p << '\n';
   if (problems.empty()) out << "Base saine.\n";
   return problems.empty() ? 0 : 1;
