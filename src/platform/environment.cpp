@@ -14,6 +14,14 @@ Environment::Environment(std::filesystem::path workstationRoot, std::shared_ptr<
       launcher_(std::move(launcher)),
       files_(*workstation_) {}
 
+Environment Environment::ForWorkstation(std::filesystem::path workstationRoot, ProgramInfo program,
+                                        bool interactive) {
+  Environment env(std::move(workstationRoot), std::make_shared<SystemClock>(), std::move(program), nullptr);
+  // The launcher resolves paths on the environment's own workstation, which only exists now.
+  env.launcher_ = std::make_shared<DesktopLauncher>(*env.workstation_, interactive);
+  return env;
+}
+
 Environment Environment::ForTests(std::filesystem::path workstationRoot, DateTime now, ProgramInfo program) {
   return Environment(std::move(workstationRoot), std::make_shared<FixedClock>(now), std::move(program),
                      std::make_shared<RecordingLauncher>());

@@ -34,6 +34,11 @@ class Environment {
   Environment(std::filesystem::path workstationRoot, std::shared_ptr<Clock> clock,
               ProgramInfo program, std::shared_ptr<ProcessLauncher> launcher);
 
+  // A real run: the machine's clock and a DesktopLauncher bound to this environment's own
+  // workstation (which starts programs only when `interactive`).
+  static Environment ForWorkstation(std::filesystem::path workstationRoot, ProgramInfo program,
+                                    bool interactive);
+
   // A FixedClock at `now`, a RecordingLauncher and `program` (App.Path "C:\QUELIS" by default).
   static Environment ForTests(std::filesystem::path workstationRoot, DateTime now,
                               ProgramInfo program = {});

@@ -78,6 +78,14 @@ TEST_F(EnvironmentTest, IniAndRegistryThroughTheEnvironment) {
   EXPECT_EQ(buffer.substr(0, static_cast<std::size_t>(n)), "D:\\Quelis\\Donnees\\");
 }
 
+TEST_F(EnvironmentTest, RealRunEnvironmentUsesTheMachineClockAndADesktopLauncher) {
+  auto env = platform::Environment::ForWorkstation(temp_.path(), {}, false);
+  EXPECT_NE(dynamic_cast<platform::DesktopLauncher*>(&env.launcher()), nullptr);
+  EXPECT_NE(dynamic_cast<platform::SystemClock*>(&env.clock()), nullptr);
+  platform::Environment moved = std::move(env);
+  EXPECT_GT(moved.Shell("notepad.exe C:\\QUELIS\\x.log", 1), 0);  // silent: nothing started
+}
+
 TEST(DesktopLauncherStart, SilentRunsStartNothingButStillAnswer) {
   TempFolder temp;
   platform::Workstation ws(temp.path());
