@@ -30,6 +30,7 @@ std::optional<std::string> findEntry(const fs::path& folder, std::string_view na
 std::vector<Entry> list(const fs::path& folder) {
   std::error_code ec;
   fs::directory_iterator it(folder, ec);
+  if (ec == std::errc::permission_denied) throw Error(ErrorCode::PermissionDenied);
   if (ec) throw Error(ErrorCode::PathNotFound);
   std::vector<Entry> entries;
   for (fs::directory_iterator end; it != end; it.increment(ec)) {

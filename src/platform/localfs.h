@@ -20,7 +20,7 @@ struct Entry {
 };
 
 // The entries of a folder in NTFS order (symlinks followed for the file/folder test).
-// Raises platform::Error(PathNotFound) when the folder cannot be read.
+// Raises platform::Error: 76 when the folder is missing, 70 when it may not be read.
 std::vector<Entry> list(const std::filesystem::path& folder);
 
 // lstat-free type tests that never throw.
