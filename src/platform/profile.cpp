@@ -1,5 +1,6 @@
 #include "platform/profile.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <optional>
