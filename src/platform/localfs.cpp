@@ -1,6 +1,8 @@
 #include "platform/localfs.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 
 #include "platform/error.h"
@@ -62,6 +64,13 @@ bool exists(const fs::path& p) {
 }  // namespace platform::localfs
 
 namespace platform::localfs {
+
+std::optional<std::string> readFile(const fs::path& file) {
+  if (file.empty() || !isFile(file)) return std::nullopt;
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return std::nullopt;
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
 
 bool isReadOnly(const fs::path& p) {
   std::error_code ec;

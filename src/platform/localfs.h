@@ -28,6 +28,9 @@ bool isFile(const std::filesystem::path& p);
 bool isFolder(const std::filesystem::path& p);
 bool exists(const std::filesystem::path& p);
 
+// The whole content of a regular file; nullopt when it is missing or unreadable.
+std::optional<std::string> readFile(const std::filesystem::path& file);
+
 // The Windows read-only attribute maps to the owner's write permission.
 bool isReadOnly(const std::filesystem::path& p);
 void clearReadOnly(const std::filesystem::path& p);

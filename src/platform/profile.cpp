@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <optional>
-#include <sstream>
 #include <vector>
 
 #include "platform/codepage.h"
@@ -55,13 +53,6 @@ Parsed parse(const Line& line) {
   return p;
 }
 
-std::optional<std::string> readBytes(const fs::path& file) {
-  if (file.empty() || !localfs::isFile(file)) return std::nullopt;
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 std::vector<Line> splitLines(const std::string& bytes) {
   std::vector<Line> lines;
   std::size_t from = 0;
@@ -107,7 +98,7 @@ std::string unquote(std::string value) {
 long ReadProfileString(const fs::path& file, std::string_view section, std::string_view key,
                        std::string_view defaultValue, std::string& returnedString, long size) {
   const std::string wantedSection = trimBlanks(section), wantedKey = trimBlanks(key);
-  if (const auto bytes = readBytes(file)) {
+  if (const auto bytes = localfs::readFile(file)) {
     bool inSection = false;
     for (const Line& line : splitLines(*bytes)) {
       const Parsed p = parse(line);
@@ -126,7 +117,7 @@ bool WriteProfileString(const fs::path& file, std::string_view section, std::str
                         std::string_view value) {
   if (file.empty() || !localfs::isFolder(file.parent_path())) return false;
   const std::string wantedSection = trimBlanks(section), wantedKey = trimBlanks(key);
-  std::vector<Line> lines = splitLines(readBytes(file).value_or(std::string()));
+  std::vector<Line> lines = splitLines(localfs::readFile(file).value_or(std::string()));
 
   std::optional<std::size_t> header, lastKey, match;
   for (std::size_t i = 0; i < lines.size(); ++i) {

@@ -1,12 +1,11 @@
 #include "platform/registry.h"
 
 #include <cctype>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "platform/codepage.h"
 #include "platform/error.h"
+#include "platform/localfs.h"
 #include "platform/vbstring.h"
 
 namespace platform {
@@ -183,10 +182,8 @@ Registry Registry::Parse(std::string_view fileBytes) {
 }
 
 Registry Registry::Load(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return Registry();
-  const std::string bytes(std::istreambuf_iterator<char>(in), {});
-  return Parse(bytes);
+  const auto bytes = localfs::readFile(file);
+  return bytes ? Parse(*bytes) : Registry();
 }
 
 std::optional<RegistryValue> Registry::value(std::string_view keyPath, std::string_view name) const {

@@ -29,7 +29,7 @@ fs::path descend(fs::path base, const std::vector<std::string>& names, bool last
 unsigned declaredType(const fs::path& settings, char drive) {
   std::string buffer(32, ' ');
   const long n = ReadProfileString(settings, "Drives", std::string(1, drive), "", buffer, 32);
-  const std::string value = LCase(buffer.substr(0, static_cast<std::size_t>(n)));
+  const std::string value = LCase(Left(buffer, static_cast<std::size_t>(n)));
   if (value == "cdrom" || value == "cd-rom" || value == "cd") return DRIVE_CDROM;
   if (value == "removable" || value == "amovible") return DRIVE_REMOVABLE;
   if (value == "fixed" || value == "fixe") return DRIVE_FIXED;
