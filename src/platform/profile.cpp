@@ -116,6 +116,7 @@ long ReadProfileString(const fs::path& file, std::string_view section, std::stri
 bool WriteProfileString(const fs::path& file, std::string_view section, std::string_view key,
                         std::string_view value) {
   if (file.empty() || !localfs::isFolder(file.parent_path())) return false;
+  if (localfs::isFolder(file) || (localfs::exists(file) && localfs::isReadOnly(file))) return false;
   const std::string wantedSection = trimBlanks(section), wantedKey = trimBlanks(key);
   std::vector<Line> lines = splitLines(localfs::readFile(file).value_or(std::string()));
 
@@ -158,10 +159,23 @@ bool WriteProfileString(const fs::path& file, std::string_view section, std::str
 
   std::string out;
   for (const Line& line : lines) out += line.text + line.end;
-  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
-  if (!stream) return false;
-  stream << out;
-  return static_cast<bool>(stream.flush());
+  // Written beside the file and renamed over it, so that a failed write leaves the old file whole.
+  const fs::path temporary = file.parent_path() / (file.filename().string() + ".~ecriture");
+  {
+    std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
+    if (!stream) return false;
+    stream << out;
+    if (!stream.flush()) {
+      stream.close();
+      std::error_code ignored;
+      fs::remove(temporary, ignored);
+      return false;
+    }
+  }
+  std::error_code ec;
+  fs::rename(temporary, file, ec);
+  if (ec) fs::remove(temporary, ec);
+  return !ec;
 }
 
 }  // namespace platform

@@ -15,7 +15,8 @@
 // (after the last key line of its section) as needed; an existing key's line becomes
 // "name=value" with the name as the file spells it. Every other byte of the file (comments,
 // order, other keys, blank lines, line ends) stays as it was; new lines end in CR LF. A missing
-// folder makes the write fail (result false, nothing created).
+// folder, a read-only file or a failed write make the call fail (result false) and leave the
+// file as it was.
 #pragma once
 
 #include <filesystem>

@@ -100,5 +100,14 @@ TEST_F(ProfileTest, WritingIntoAMissingFolderFailsAndCreatesNothing) {
   EXPECT_FALSE(ws_.WritePrivateProfileStringA("INIT", "k", "v", "Q:\\Quelis.ini"));
 }
 
+TEST_F(ProfileTest, AReadOnlyFileIsLeftAlone) {
+  writeBytes(ini(), "[INIT]\r\nChemin donnees=C:\\Quelis\\\r\n");
+  makeReadOnly(ini());
+  EXPECT_FALSE(ws_.WritePrivateProfileStringA("INIT", "Chemin donnees", "D:\\", "C:\\QUELIS\\Quelis.ini"));
+  EXPECT_EQ(readBytes(ini()), "[INIT]\r\nChemin donnees=C:\\Quelis\\\r\n");
+  EXPECT_EQ(std::distance(fs::directory_iterator(c() / "QUELIS"), fs::directory_iterator()), 1)
+      << "no temporary file left behind";
+}
+
 }  // namespace
 }  // namespace platform_test
