@@ -101,6 +101,11 @@ TEST(SqlComparison, TextIgnoresCaseButNotAccents) {
   EXPECT_TRUE(truth("'b' > 'A'"));
   EXPECT_FALSE(truth("'10' > '9'"));
   EXPECT_TRUE(truth("'abc' <> 'abd'"));
+  EXPECT_TRUE(truth("'abc' = 'abc  '"));  // trailing blanks do not count, as in the indexes
+  EXPECT_FALSE(truth("'abc' = ' abc'"));
+  EXPECT_TRUE(truth("'zoe' < 'zoé'"));
+  EXPECT_TRUE(truth("'☃' = '☃'"));  // no General-order code: compared by dictionary order
+  EXPECT_TRUE(truth("'☃a' < '☃b'"));
 }
 
 TEST(SqlComparison, MixedKindsConvertOrFail) {
@@ -165,6 +170,21 @@ TEST(SqlSubqueryEval, ValuesComeFromTheResolver) {
   sqltest::MapResolver plain;
   EXPECT_EQ(sqltest::error_of("EXISTS (SELECT c FROM t)"), 3251);
   (void)plain;
+}
+
+}  // namespace
+
+namespace {
+
+TEST(SqlNames, StatementNamesForParameterCounting) {
+  auto st = jet::sql::parse_statement(
+      "UPDATE a INNER JOIN b ON a.k = b.k SET a.x = [Nouveau code] WHERE b.y = [Ancien code] "
+      "AND a.z IN (SELECT q FROM c WHERE c.w = 1)");
+  auto refs = jet::sql::referenced_columns(st);
+  std::vector<std::string> names;
+  for (const auto& r : refs) names.push_back(r.table + "." + r.name);
+  std::vector<std::string> expected = {"a.k", "b.k", ".Nouveau code", "b.y", ".Ancien code", "a.z"};
+  EXPECT_EQ(names, expected);
 }
 
 }  // namespace

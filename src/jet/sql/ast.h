@@ -1,7 +1,7 @@
 // Syntax tree of Jet SQL statements and expressions. The tree keeps what the statement says,
 // not how it was spaced or parenthesised: printing a tree and parsing the text back gives an
-// equal tree (operator== compares structurally; names compare without regard to ASCII case
-// only where Jet does, i.e. never here: the tree keeps the spelling it was given).
+// equal tree. operator== compares structurally and exactly: names keep the spelling they
+// were given (binding them without regard to case is the executor's business).
 #pragma once
 
 #include <memory>

@@ -216,4 +216,44 @@ std::vector<ColumnRef> referenced_columns(const Expr& expr) {
   return out;
 }
 
+namespace {
+
+void collect_table(const TableRef& t, std::vector<ColumnRef>& out) {
+  if (auto* j = std::get_if<Join>(&t.node)) {
+    collect_table(*j->left, out);
+    collect_table(*j->right, out);
+    collect(*j->on, out);
+  }
+}
+
+void collect_select(const Select& s, std::vector<ColumnRef>& out) {
+  for (const auto& item : s.items) collect(*item.expr, out);
+  for (const auto& t : s.from) collect_table(*t, out);
+  if (s.where) collect(*s.where, out);
+  for (const auto& g : s.group_by) collect(*g, out);
+  if (s.having) collect(*s.having, out);
+  for (const auto& o : s.order_by) collect(*o.expr, out);
+  if (s.union_next) collect_select(*s.union_next, out);
+}
+
+}  // namespace
+
+std::vector<ColumnRef> referenced_columns(const Statement& statement) {
+  std::vector<ColumnRef> out;
+  if (auto* s = std::get_if<Select>(&statement.body)) {
+    collect_select(*s, out);
+  } else if (auto* u = std::get_if<Update>(&statement.body)) {
+    collect_table(*u->target, out);
+    for (const auto& a : u->assignments) collect(*a.value, out);
+    if (u->where) collect(*u->where, out);
+  } else if (auto* i = std::get_if<Insert>(&statement.body)) {
+    for (const auto& v : i->values) collect(*v, out);
+    if (i->select) collect_select(*i->select, out);
+  } else if (auto* d = std::get_if<Delete>(&statement.body)) {
+    for (const auto& t : d->from) collect_table(*t, out);
+    if (d->where) collect(*d->where, out);
+  }
+  return out;
+}
+
 }  // namespace jet::sql

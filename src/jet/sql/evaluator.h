@@ -43,8 +43,13 @@ bool evaluate_condition(const Expr& expr, Resolver& resolver, const EvalOptions&
 // The value of a literal (numbers without a point are Long when they fit, else Double).
 Value literal_value(const Literal& literal);
 
-// Every column or parameter name the expression refers to, in order of appearance.
+// Every column or parameter name the expression refers to, in order of appearance (names
+// inside subqueries excluded: they belong to the subquery's own sources).
 std::vector<ColumnRef> referenced_columns(const Expr& expr);
+// The same over every expression of a statement (select list, ON, WHERE, GROUP BY, HAVING,
+// ORDER BY, SET values, VALUES, INSERT's select); the executor counts the unbound ones for
+// 3061 "Trop peu de paramètres. n attendu.".
+std::vector<ColumnRef> referenced_columns(const Statement& statement);
 
 bool is_aggregate_function(std::string_view name);
 

@@ -28,8 +28,8 @@ struct Token {
   bool space_before = false;
 };
 
-// Tokenizes `sql`. An unterminated text or date literal or bracket throws the 3075 variant
-// quoting the text from `expression_start_hint`-less context: the rest of the statement.
+// Tokenizes `sql`. An unterminated text, date or bracket, or a character Jet SQL does not
+// use, throws the matching 3075 error quoting the rest of the statement from that point.
 std::vector<Token> tokenize(std::string_view sql);
 
 // True when `token` is the plain name `word`, compared without regard to ASCII case.

@@ -121,34 +121,29 @@ ExprPtr Parser::clause_expression(std::initializer_list<std::string_view> follow
 ExprPtr Parser::expr() { return imp(); }
 
 namespace {
-// One left-associative level with keyword operators.
+// One left-associative level whose operator is a keyword.
 template <class Next>
-ExprPtr word_level(Parser* /*unused*/, Next next_level, auto&& at, BinaryOp op) {
+ExprPtr word_level(Next next_level, auto&& accept, BinaryOp op) {
   ExprPtr left = next_level();
-  while (at()) left = make_binary(op, std::move(left), next_level());
+  while (accept()) left = make_binary(op, std::move(left), next_level());
   return left;
 }
 }  // namespace
 
 ExprPtr Parser::imp() {
-  return word_level(this, [&] { return eqv(); }, [&] { return accept_word("IMP"); },
-                    BinaryOp::Imp);
+  return word_level([&] { return eqv(); }, [&] { return accept_word("IMP"); }, BinaryOp::Imp);
 }
 ExprPtr Parser::eqv() {
-  return word_level(this, [&] { return xor_(); }, [&] { return accept_word("EQV"); },
-                    BinaryOp::Eqv);
+  return word_level([&] { return xor_(); }, [&] { return accept_word("EQV"); }, BinaryOp::Eqv);
 }
 ExprPtr Parser::xor_() {
-  return word_level(this, [&] { return or_(); }, [&] { return accept_word("XOR"); },
-                    BinaryOp::Xor);
+  return word_level([&] { return or_(); }, [&] { return accept_word("XOR"); }, BinaryOp::Xor);
 }
 ExprPtr Parser::or_() {
-  return word_level(this, [&] { return and_(); }, [&] { return accept_word("OR"); },
-                    BinaryOp::Or);
+  return word_level([&] { return and_(); }, [&] { return accept_word("OR"); }, BinaryOp::Or);
 }
 ExprPtr Parser::and_() {
-  return word_level(this, [&] { return not_(); }, [&] { return accept_word("AND"); },
-                    BinaryOp::And);
+  return word_level([&] { return not_(); }, [&] { return accept_word("AND"); }, BinaryOp::And);
 }
 
 ExprPtr Parser::not_() {

@@ -10,7 +10,6 @@ namespace detail {
 Statement Parser::statement() {
   Statement st;
   if (at_word("PARAMETERS")) st.parameters = parameters();
-  const Token& first = peek();
   if (accept_word("SELECT")) {
     st.body = select();
     finish(SqlError::SelectSyntax);
@@ -51,7 +50,6 @@ Statement Parser::statement() {
     }
     finish(SqlError::DropSyntax);
   } else {
-    (void)first;
     fail(SqlError::InvalidStatement);
   }
   return st;

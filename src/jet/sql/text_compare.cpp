@@ -7,6 +7,9 @@
 
 #include <memory>
 
+#include "jet/error.h"
+#include "jet/text_sort.h"
+
 namespace jet::sql {
 namespace {
 
@@ -77,12 +80,36 @@ std::string encode_utf8(std::u32string_view s) {
   return out;
 }
 
-int compare_text(std::string_view a, std::string_view b) {
+namespace {
+
+int compare_dictionary(std::string_view a, std::string_view b) {
   UErrorCode status = U_ZERO_ERROR;
   auto ua = icu::UnicodeString::fromUTF8(icu::StringPiece(a.data(), static_cast<int32_t>(a.size())));
   auto ub = icu::UnicodeString::fromUTF8(icu::StringPiece(b.data(), static_cast<int32_t>(b.size())));
   UCollationResult r = collator().compare(ua, ub, status);
   return r == UCOL_LESS ? -1 : r == UCOL_GREATER ? 1 : 0;
+}
+
+// UTF-16 length, the unit the index key is cut at.
+std::size_t utf16_length(std::string_view s) {
+  std::size_t n = 0;
+  for (char32_t c : decode_utf8(s)) n += c > 0xFFFF ? 2 : 1;
+  return n;
+}
+
+}  // namespace
+
+int compare_text(std::string_view a, std::string_view b) {
+  try {
+    std::vector<std::uint8_t> ka = jet::general_text_key(a), kb = jet::general_text_key(b);
+    if (ka != kb) return ka < kb ? -1 : 1;
+    if (utf16_length(a) <= jet::kMaxIndexedTextUnits && utf16_length(b) <= jet::kMaxIndexedTextUnits) {
+      return 0;
+    }
+  } catch (const jet::Error&) {
+    // A character without a key in the General order: fall back to dictionary order.
+  }
+  return compare_dictionary(a, b);
 }
 
 int compare_char(char32_t a, char32_t b) {

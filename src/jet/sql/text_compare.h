@@ -1,6 +1,8 @@
-// Text comparison as Jet compares texts in expressions: case is ignored, accents are not
-// ("e" = "E", "e" <> "é"), and the order is the dictionary order of the French locale
-// ("é" sorts between "e" and "f"), not the order of code points.
+// Text comparison as Jet compares texts in expressions: by the database's "General" sort
+// order, the order its text indexes use, so a scan and an index seek agree. Case is ignored,
+// accents are not ("e" = "E", "e" <> "é", "é" sorts between "e" and "f"), trailing blanks do
+// not count. Texts with characters that order has no code for, and texts equal on the
+// indexed length but longer, are compared by the French dictionary order instead.
 #pragma once
 
 #include <string_view>
