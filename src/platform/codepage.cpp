@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 
+#include "jet/text_codec.h"
 #include "platform/utf8.h"
 
 namespace platform {
@@ -50,25 +51,7 @@ std::string Cp1252ToUtf8(std::string_view bytes) {
 }
 
 std::string Utf16LeToUtf8(std::string_view bytes) {
-  std::string out;
-  out.reserve(bytes.size() / 2);
-  const std::size_t units = bytes.size() / 2;
-  auto unit = [&](std::size_t k) {
-    return static_cast<char16_t>(static_cast<unsigned char>(bytes[2 * k]) |
-                                 (static_cast<unsigned char>(bytes[2 * k + 1]) << 8));
-  };
-  for (std::size_t k = 0; k < units; ++k) {
-    const char16_t u = unit(k);
-    if (u >= 0xD800 && u <= 0xDBFF && k + 1 < units && unit(k + 1) >= 0xDC00 && unit(k + 1) <= 0xDFFF) {
-      utf8::append(out, 0x10000 + ((static_cast<char32_t>(u) - 0xD800) << 10) + (unit(k + 1) - 0xDC00));
-      ++k;
-    } else if (u >= 0xD800 && u <= 0xDFFF) {
-      utf8::append(out, 0xFFFD);
-    } else {
-      utf8::append(out, u);
-    }
-  }
-  return out;
+  return jet::utf16le_to_utf8({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
 
 std::string Utf8ToUtf16Le(std::string_view utf8) {
