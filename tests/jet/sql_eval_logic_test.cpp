@@ -114,6 +114,9 @@ TEST(SqlComparison, MixedKindsConvertOrFail) {
   EXPECT_EQ(error_of("'abc' = 1"), 3464);
   EXPECT_TRUE(truth("#03/25/2006# = 38801"));
   EXPECT_TRUE(truth("True = -1"));
+  EXPECT_TRUE(truth("#02/01/2006# = '01/02/2006'"));  // text read day first
+  EXPECT_TRUE(truth("'31/12/2005' < #01/01/2006#"));
+  EXPECT_EQ(error_of("#01/01/2006# = 'demain'"), 3464);
 }
 
 TEST(SqlComparison, BetweenTakesBoundsInEitherOrder) {

@@ -131,6 +131,10 @@ TEST(SqlDateFunctions, ClockAndParts) {
   EXPECT_EQ(eval("Weekday(#03/25/2006#)").as_integer(), 7);  // Saturday
   EXPECT_TRUE(eval("Year(Null)").is_null());
   EXPECT_DOUBLE_EQ(eval("DateSerial(2006, 14, 1)").as_date(), eval("#02/01/2007#").as_date());
+  EXPECT_DOUBLE_EQ(eval("DateSerial(2006, 3, 0)").as_date(), eval("#02/28/2006#").as_date());
+  EXPECT_EQ(error_of("DateSerial(2147483647, 2147483647, 1)"), 5);
+  EXPECT_EQ(error_of("Year(1E300)"), 6);
+  EXPECT_EQ(error_of("Format(1E300, 'yyyy')"), 6);
 }
 
 TEST(SqlDateFunctions, DateAdd) {
@@ -179,6 +183,8 @@ TEST(SqlTextFunctions, InStrReplaceStringSpace) {
   EXPECT_EQ(text_of("String(2, 42)"), "**");
   EXPECT_EQ(text_of("Space(3)"), "   ");
   EXPECT_EQ(error_of("Space(-1)"), 5);
+  EXPECT_EQ(error_of("Space(2000000000)"), 5);
+  EXPECT_EQ(error_of("String(2000000000, 'x')"), 5);
 }
 
 TEST(SqlNumericFunctions, AbsIntFixSgnRound) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "jet/sql/sql_error.h"
 #include "jet/sql/text_util.h"
 
 namespace jet::sql {
@@ -147,6 +148,9 @@ bool valid_date(int year, int month, int day) {
 }
 
 double date_serial(int year, int month, int day) {
+  if (year < -200000 || year > 200000 || month < -2400000 || month > 2400000) {
+    throw sql_error(SqlError::InvalidProcedureCall);
+  }
   // Month overflow carries into the year and day overflow into the month, as DateSerial does.
   int m0 = month - 1;
   year += m0 >= 0 ? m0 / 12 : -((11 - m0) / 12);
@@ -164,6 +168,8 @@ double combine_date_time(double day_serial, double time_of_day) {
 }
 
 DateParts date_parts(double serial) {
+  // Beyond years 100-9999 (or NaN) there is no date to take apart.
+  if (!(serial > -657435.0 && serial < 2958466.0)) throw sql_error(SqlError::Overflow);
   double whole = std::trunc(serial);
   double fraction = std::fabs(serial - whole);
   // Round to the second; a time that rounds up to midnight moves to the next day.
@@ -181,6 +187,7 @@ DateParts date_parts(double serial) {
 }
 
 int weekday(double serial) {
+  if (!(serial > -657435.0 && serial < 2958466.0)) throw sql_error(SqlError::Overflow);
   // 30 December 1899 was a Saturday.
   long long days = static_cast<long long>(std::trunc(serial));
   return static_cast<int>(((days + 6) % 7 + 7) % 7) + 1;

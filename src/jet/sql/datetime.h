@@ -19,6 +19,7 @@ double date_serial(int year, int month, int day);  // may normalise day/month ov
 double time_serial(int hour, int minute, int second);
 // Combines a whole-day serial and a time of day (0 <= time < 1) the way VB stores them.
 double combine_date_time(double day_serial, double time_of_day);
+// Both throw 6 (overflow) outside years 100 to 9999.
 DateParts date_parts(double serial);
 int weekday(double serial);  // 1 = Sunday ... 7 = Saturday
 

@@ -48,6 +48,13 @@ long long count_arg(const Value& v) {
   return to_long(v).as_long();
 }
 
+// A length for String/Space: a memo holds at most about a billion characters.
+std::size_t length_arg(const Value& v) {
+  long long n = count_arg(v);
+  if (n < 0 || n > (1LL << 30)) invalid_call();
+  return static_cast<std::size_t>(n);
+}
+
 Value left_right(const Args& a, bool left) {
   Value s = a[0];
   long long n = count_arg(a[1]);
@@ -160,8 +167,7 @@ Value replace(const Args& a) {
 }
 
 Value string_fn(const Args& a) {
-  long long n = count_arg(a[0]);
-  if (n < 0) invalid_call();
+  std::size_t n = length_arg(a[0]);
   Value c = a[1];
   if (c.is_null()) return c;
   char32_t ch;
@@ -174,7 +180,7 @@ Value string_fn(const Args& a) {
     if (code < 0) code += 256;
     ch = ansi_char(static_cast<int>(code));
   }
-  return text(std::u32string(static_cast<std::size_t>(n), ch));
+  return text(std::u32string(n, ch));
 }
 
 Value chr(const Args& a) {
@@ -402,9 +408,7 @@ const std::map<std::string, Entry>& table() {
       {"REPLACE", {3, 6, replace}},
       {"STRING", {2, 2, string_fn}},
       {"SPACE", {1, 1, [](const Args& a) {
-         long long n = count_arg(a[0]);
-         if (n < 0) invalid_call();
-         return Value::text(std::string(static_cast<std::size_t>(n), ' '));
+         return Value::text(std::string(length_arg(a[0]), ' '));
        }}},
       {"ABS", {1, 1, [](const Args& a) {
          Value v = a[0];

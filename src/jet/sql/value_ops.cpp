@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "jet/sql/datetime.h"
 #include "jet/sql/sql_error.h"
 #include "jet/sql/text_compare.h"
 #include "jet/sql/vb_convert.h"
@@ -175,8 +176,14 @@ std::optional<int> compare_values(const Value& a, const Value& b) {
     if (b.kind() == ValueKind::Guid && ta) return compare_text(a.as_text(), b.as_guid().to_string());
     throw sql_error(SqlError::CriteriaTypeMismatch);
   }
-  auto number = [](const Value& v) {
+  // A text met with a date is read as a date first (French day/month/year), as Jet does
+  // for criteria such as DAFICCRO > '01/02/2006'.
+  bool dates = a.kind() == ValueKind::Date || b.kind() == ValueKind::Date;
+  auto number = [dates](const Value& v) {
     if (v.kind() == ValueKind::Text) {
+      if (dates) {
+        if (auto d = parse_date_text(v.as_text())) return *d;
+      }
       auto n = parse_number(v.as_text());
       if (!n) throw sql_error(SqlError::CriteriaTypeMismatch);
       return *n;
