@@ -96,6 +96,7 @@ IndexPage parse_index_page(const Page& page) {
       start = end;
     }
   }
+  p.used_bytes = static_cast<std::uint16_t>(start);
   return p;
 }
 

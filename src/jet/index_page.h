@@ -43,6 +43,7 @@ struct IndexPage {
   PageNumber next = 0;
   PageNumber tail = 0;
   std::uint16_t prefix_length = 0;
+  std::uint16_t used_bytes = 0;  // entry bytes actually stored (after the bitmap)
   std::vector<IndexEntry> entries;
 
   // Children of an intermediate page in key order: the entries' children, then the tail.

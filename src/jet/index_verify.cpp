@@ -82,6 +82,12 @@ class Checker {
       report("page " + std::to_string(number) + " : appartient à la table de la page " +
              std::to_string(page.owner) + ", pas " + std::to_string(table_.def().page));
     }
+    const std::size_t room = pager_.page_size() - kIndexEntriesOffset;
+    if (page.free_space != room - page.used_bytes) {
+      report("page " + std::to_string(number) + " : espace libre annoncé " +
+             std::to_string(page.free_space) + " octets, " + std::to_string(room - page.used_bytes) +
+             " en réalité");
+    }
     if (levels_.size() <= depth) levels_.resize(depth + 1);
     levels_[depth].push_back(page);
 

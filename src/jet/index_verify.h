@@ -1,8 +1,8 @@
 // Consistency check of one real index against its table, for `jet verify` and the tests.
 //
 // Reports (one sentence each, naming the page and entry concerned): unreadable or
-// mis-typed index pages, pages reached twice (cycles, shared children), leaves at different
-// depths, entries out of order (key, then row id), intermediate entries that are not the last
+// mis-typed index pages, free-space counts that disagree with the entries, pages reached
+// twice (cycles, shared children), leaves at different depths, entries out of order (key, then row id), intermediate entries that are not the last
 // entry of their child, previous/next links that disagree with the tree, keys that do not
 // decode, entries whose key differs from the encoding of their row's values, entries of
 // missing or deleted rows, live rows without exactly one entry (rows an ignore-nulls index

@@ -80,6 +80,13 @@ TEST(IndexVerify, AWrongSiblingLinkIsReported) {
       << joined(p);
 }
 
+TEST(IndexVerify, AWrongFreeSpaceCountIsReported) {
+  const Layout l = layout();
+  const auto p = verify(damaged_copy("free", l.first_leaf.number, 2, {0x10, 0x00}));
+  EXPECT_TRUE(mentions(p, "page " + std::to_string(l.first_leaf.number) + " : espace libre annoncé 16"))
+      << joined(p);
+}
+
 TEST(IndexVerify, AnAlteredKeyIsReportedAtItsEntry) {
   const Layout l = layout();
   // Entry 1 of the second leaf; its last key byte (the page has no shared prefix).
