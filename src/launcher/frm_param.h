@@ -11,13 +11,17 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "launcher/base_migration.h"
 #include "launcher/program_state.h"
+#include "pipeline/frm_attente.h"
 #include "platform/environment.h"
 #include "platform/error.h"
 #include "platform/fso.h"
@@ -85,9 +89,19 @@ class FrmParam : public ui::Form {
   // The completion display (interactive runs): success, or failure with the log opened.
   void AfficheFin();
 
-  // Start-up step 12: the data-folder layout migration and the network script logs. Its body
-  // is written separately; until then the layout is left as it is.
+  // Start-up step 12: an old-layout data location is moved into "Donnees\" + the site's
+  // CDIF code (migration.cpp); on the network, old script logs go to the log folder. May end
+  // the program.
   void MigrationDossiers();
+
+  // Examines one candidate data folder and appends at most one entry to ListeDossiers.
+  void RechercheBases(const platform::Folder& Dossier);
+  // Treats one data folder: its database through the wait form, then the letter templates.
+  // The entry's label may be replaced by the one the pipeline hands back.
+  void LanceTraitement(DossierDonnees& Dossier);
+  // Replaces the folder `Destination` by a copy of `Source`; nothing when `Source` is empty
+  // or missing. No trap of its own.
+  void CopieDossier(const std::string& Source, const std::string& Destination);
 
   // One WriteLine on the run log; error 91 when the log is not open.
   void EcritJournal(std::string_view ligne = {});
@@ -125,6 +139,18 @@ class FrmParam : public ui::Form {
   std::vector<DossierDonnees> ListeDossiers;
   std::int16_t NbDossiers = 0;
 
+  // Run dispatch: the folder receiving the letter templates, and the label the pipeline
+  // hands back for a freshly installed database ("" otherwise).
+  std::string DossierCourant;
+  std::string LibelleBase;
+
+  // How the migration reaches the old database, and how the wait form is made (one per
+  // database). Both default to what this build has; tests replace them before loading.
+  FabriqueBaseMigration OuvreBaseMigration = BaseMigrationIndisponible;
+  std::function<std::unique_ptr<pipeline::FrmAttente>()> CreeFrmAttente;
+  // The wait form while a database is treated; empty between databases.
+  std::unique_ptr<pipeline::FrmAttente> frmAttente;
+
   ProgramState& state() const { return *state_; }
   platform::Environment& env() const { return *env_; }
 
@@ -137,6 +163,16 @@ class FrmParam : public ui::Form {
   void EcritEntete();
   void ResoudEmplacementDonnees();
   void RemplitListeLecteurs();
+
+  // Pieces of the handlers and of the migration (one concern each).
+  void RechercheDossiers();
+  void DefinitEmplacement();
+  void TraiteDonnees();
+  void CopieLettres();
+  [[noreturn]] void ArreteMigration(const std::string& texteJournal, const std::string& texteMessage);
+  void MigreSousDossier(const std::string& D, const std::string& cible, const std::string& X,
+                       const std::string& prefixe, bool copie);
+  void DeplaceJournauxScript();
 
   platform::Environment* env_;
   ProgramState* state_;

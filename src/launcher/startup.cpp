@@ -15,6 +15,9 @@ FrmParam::FrmParam(platform::Environment& env, ui::Desktop& desktop, ProgramStat
       env_(&env),
       state_(&state),
       mode_(mode) {
+  CreeFrmAttente = [this] {
+    return std::make_unique<pipeline::FrmAttente>(*env_, this->desktop(), *state_);
+  };
   chkActions.add(2, "Définir l'emplacement des données", &fraActions);
   chkActions.add(1,
                  "Rapatrier les modèles de documents pour le publipostage dans  le dossier de "

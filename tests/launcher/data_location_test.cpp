@@ -38,8 +38,14 @@ TEST_F(LauncherTest, IniValueIsAcceptedOnlyFromTheConfigurationsList) {
     folder(c.local);
     ini(c.local, c.value);
     start(c.appPath, ModeLancement::Silencieux, c.revision);
-    EXPECT_EQ(form().CheminDonnees, c.expected);
-    if (*c.expected) {
+    const bool ancienEmplacement = *c.expected && std::string(c.expected).find("onnees") == std::string::npos;
+    if (ancienEmplacement) {
+      // Accepted, then migrated: with no database there the run stops before the combo.
+      EXPECT_EQ(form().CheminDonnees, c.expected);
+      EXPECT_TRUE(form().cboListeLecteurs.items().empty());
+      EXPECT_TRUE(form().EnErreur);
+    } else if (*c.expected) {
+      EXPECT_EQ(form().CheminDonnees, c.expected);
       // A known location is the only line of a locked combo.
       EXPECT_EQ(form().cboListeLecteurs.items(), std::vector<std::string>{c.expected});
       EXPECT_EQ(form().cboListeLecteurs.listIndex(), 0);
@@ -47,8 +53,12 @@ TEST_F(LauncherTest, IniValueIsAcceptedOnlyFromTheConfigurationsList) {
       EXPECT_FALSE(form().cboListeLecteurs.enabled());
       EXPECT_FALSE(form().FraLecteurDonnees.enabled());
     } else {
+      // Refused: the location becomes the proposal the run selects on a fixed drive.
       EXPECT_TRUE(form().FraLecteurDonnees.enabled());
       EXPECT_TRUE(form().cboListeLecteurs.enabled());
+      EXPECT_NE(form().CheminDonnees, c.value);
+      EXPECT_EQ(form().CheminDonnees, form().cboListeLecteurs.text());
+      EXPECT_NE(form().CheminDonnees.find("\\Donnees\\"), std::string::npos);
     }
   }
 }
@@ -65,19 +75,25 @@ TEST_F(LauncherTest, IniReaderCutsLongValuesAndTrimsBlanks) {
   // A long value is cut and never matches.
   ini("C/QUELIS", "C:\\" + std::string(160, 'a') + "\\");
   start("C:\\QUELIS");
-  EXPECT_EQ(form().CheminDonnees, "");
+  EXPECT_TRUE(form().cboListeLecteurs.enabled());
+  EXPECT_EQ(form().cboListeLecteurs.items(), std::vector<std::string>{"C:\\Quelis\\Donnees\\"});
 }
 
 TEST_F(LauncherTest, MissingIniOrKeyLeavesTheLocationUnknown) {
+  // Unknown, the location is offered on the fixed drives (the combo stays open) and the
+  // silent run takes the proposal.
   folder("C/QUELIS");
   start("C:\\QUELIS");
-  EXPECT_EQ(form().CheminDonnees, "");
-  file("C/QUELIS/Quelis.ini", "[INIT]\r\nAutre cle=C:\\Quelis\\Donnees\\\r\n");
+  EXPECT_TRUE(form().cboListeLecteurs.enabled());
+  EXPECT_EQ(form().CheminDonnees, "C:\\Quelis\\Donnees\\");
+  file("C/QUELIS/Quelis.ini", "[INIT]\r\nAutre cle=D:\\Quelis\\Donnees\\\r\n");
   start("C:\\QUELIS");
-  EXPECT_EQ(form().CheminDonnees, "");
-  file("C/QUELIS/Quelis.ini", "[AUTRE]\r\nChemin donnees=C:\\Quelis\\Donnees\\\r\n");
+  EXPECT_TRUE(form().cboListeLecteurs.enabled());
+  EXPECT_EQ(form().CheminDonnees, "C:\\Quelis\\Donnees\\");
+  file("C/QUELIS/Quelis.ini", "[AUTRE]\r\nChemin donnees=D:\\Quelis\\Donnees\\\r\n");
   start("C:\\QUELIS");
-  EXPECT_EQ(form().CheminDonnees, "");
+  EXPECT_TRUE(form().cboListeLecteurs.enabled());
+  EXPECT_EQ(form().CheminDonnees, "C:\\Quelis\\Donnees\\");
 }
 
 TEST_F(LauncherTest, IniReaderLeavesTheLocationAloneOnRefusalAndIgnoresTheNetwork) {
@@ -108,6 +124,7 @@ TEST_F(LauncherTest, UnknownLocationIsOfferedOnFixedDrivesLastOneSelected) {
   EXPECT_TRUE(form().FraLecteurDonnees.enabled());
 
   drives("");
+  fs::remove(folder("C/QUELIS") / "Quelis.ini");  // the first run wrote its choice there
   start("C:\\QUELIS");
   EXPECT_EQ(form().cboListeLecteurs.items(),
             (std::vector<std::string>{"C:\\Quelis\\Donnees\\", "D:\\Quelis\\Donnees\\"}));
@@ -125,6 +142,7 @@ TEST_F(LauncherTest, SchoolProposalsAndNoFixedDriveAtAll) {
 
   // The program on a removable C: and a CD in D:: nothing to offer, nothing selected.
   drives("C=removable\r\nD=cdrom\r\n");
+  fs::remove(folder("C/QUELISECOLE") / "Quelis.ini");
   start("C:\\QUELISECOLE");
   EXPECT_EQ(form().cboListeLecteurs.listCount(), 0);
   EXPECT_EQ(form().cboListeLecteurs.listIndex(), -1);

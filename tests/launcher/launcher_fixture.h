@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -13,7 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "launcher/base_migration.h"
 #include "launcher/program.h"
+#include "pipeline/frm_attente.h"
 #include "platform/codepage.h"
 #include "platform/environment.h"
 #include "platform/program.h"
@@ -51,6 +55,97 @@ inline std::vector<std::string> operator+(std::vector<std::string> a, const std:
 }
 
 inline const std::vector<std::string> kEndLines{"", "Fin : 15/01/2013 à 14:30:05"};
+
+// The run-log lines of "Mettre à jour" defining the location `L` (portable and school):
+// the INI write, then the product folder and the location itself, created or not.
+inline std::vector<std::string> Definition(const std::string& iniFile, const std::string& L,
+                                           bool produitExiste, bool emplacementExiste) {
+  std::string produit = L;
+  produit.replace(produit.find("\\Donnees\\"), 9, "\\");
+  std::vector<std::string> out{"", "-- Définition de l'emplacement des données",
+                               "\tMise à jour du fichier " + iniFile + " avec le chemin " + L,
+                               "\tMise à jour du fichier ini terminée"};
+  for (const auto& [dossier, existe] : {std::pair{produit, produitExiste}, std::pair{L, emplacementExiste}}) {
+    if (existe) {
+      out.push_back("\tCréation du dossier inutile car déjà existant");
+    } else {
+      out.push_back("\tCréation du dossier " + dossier);
+      out.push_back("\tCréation du dossier effectuée");
+    }
+  }
+  return out;
+}
+
+inline const std::vector<std::string> kAucunDossier{"", "-- Mise à jour des données (bases et/ou lettres)",
+                                                    "-- Aucun dossier à traiter"};
+
+// The old database as the migration reads it, in memory. Opening a missing path is what the
+// engine does with it: error 3024; a locked database gives 3045.
+struct BaseEnMemoire {
+  std::optional<std::string> livers = std::string("4.4.0.1");
+  std::vector<std::string> codes{"0590100"};  // rows of the CDIF query, in order
+  bool verrouillee = false;
+  // What the migration asked, in order ("ouvrir <path>", "version", "cdif", "fermer").
+  std::vector<std::string> appels;
+};
+
+class BaseMigrationEnMemoire : public BaseMigration {
+ public:
+  explicit BaseMigrationEnMemoire(BaseEnMemoire& base) : base_(&base) {}
+  void OuvrirExclusif(const std::string& chemin) override {
+    base_->appels.push_back("ouvrir " + chemin);
+    if (base_->verrouillee) {
+      throw platform::Error(3045, "Impossible d'utiliser '" + chemin + "' ; fichier déjà utilisé.");
+    }
+    ouverte_ = true;
+  }
+  std::optional<std::string> VersionBase() override {
+    base_->appels.push_back("version");
+    if (!ouverte_) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
+    return base_->livers;
+  }
+  std::optional<std::string> CodeCdif() override {
+    base_->appels.push_back("cdif");
+    if (!ouverte_) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
+    if (base_->codes.empty()) return std::nullopt;
+    return base_->codes.front();
+  }
+  void Fermer() override {
+    base_->appels.push_back("fermer");
+    ouverte_ = false;
+  }
+
+ private:
+  BaseEnMemoire* base_;
+  bool ouverte_ = false;
+};
+
+// A wait form whose database work has a scripted outcome, recording what it was given.
+struct TraitementScripte {
+  bool succes = true;
+  std::string libelleRendu;  // handed back as the new label when not empty
+  struct Appel {
+    std::string DossierBases, LibelleEnCours, DossierCourant;
+    bool Interactif;
+    bool affichee;
+  };
+  std::vector<Appel> appels;
+};
+
+class FrmAttenteScriptee : public pipeline::FrmAttente {
+ public:
+  FrmAttenteScriptee(platform::Environment& env, ui::Desktop& desktop, const ProgramState& state,
+                     TraitementScripte& script)
+      : pipeline::FrmAttente(env, desktop, state), script_(&script) {}
+  void Traitement() override {
+    script_->appels.push_back({DossierBases, LibelleEnCours, DossierCourant, Interactif, isShown()});
+    Succes = script_->succes;
+    if (!script_->libelleRendu.empty()) RetourLibelle(script_->libelleRendu);
+  }
+
+ private:
+  TraitementScripte* script_;
+};
 
 class LauncherTest : public ::testing::Test {
  protected:
@@ -106,6 +201,16 @@ class LauncherTest : public ::testing::Test {
     env_ = std::make_unique<platform::Environment>(platform::Environment::ForTests(root_, kNow, info));
     desktop_ = std::make_unique<ui::Desktop>(boxes);
     program_ = std::make_unique<Program>(*env_, *desktop_, mode);
+    if (baseMigration) {
+      program_->frmParam().OuvreBaseMigration = [this] {
+        return std::make_unique<BaseMigrationEnMemoire>(*baseMigration);
+      };
+    }
+    if (traitement) {
+      program_->frmParam().CreeFrmAttente = [this] {
+        return std::make_unique<FrmAttenteScriptee>(*env_, *desktop_, program_->state(), *traitement);
+      };
+    }
     return *program_;
   }
 
@@ -129,7 +234,22 @@ class LauncherTest : public ::testing::Test {
     return text;
   }
 
+  // Lists a folder of the workstation: names, sorted, folders with a trailing "/".
+  std::vector<std::string> tree(const std::string& relative) const {
+    std::vector<std::string> names;
+    for (const auto& e : fs::recursive_directory_iterator(root_ / relative)) {
+      std::string name = fs::relative(e.path(), root_ / relative).generic_string();
+      if (e.is_directory()) name += "/";
+      names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
   ui::ScriptedMessageBoxes boxes;
+  // Set before load()/start(): the migration's database, the wait form's outcome.
+  std::optional<BaseEnMemoire> baseMigration;
+  std::optional<TraitementScripte> traitement;
 
  private:
   fs::path root_;

@@ -12,7 +12,11 @@ TEST_F(LauncherTest, PortableSilentRunWritesHeaderThenEndLine) {
 
   EXPECT_TRUE(program.ended());
   EXPECT_FALSE(program.erreurNonInterceptee().has_value());
-  EXPECT_EQ(read("C/QUELIS/" + kLogName), lines(Header("Configuration PORTABLE") + kEndLines));
+  // Nothing at the location: it is defined (INI rewritten, folder created), no data to treat.
+  EXPECT_EQ(read("C/QUELIS/" + kLogName),
+            lines(Header("Configuration PORTABLE") +
+                  Definition("C:\\QUELIS\\Quelis.ini", "C:\\Quelis\\Donnees\\", true, false) +
+                  kAucunDossier + kEndLines));
   EXPECT_EQ(form().FichierLog, "C:\\QUELIS\\" + kLogName);
   EXPECT_EQ(form().DossierLog, "C:\\QUELIS\\");
   EXPECT_EQ(form().DossierLettres, "C:\\QUELIS\\Lettres");
@@ -60,7 +64,9 @@ TEST_F(LauncherTest, EachProgramFolderGivesItsConfiguration) {
     EXPECT_EQ(state().TypeConfiguration, c.type);
     EXPECT_EQ(state().CheminAppli, c.cheminAppli);
     EXPECT_EQ(form().LblConfiguration.caption(), c.label);
-    EXPECT_EQ(read(std::string(c.localFolder) + "/" + kLogName), lines(Header(c.label) + kEndLines));
+    const std::string log = read(std::string(c.localFolder) + "/" + kLogName);
+    EXPECT_EQ(log.rfind(lines(Header(c.label)), 0), 0u) << log;
+    EXPECT_EQ(log.substr(log.size() - lines(kEndLines).size()), lines(kEndLines));
     EXPECT_TRUE(boxes.shown().empty());  // unknown folders warn only an operator
   }
 }
@@ -88,7 +94,9 @@ TEST_F(LauncherTest, NetworkRunLogsInTheNetworkFolderCreatingItOneLevelDeep) {
   EXPECT_EQ(state().TypeConfiguration, kConfigurationReseau);
   EXPECT_EQ(form().DossierLog, "H:\\NPX\\LOG\\Quelis\\");
   EXPECT_EQ(form().FichierLog, "H:\\NPX\\LOG\\Quelis\\" + kLogName);
-  EXPECT_EQ(read("H/NPX/LOG/Quelis/" + kLogName), lines(Header("Configuration NPX-CDIF") + kEndLines));
+  // The network never defines its location: no INI write, no folder.
+  EXPECT_EQ(read("H/NPX/LOG/Quelis/" + kLogName),
+            lines(Header("Configuration NPX-CDIF") + kAucunDossier + kEndLines));
   EXPECT_FALSE(exists("G/QUELIS/" + kLogName));
 }
 
@@ -136,7 +144,10 @@ TEST_F(LauncherTest, SecondRunInTheSameSecondReplacesTheLog) {
   file("C/QUELIS/" + kLogName, std::string(5000, 'x'));
   start("C:\\QUELIS");
   start("C:\\QUELIS");
-  EXPECT_EQ(read("C/QUELIS/" + kLogName), lines(Header("Configuration PORTABLE") + kEndLines));
+  EXPECT_EQ(read("C/QUELIS/" + kLogName),
+            lines(Header("Configuration PORTABLE") +
+                  Definition("C:\\QUELIS\\Quelis.ini", "C:\\Quelis\\Donnees\\", true, true) +
+                  kAucunDossier + kEndLines));
 }
 
 TEST_F(LauncherTest, SilentRunWithUpdateButtonDisabledClosesWithoutProcessing) {
@@ -168,8 +179,11 @@ TEST_F(LauncherTest, InteractiveRunWaitsForTheOperator) {
   EXPECT_EQ(boxes.shown()[0].style, ui::vbOKOnly);
   EXPECT_EQ(boxes.shown()[0].title, "QUELIS - mise à jour 4.4.0");
   EXPECT_EQ(boxes.shown()[0].text, "Traitements terminés avec succès.");
+  // No data folder: only the location is defined.
   EXPECT_EQ(read("C/QUELIS/" + kLogName),
-            lines(Header("Configuration PORTABLE", "intéractif") + kEndLines));
+            lines(Header("Configuration PORTABLE", "intéractif") +
+                  Definition("C:\\QUELIS\\Quelis.ini", "C:\\Quelis\\Donnees\\", true, false) +
+                  kEndLines));
   // Nothing reaches a program that has ended.
   program.Act([&] { form().cmdAnnuler.click(); });
   EXPECT_FALSE(form().FermetureSansTraitement);

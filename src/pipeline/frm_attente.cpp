@@ -1,0 +1,86 @@
+#include "pipeline/frm_attente.h"
+
+#include <stdexcept>
+
+#include "platform/clock.h"
+#include "platform/program.h"
+
+namespace pipeline {
+
+FrmAttente::FrmAttente(platform::Environment& env, ui::Desktop& desktop,
+                       const launcher::ProgramState& state)
+    : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state) {}
+
+FrmAttente::~FrmAttente() = default;
+
+void FrmAttente::OuvreJournalBase() {
+  const platform::DateTime now = env_->Now();
+  NomJournalBase = DossierBases + "QuelisBase_" + state_->VersionCourte + "_" +
+                   platform::Format(now, "yyyymmdd") + platform::Format(now, "hhmmss") + ".log";
+  Fso.emplace(env_->CreateFileSystemObject());
+  JournalBase.emplace(Fso->CreateTextFile(NomJournalBase, true));
+  JournalBase->WriteLine("Installation / mise à jour de la base de données QUELIS");
+  JournalBase->WriteLine("version de l'exécutable de mise à jour : " + state_->VersionComplete);
+  JournalBase->WriteLine("nouvelle version de la base : 4.4.0.3");
+  if (!LibelleEnCours.empty()) JournalBase->WriteLine("base : " + LibelleEnCours);
+  JournalBase->WriteLine();
+  JournalBase->WriteLine("Date et heure de l'installation : " + env_->Date() + " à " + env_->Time());
+  JournalBase->WriteLine();
+  JournalBase->WriteLine();
+  JournalBase->WriteLine("---------------------------------");
+  JournalBase->WriteLine("Traitements effectués :");
+}
+
+void FrmAttente::Traitement() {
+  setMousePointer(ui::vbHourglass);
+  Succes = true;
+  try {
+    OuvreJournalBase();
+    setCaption("Installation base QUELIS - " + state_->VersionCourte +
+               (state_->TypeConfiguration == launcher::kConfigurationEcole ? " ECOLE" : ""));
+    refresh();
+    // No database engine in this build: say so and fail, leaving the database as it is.
+    Message("Mise à jour de la base non disponible dans cette version de l'outil : base non modifiée");
+    throw platform::Error(platform::ErrorCode::CannotCreateObject);
+  } catch (const platform::ProgramEnd&) {
+    throw;
+  } catch (const std::logic_error&) {
+    throw;
+  } catch (...) {
+    ErreurInstallation("Traitement", platform::currentError());
+  }
+}
+
+void FrmAttente::Message(std::string_view texte) {
+  if (JournalBase) JournalBase->WriteLine(texte);
+  LblMessage1.setCaption(std::string(texte));
+  refresh();
+}
+
+void FrmAttente::ErreurInstallation(const std::string& procedure, const platform::Error& err) {
+  const std::string numero = std::to_string(platform::displayedNumber(err.number()));
+  if (Interactif) {
+    desktop().msgBox("Erreur de mise à jour de la base de données " + DossierBases +
+                         "\r\nProcédure : " + procedure + "\r\nErreur n° " + numero + "\r\n" +
+                         err.description() + "\r\n",
+                     ui::vbOKOnly, state_->TitreMessage);
+  }
+  if (JournalBase) {
+    JournalBase->WriteLine();
+    JournalBase->WriteLine("L'erreur suivante s'est produite durant l'installation :");
+    JournalBase->WriteLine("Procédure : " + procedure);
+    JournalBase->WriteLine("Erreur n° " + numero);
+    JournalBase->WriteLine(err.description());
+    JournalBase->WriteLine();
+  }
+  Succes = false;
+  setMousePointer(ui::vbDefault);
+}
+
+void FrmAttente::Unload() {
+  JournalBase.reset();
+  Fso.reset();
+  unloaded();
+}
+
+}  // namespace pipeline
