@@ -320,3 +320,24 @@ TEST(SqlAccessText, QueriesAsAccessStoresThem) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace jet::sql;
+
+TEST(SqlStatements, MakeTableAndFormReferences) {
+  Statement st = parse_statement(
+      "SELECT COAGENT, LIAGENT INTO AGENT_SAUVE IN 'C:\\s.mdb' FROM AGENT WHERE COAGENT = "
+      "Forms!frmParam![Code agent]");
+  const auto& s = std::get<Select>(st.body);
+  ASSERT_TRUE(s.into);
+  EXPECT_EQ(s.into->name, "AGENT_SAUVE");
+  EXPECT_EQ(s.into->database_path(), "C:\\s.mdb");
+  const auto& ref = std::get<ColumnRef>(std::get<Binary>(s.where->node).right->node);
+  EXPECT_EQ(ref.table, "Forms!frmParam");
+  EXPECT_EQ(ref.name, "Code agent");
+  std::string printed = to_sql(st);
+  EXPECT_TRUE(parse_statement(printed) == st) << printed;
+}
+
+}  // namespace

@@ -16,7 +16,7 @@ bool operator==(const Select& a, const Select& b) {
   bool same_union = (!a.union_next && !b.union_next) ||
                     (a.union_next && b.union_next && *a.union_next == *b.union_next);
   return a.distinct == b.distinct && a.top == b.top && a.top_percent == b.top_percent &&
-         a.items == b.items && a.from == b.from && a.where == b.where &&
+         a.items == b.items && a.into == b.into && a.from == b.from && a.where == b.where &&
          a.group_by == b.group_by && a.having == b.having && a.order_by == b.order_by &&
          same_union && a.union_all == b.union_all;
 }

@@ -160,6 +160,7 @@ struct Select {
   std::optional<std::string> top;  // digits as written
   bool top_percent = false;
   std::vector<SelectItem> items;
+  std::optional<NamedTable> into;  // SELECT ... INTO new table (make-table query)
   std::vector<TableRefPtr> from;   // comma-separated sources
   ExprPtr where;
   std::vector<ExprPtr> group_by;

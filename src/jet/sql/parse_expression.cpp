@@ -338,7 +338,15 @@ ExprPtr Parser::name_or_call() {
     if (second.kind != TokenKind::Bracketed && second.kind != TokenKind::Name) {
       expression_failure();
     }
-    return make_column(std::move(first), next().text);
+    std::string name = next().text;
+    // Forms!frmParam!txtCode: every part but the last is kept as the qualifier, joined by '!'.
+    while ((at_symbol("!") || at_symbol(".")) &&
+           (peek(1).kind == TokenKind::Name || peek(1).kind == TokenKind::Bracketed)) {
+      next();
+      first += "!" + name;
+      name = next().text;
+    }
+    return make_column(std::move(first), std::move(name));
   }
   return make_column({}, std::move(first));
 }

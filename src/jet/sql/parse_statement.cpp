@@ -81,6 +81,7 @@ Select Parser::select() {
     s.top_percent = accept_word("PERCENT");
   }
   select_items(s);
+  if (accept_word("INTO")) s.into = named_table(SqlError::SelectSyntax, false);
   if (accept_word("FROM")) {
     s.from = table_list(SqlError::FromClauseSyntax);
     // Whatever follows the sources must start a clause: anything else is still FROM clause.
@@ -125,7 +126,7 @@ void Parser::select_items(Select& s) {
   do {
     SelectItem item;
     if (at_word("FROM") || at_end()) fail(SqlError::SelectSyntax);
-    item.expr = clause_expression({",", "AS", "FROM", "UNION", "ORDER", ")"});
+    item.expr = clause_expression({",", "AS", "FROM", "INTO", "UNION", "ORDER", ")"});
     if (accept_word("AS")) item.alias = name(SqlError::SelectSyntax);
     s.items.push_back(std::move(item));
   } while (accept_symbol(","));

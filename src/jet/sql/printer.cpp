@@ -259,6 +259,7 @@ std::string print_select(const Select& s) {
     out += print(*s.items[i].expr);
     if (!s.items[i].alias.empty()) out += " AS " + quote_name(s.items[i].alias);
   }
+  if (s.into) out += " INTO " + print_named(*s.into);
   if (!s.from.empty()) out += " FROM ";
   for (std::size_t i = 0; i < s.from.size(); ++i) {
     if (i) out += ", ";
