@@ -1,0 +1,26 @@
+#include "jet/writable_database.h"
+
+#include "jet/error.h"
+#include "jet/table_def.h"
+
+namespace jet {
+
+std::unique_ptr<WritableDatabase> WritableDatabase::open(const std::string& path) {
+  std::unique_ptr<WritableDatabase> w(new WritableDatabase());
+  OpenOptions options;
+  options.exclusive = true;
+  options.read_only = false;
+  w->db_ = Database::open(path, options);  // takes the exclusive lock
+  w->sink_ = std::make_unique<FileSink>(path);
+  w->overlay_ = std::make_unique<OverlayPager>(w->db_->pager(), w->sink_.get());
+  w->allocator_ = std::make_unique<PageAllocator>(*w->overlay_);
+  return w;
+}
+
+Table WritableDatabase::table(std::string_view name) {
+  const CatalogEntry* entry = db_->catalog().find_table(name);
+  if (!entry) throw Error(ErrorCode::TableNotFound, name);
+  return Table(*overlay_, entry->name, read_table_def(*overlay_, entry->table_page()));
+}
+
+}  // namespace jet

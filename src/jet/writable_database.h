@@ -1,0 +1,41 @@
+// A Jet 4 database opened for writing, always exclusively: the read side's file lock keeps
+// every other opener out (3045) while changes are made.
+//
+// Everything is read through pager(), the overlay that holds uncommitted pages, so readers
+// (tables, cursors) see the changes of the open transaction. Nothing reaches the file before
+// the outermost commit (see overlay_pager.h, transaction.h). A file that cannot be written
+// is refused at open (3051) without being touched.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "jet/database.h"
+#include "jet/overlay_pager.h"
+#include "jet/page_allocator.h"
+#include "jet/writable_file.h"
+
+namespace jet {
+
+class WritableDatabase {
+ public:
+  static std::unique_ptr<WritableDatabase> open(const std::string& path);
+
+  const std::string& path() const noexcept { return db_->path(); }
+  const DatabaseHeader& header() const noexcept { return db_->header(); }
+  const Catalog& catalog() const noexcept { return db_->catalog(); }
+  OverlayPager& pager() noexcept { return *overlay_; }
+  PageAllocator& allocator() noexcept { return *allocator_; }
+
+  // A table read through the overlay (3078 when there is none).
+  Table table(std::string_view name);
+
+ private:
+  WritableDatabase() = default;
+  std::unique_ptr<Database> db_;
+  std::unique_ptr<FileSink> sink_;
+  std::unique_ptr<OverlayPager> overlay_;
+  std::unique_ptr<PageAllocator> allocator_;
+};
+
+}  // namespace jet
