@@ -23,7 +23,23 @@ bool before_target(const IndexEntry& e, std::span<const std::uint8_t> key, RowId
   return compare_keys(e.key, key) < 0;
 }
 
+bool same_name(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; };
+    if (lower(a[i]) != lower(b[i])) return false;
+  }
+  return true;
+}
+
 }  // namespace
+
+const IndexDef* find_real_index(const TableDef& table, std::string_view logical_name) {
+  for (const auto& logical : table.logical_indexes) {
+    if (same_name(logical.name, logical_name)) return table.real_index(logical.real_index);
+  }
+  return nullptr;
+}
 
 IndexCursor::IndexCursor(Pager& pager, const TableDef& table, const IndexDef& index)
     : pager_(&pager), table_(&table), index_(&index), columns_(key_columns(table, index)) {}

@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "jet/index_key.h"
@@ -20,6 +21,10 @@
 #include "jet/value.h"
 
 namespace jet {
+
+// The real index behind the named (logical) index of a table, names compared without regard
+// to case; nullptr when the table has no index of that name.
+const IndexDef* find_real_index(const TableDef& table, std::string_view logical_name);
 
 class IndexCursor {
  public:

@@ -153,4 +153,24 @@ TEST(IndexFixtures, EveryIndexScansSeeksAndVerifiesAgainstItsRows) {
   EXPECT_TRUE(cov.unique);
 }
 
+TEST(IndexFixtures, NamedIndexesLeadToTheirRealIndex) {
+  auto db = jet::Database::open(std::string(QUELIS_FIXTURES) + "/testV2000.mdb");
+  const jet::Table t = db->table("Table1");
+  const jet::IndexDef* pk = jet::find_real_index(t.def(), "primarykey");
+  ASSERT_NE(pk, nullptr);
+  const jet::IndexDef* b = jet::find_real_index(t.def(), "B");
+  ASSERT_NE(b, nullptr);
+  EXPECT_NE(pk->root_page, b->root_page);
+  EXPECT_EQ(t.def().column_by_number(pk->columns.at(0).column_number)->name, "A");
+  EXPECT_EQ(t.def().column_by_number(b->columns.at(0).column_number)->name, "B");
+  EXPECT_EQ(jet::find_real_index(t.def(), "nope"), nullptr);
+
+  // Seek on the primary key by value: Table1's keys are texts "a" and "abcdefg".
+  jet::IndexCursor c(db->pager(), t.def(), *pk);
+  ASSERT_TRUE(c.seek(std::vector<jet::Value>{jet::Value::text("ABC")}));
+  const auto row = t.read(c.row_id());
+  ASSERT_TRUE(row.has_value());
+  EXPECT_EQ((*row)[0].as_text(), "abcdefg");
+}
+
 }  // namespace
