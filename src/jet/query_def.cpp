@@ -1,5 +1,8 @@
 #include "jet/query_def.h"
 
+#include <algorithm>
+#include <map>
+
 #include "jet/error.h"
 
 namespace jet {
@@ -23,6 +26,11 @@ std::string required_text(const std::optional<std::string>& s, const char* what)
 }
 
 }  // namespace
+
+std::vector<std::uint8_t> order_number(std::uint32_t n) {
+  return {static_cast<std::uint8_t>(n >> 24), static_cast<std::uint8_t>(n >> 16),
+          static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n)};
+}
 
 const char* query_type_name(QueryType type) noexcept {
   switch (type) {
@@ -54,14 +62,23 @@ std::optional<QueryType> query_type_from_object_flags(std::int32_t flags) noexce
   }
 }
 
-QueryDef read_query_def(std::span<const QueryRow> rows) {
+QueryDef read_query_def(std::span<const QueryRow> stored) {
+  // Items of a clause follow their Order numbers, whatever order the rows were stored in.
+  std::vector<const QueryRow*> sorted;
+  for (const auto& row : stored) sorted.push_back(&row);
+  std::stable_sort(sorted.begin(), sorted.end(), [](const QueryRow* a, const QueryRow* b) {
+    if (a->attribute != b->attribute) return a->attribute < b->attribute;
+    if (!a->order || !b->order) return !a->order && b->order;
+    return *a->order < *b->order;  // big-endian numbers: byte order is number order
+  });
   QueryDef def;
   const QueryRow* type_row = nullptr;
   const QueryRow* flags_row = nullptr;
   const QueryRow* remote_row = nullptr;
   const QueryRow* where_row = nullptr;
   const QueryRow* having_row = nullptr;
-  for (const QueryRow& row : rows) {
+  for (const QueryRow* item : sorted) {
+    const QueryRow& row = *item;
     switch (row.attribute) {
       case qa::Start:
       case qa::End: break;
@@ -113,10 +130,13 @@ QueryDef read_query_def(std::span<const QueryRow> rows) {
 
 std::vector<QueryRow> query_def_rows(const QueryDef& def, std::int32_t object_id) {
   std::vector<QueryRow> rows;
+  std::map<std::uint8_t, std::uint32_t> numbers;
+  auto number = [&](QueryRow& row) { row.order = order_number(++numbers[row.attribute]); };
   auto add = [&](std::uint8_t attribute) -> QueryRow& {
     QueryRow& row = rows.emplace_back();
     row.object_id = object_id;
     row.attribute = attribute;
+    number(row);
     return row;
   };
   add(qa::Start).flag = 0;
@@ -178,6 +198,7 @@ std::vector<QueryRow> query_def_rows(const QueryDef& def, std::int32_t object_id
   for (const auto& other : def.other_rows) {
     QueryRow& row = rows.emplace_back(other);
     row.object_id = object_id;
+    number(row);
   }
   add(qa::End);
   return rows;

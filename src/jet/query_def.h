@@ -1,7 +1,7 @@
 // A saved query as a structure: what its MSysQueries rows say, clause by clause, without
 // the SQL layout. read_query_def turns one query's rows into it; query_def_rows writes it
-// back as rows (grouped by attribute, each clause's items in their order), so that
-// rows → QueryDef → rows gives the same rows for queries Access saved.
+// back as rows (grouped by attribute, each clause's items numbered in their order), so that
+// rows → QueryDef → rows gives the same rows, up to storage order, for queries Access saved.
 #pragma once
 
 #include <cstdint>
@@ -124,13 +124,19 @@ struct QueryDef {
   friend bool operator==(const QueryDef&, const QueryDef&) = default;
 };
 
-// One query's rows (any order; items of a clause keep their relative order). Throws
+// The Order value of the n-th row (from 1) of a clause: four bytes, big-endian, as Access
+// numbers them.
+std::vector<std::uint8_t> order_number(std::uint32_t n);
+
+// One query's rows, in any order: the items of a clause are taken in the order of their
+// Order values (rows without one keep their relative order, before numbered ones). Throws
 // jet::Error 3049 when the rows cannot form a query: no Type row or an unknown type, two
 // rows of a single-row clause (Type, Flags, Where, Having...), a join without tables.
 QueryDef read_query_def(std::span<const QueryRow> rows);
 
 // The rows of a query: Start, Type, parameters, Flags, remote database, tables, columns,
-// joins, Where, Group By, Having, Order By, other rows, End; each with object_id.
+// joins, Where, Group By, Having, Order By, other rows, End; each with object_id and the
+// Order numbers of its clause (1, 2, 3...).
 std::vector<QueryRow> query_def_rows(const QueryDef& def, std::int32_t object_id);
 
 }  // namespace jet

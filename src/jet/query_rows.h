@@ -36,7 +36,8 @@ inline constexpr std::uint8_t End = 255;
 struct QueryRow {
   std::int32_t object_id = 0;
   std::uint8_t attribute = 0;
-  std::optional<std::vector<std::uint8_t>> order;  // the Order column (Access leaves it Null)
+  // The Order column: the row's rank within its clause, a big-endian number (00 00 00 01...).
+  std::optional<std::vector<std::uint8_t>> order;
   std::optional<std::string> name1;
   std::optional<std::string> name2;
   std::optional<std::string> expression;

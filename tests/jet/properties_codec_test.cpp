@@ -171,7 +171,7 @@ TEST(DamagedPropertyBlobs, TargetedDamageIsReportedAs3049) {
 TEST(DamagedPropertyBlobs, EveryTruncationAndByteChangeOfRealBlobsIsSafe) {
   // A block-aligned prefix is a valid (shorter) blob; any other cut must be reported.
   std::size_t reported = 0;
-  const auto blobs = jet_oracle::property_blobs(jet_oracle::fixture("delColTestV2000.mdb"));
+  const auto blobs = jet_oracle::engine_property_blobs(jet_oracle::fixture("delColTestV2000.mdb"));
   ASSERT_FALSE(blobs.empty());
   for (const auto& b : blobs) {
     SCOPED_TRACE(b.object);

@@ -1,4 +1,5 @@
-// Property blobs of every Access-made fixture: exact round trips and agreement with mdb-prop.
+// Property blobs of every Access-made fixture, read through the engine's catalog: exact
+// round trips and agreement with mdb-prop.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +18,7 @@ using jet_oracle::Blob;
 std::vector<Blob> all_blobs() {
   std::vector<Blob> out;
   for (const auto& db : jet_oracle::fixtures()) {
-    auto blobs = jet_oracle::property_blobs(db);
+    auto blobs = jet_oracle::engine_property_blobs(db);
     out.insert(out.end(), blobs.begin(), blobs.end());
   }
   return out;
@@ -106,7 +107,7 @@ std::vector<std::vector<std::string>> blocks_as_lines(const std::string& text) {
 TEST(PropertyBlobs, ValuesAgreeWithMdbProp) {
   std::size_t compared = 0;
   for (const auto& db : jet_oracle::fixtures()) {
-    const auto db_blobs = jet_oracle::property_blobs(db);
+    const auto db_blobs = jet_oracle::engine_property_blobs(db);
     std::multiset<std::string> names;
     for (const auto& b : db_blobs) names.insert(b.object);
     for (const auto& b : db_blobs) {

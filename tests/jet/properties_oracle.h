@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "jet/database.h"
+
 namespace jet_oracle {
 
 inline std::string shell_quote(const std::string& s) {
@@ -120,6 +122,16 @@ inline std::vector<Blob> property_blobs(const std::filesystem::path& db) {
     if (row[prop] && !row[prop]->empty()) {
       out.push_back(Blob{db.filename().string(), row[name].value_or(""), from_hex(*row[prop])});
     }
+  }
+  return out;
+}
+
+// The same blobs read through the engine's catalog.
+inline std::vector<Blob> engine_property_blobs(const std::filesystem::path& path) {
+  const auto db = jet::Database::open(path.string());
+  std::vector<Blob> out;
+  for (const auto& e : db->catalog().entries()) {
+    if (!e.properties.empty()) out.push_back({path.filename().string(), e.name, e.properties});
   }
   return out;
 }

@@ -1,5 +1,6 @@
-// Saved queries of the Access-made fixtures: their SQL as Access shows it, row round trips,
-// and agreement with mdb-queries on the parts it reads right.
+// Saved queries of the Access-made fixtures, read through the engine's catalog: their SQL
+// as Access shows it, row round trips, and agreement with mdb-queries on the parts it
+// reads right.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,8 +12,15 @@
 namespace {
 
 const std::vector<jet_oracle::SavedQuery>& fixture_queries() {
-  static const auto cached = jet_oracle::saved_queries(jet_oracle::fixture("queryTestV2000.mdb"));
+  static const auto cached = jet_oracle::engine_queries(jet_oracle::fixture("queryTestV2000.mdb"));
   return cached;
+}
+
+const jet_oracle::SavedQuery& query(const std::string& name) {
+  for (const auto& q : fixture_queries()) {
+    if (q.name == name) return q;
+  }
+  throw std::runtime_error("no query " + name);
 }
 
 TEST(FixtureQueries, SqlIsWhatAccessShows) {
@@ -72,15 +80,18 @@ TEST(FixtureQueries, TypeRowAgreesWithTheObjectFlags) {
   }
 }
 
+bool by_clause_then_rank(const jet::QueryRow& a, const jet::QueryRow& b) {
+  return a.attribute != b.attribute ? a.attribute < b.attribute : a.order < b.order;
+}
+
 TEST(FixtureQueries, RowsReadBackAsTheSameRows) {
   std::size_t queries = 0;
   for (const auto& db : jet_oracle::fixtures()) {
-    for (const auto& q : jet_oracle::saved_queries(db)) {
+    for (const auto& q : jet_oracle::engine_queries(db)) {
       SCOPED_TRACE(db.filename().string() + " / " + q.name);
-      // Rows are written grouped by attribute (End last); within a clause the order counts.
+      // Rows are written grouped by attribute (End last), each clause numbered in order.
       std::vector<jet::QueryRow> expected = q.rows;
-      std::stable_sort(expected.begin(), expected.end(),
-                       [](const jet::QueryRow& a, const jet::QueryRow& b) { return a.attribute < b.attribute; });
+      std::sort(expected.begin(), expected.end(), by_clause_then_rank);
       const jet::QueryDef def = jet::read_query_def(q.rows);
       EXPECT_EQ(jet::query_def_rows(def, q.id), expected);
       EXPECT_EQ(jet::read_query_def(jet::query_def_rows(def, q.id)), def);
@@ -88,6 +99,21 @@ TEST(FixtureQueries, RowsReadBackAsTheSameRows) {
     }
   }
   EXPECT_EQ(queries, 9u);
+}
+
+TEST(FixtureQueries, ClauseItemsFollowTheirOrderNumbersNotStorage) {
+  for (const auto& q : fixture_queries()) {
+    SCOPED_TRACE(q.name);
+    std::vector<jet::QueryRow> reversed(q.rows.rbegin(), q.rows.rend());
+    EXPECT_EQ(jet::read_query_def(reversed), jet::read_query_def(q.rows));
+    EXPECT_EQ(jet::query_sql(reversed), jet::query_sql(q.rows));
+  }
+  // Without Order numbers, storage order is all there is: reversing then changes the SQL.
+  std::vector<jet::QueryRow> unnumbered = query("SelectQuery").rows;
+  for (auto& row : unnumbered) row.order.reset();
+  EXPECT_EQ(jet::query_sql(unnumbered), jet::query_sql(query("SelectQuery").rows));
+  std::reverse(unnumbered.begin(), unnumbered.end());
+  EXPECT_NE(jet::query_sql(unnumbered), jet::query_sql(query("SelectQuery").rows));
 }
 
 TEST(FixtureQueries, ValuesOfTheCatalogBecomeRowsAndBack) {

@@ -3,9 +3,33 @@
 #pragma once
 
 #include <map>
+#include <ostream>
 
+#include "jet/database.h"
 #include "jet/query_rows.h"
 #include "properties_oracle.h"
+
+namespace jet {
+// Readable failures when rows differ.
+inline void PrintTo(const QueryRow& r, std::ostream* os) {
+  auto opt = [&](const char* name, const auto& v) {
+    *os << " " << name << "=";
+    if (v) {
+      *os << *v;
+    } else {
+      *os << "Null";
+    }
+  };
+  *os << "{id=" << r.object_id << " attr=" << int(r.attribute);
+  *os << " order=" << (r.order ? std::to_string(r.order->size()) + " bytes" : "Null");
+  opt("name1", r.name1);
+  opt("name2", r.name2);
+  opt("expr", r.expression);
+  opt("flag", r.flag);
+  opt("extra", r.extra);
+  *os << "}";
+}
+}  // namespace jet
 
 namespace jet_oracle {
 
@@ -56,6 +80,21 @@ inline std::vector<SavedQuery> saved_queries(const std::filesystem::path& db) {
     SavedQuery q{o[name].value_or(""), std::stoi(o[id].value_or("0")), std::stoi(o[flags].value_or("0")), {}};
     q.rows = rows[q.id];
     out.push_back(std::move(q));
+  }
+  return out;
+}
+
+// The same queries read through the engine's catalog (rows in storage order).
+inline std::vector<SavedQuery> engine_queries(const std::filesystem::path& path) {
+  const auto db = jet::Database::open(path.string());
+  std::map<std::int32_t, std::vector<jet::QueryRow>> rows;
+  for (const auto& columns : db->catalog().query_rows()) {
+    const jet::QueryRow row = jet::query_row_from_columns(columns);
+    rows[row.object_id].push_back(row);
+  }
+  std::vector<SavedQuery> out;
+  for (const auto* e : db->catalog().queries()) {
+    out.push_back({e->name, e->id, static_cast<std::int32_t>(e->flags), rows[e->id]});
   }
   return out;
 }

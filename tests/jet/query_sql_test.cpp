@@ -193,6 +193,7 @@ TEST(QueryDefinition, DamagedRowsAreRefused) {
   const auto rows = jet::query_def_rows(def, 99);
   EXPECT_EQ(rows.size(), 4u);
   EXPECT_EQ(rows[2].attribute, 42);
+  EXPECT_EQ(rows[2].order, (std::vector<std::uint8_t>{0, 0, 0, 1}));
   EXPECT_EQ(rows[2].object_id, 99);
 }
 
@@ -200,17 +201,23 @@ TEST(QueryDefinition, RowsOfAWrittenDefinitionAreInClauseOrder) {
   QueryDef def = select_from("T");
   def.parameters = {{"P", 4, std::nullopt}};
   def.flags = 0;
-  def.columns = {column("T.a", "b")};
+  def.columns = {column("T.a", "b"), column("T.c")};
   def.where = "T.a>[P]";
   def.order_by = {{"T.a", true}};
   const auto rows = jet::query_def_rows(def, -5);
   std::vector<int> attributes;
   for (const auto& r : rows) attributes.push_back(r.attribute);
-  EXPECT_EQ(attributes, (std::vector<int>{0, 1, 2, 3, 5, 6, 8, 11, 255}));
-  EXPECT_EQ(rows[7].name1, "D");
+  EXPECT_EQ(attributes, (std::vector<int>{0, 1, 2, 3, 5, 6, 6, 8, 11, 255}));
+  EXPECT_EQ(rows[8].name1, "D");
   EXPECT_EQ(rows[5].name1, "b");
+  // Each clause numbers its rows from 1, big-endian.
+  EXPECT_EQ(rows[5].order, (std::vector<std::uint8_t>{0, 0, 0, 1}));
+  EXPECT_EQ(rows[6].order, (std::vector<std::uint8_t>{0, 0, 0, 2}));
+  EXPECT_EQ(rows[7].order, (std::vector<std::uint8_t>{0, 0, 0, 1}));
+  EXPECT_EQ(jet::order_number(0x01020304), (std::vector<std::uint8_t>{1, 2, 3, 4}));
   EXPECT_EQ(jet::read_query_def(rows), def);
-  EXPECT_EQ(jet::query_sql(rows), "PARAMETERS P Long;\r\nSELECT T.a AS b\r\nFROM T\r\nWHERE T.a>[P]\r\nORDER BY T.a DESC;");
+  EXPECT_EQ(jet::query_sql(rows),
+            "PARAMETERS P Long;\r\nSELECT T.a AS b, T.c\r\nFROM T\r\nWHERE T.a>[P]\r\nORDER BY T.a DESC;");
 }
 
 TEST(QueryRows, CatalogValuesOfWrongKindsAreDamage) {

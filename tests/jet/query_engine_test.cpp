@@ -1,0 +1,35 @@
+// Saved queries read through the engine's catalog against mdbtools' reading of the same
+// files: the same rows (mdbtools cannot read the Order column) and the same SQL.
+#include <gtest/gtest.h>
+
+#include "jet/query_sql.h"
+#include "query_oracle.h"
+
+namespace {
+
+TEST(QueriesThroughTheCatalog, RowsAndSqlMatchMdbtools) {
+  std::size_t queries = 0;
+  for (const auto& path : jet_oracle::fixtures()) {
+    SCOPED_TRACE(path.filename().string());
+    const auto engine = jet_oracle::engine_queries(path);
+    const auto expected = jet_oracle::saved_queries(path);
+    ASSERT_EQ(engine.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      SCOPED_TRACE(expected[i].name);
+      EXPECT_EQ(engine[i].name, expected[i].name);
+      EXPECT_EQ(engine[i].id, expected[i].id);
+      std::vector<jet::QueryRow> rows = engine[i].rows;
+      for (auto& row : rows) {
+        ASSERT_TRUE(row.order.has_value());
+        EXPECT_EQ(row.order->size(), 4u);
+        row.order.reset();
+      }
+      EXPECT_EQ(rows, expected[i].rows);
+      EXPECT_EQ(jet::query_sql(engine[i].rows), jet::query_sql(expected[i].rows));
+      ++queries;
+    }
+  }
+  EXPECT_EQ(queries, 9u);
+}
+
+}  // namespace
