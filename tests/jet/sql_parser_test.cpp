@@ -5,6 +5,7 @@
 #include "jet/error.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/printer.h"
+#include "jet/sql/sql_error.h"
 #include "sql_test_support.h"
 
 namespace {
@@ -139,6 +140,18 @@ TEST(SqlSyntaxErrors, StatementKindsHaveTheirNumbers) {
     EXPECT_EQ(e.number(), c.number);
     EXPECT_STREQ(e.what(), c.text);
   }
+}
+
+TEST(SqlSyntaxErrors, TextsSharedWithTheEngineAgree) {
+  for (int number : {3075, 3131, 3134, 3144}) {
+    auto e = sql_error(static_cast<SqlError>(number), "a b");
+    EXPECT_EQ(e.number(), number);
+    EXPECT_EQ(e.description(), jet::describe(number, "a b"));
+  }
+  // The worded variants of 3075 keep the number.
+  EXPECT_EQ(sql_error(SqlError::ExpressionDateSyntax, "#x#").number(), 3075);
+  EXPECT_EQ(sql_error(SqlError::WrongArgumentCount, "Left").number(), 3075);
+  EXPECT_EQ(too_few_parameters(2).description(), "Trop peu de paramètres. 2 attendu.");
 }
 
 TEST(SqlStatements, SelectClauses) {

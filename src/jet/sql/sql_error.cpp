@@ -68,6 +68,16 @@ int number_of(SqlError code) {
 }  // namespace
 
 jet::Error sql_error(SqlError code, std::string_view argument) {
+  // Numbers the engine already words are taken from it, so the two never drift apart.
+  switch (code) {
+    case SqlError::ExpressionSyntax:
+    case SqlError::FromClauseSyntax:
+    case SqlError::InsertSyntax:
+    case SqlError::UpdateSyntax:
+      return jet::Error(static_cast<jet::ErrorCode>(code), argument);
+    default:
+      break;
+  }
   std::string text;
   for (char c : text_of(code)) {
     if (c == '|') text += argument;
