@@ -1,0 +1,31 @@
+// Bulk build of one real index from its table's rows: the entries sorted in index order fill
+// leaf pages one after the other (each as full as it can be with whole entries), then each
+// level of intermediate pages is built over the one below until a single page is left,
+// which is written on the index's root page (the table definition names it, so it stays).
+// The pages of the previous tree, root excepted, are freed first.
+#pragma once
+
+#include <vector>
+
+#include "jet/btree_write_page.h"
+#include "jet/btree_write_store.h"
+#include "jet/table.h"
+#include "jet/table_def.h"
+
+namespace jet {
+
+// Entries (key, row) of every row of `table` the index lists, in index order. Throws the
+// key errors (3431 unknown character...) before anything is written.
+std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index);
+
+// Pages of the tree under `root` (root included), in walking order; 3049 on a damaged tree.
+std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root);
+
+// Replaces the tree under `root` by one holding `sorted` (in index order; 3049 otherwise).
+void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
+                      const std::vector<IndexNodeItem>& sorted);
+
+// index_entries_of_rows then build_index_tree for the index's root page.
+void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index);
+
+}  // namespace jet

@@ -1,0 +1,95 @@
+#include "jet/index_maintain.h"
+
+#include "jet/btree_write.h"
+#include "jet/error.h"
+#include "jet/index_cursor.h"
+#include "jet/index_row_key.h"
+
+namespace jet {
+namespace {
+
+bool key_has_null(const std::vector<KeyColumn>& columns, const std::vector<std::uint8_t>& key) {
+  KeyReader r(key);
+  for (const auto& c : columns) {
+    if (r.next(c).is_null) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+IndexMaintainer::IndexMaintainer(IndexPageStore& store, const TableDef& table)
+    : store_(&store), table_(&table) {}
+
+std::optional<std::vector<std::uint8_t>> IndexMaintainer::key_of(const IndexDef& index,
+                                                                 const Row& row) const {
+  if (index.ignore_nulls() && row_left_out_of_index(*table_, index, row)) return std::nullopt;
+  return index_key_for_row(*table_, index, row);
+}
+
+std::vector<IndexMaintainer::Change> IndexMaintainer::plan(const Row* old_row, RowId old_id,
+                                                           const Row* new_row, RowId new_id) {
+  std::vector<Change> out;
+  for (const auto& index : table_->indexes) {
+    Change c{&index, std::nullopt, std::nullopt, old_id, new_id};
+    if (old_row) c.old_key = key_of(index, *old_row);
+    if (new_row) c.new_key = key_of(index, *new_row);
+    if (old_row && new_row && old_id == new_id && c.old_key == c.new_key) continue;
+    if (c.old_key || c.new_key) out.push_back(std::move(c));
+  }
+  return out;
+}
+
+// 3022 when a new key of a unique index is held by a row other than `replaced`.
+void IndexMaintainer::check_unique(const std::vector<Change>& changes,
+                                   const std::optional<RowId>& replaced) {
+  for (const auto& c : changes) {
+    if (!c.index->unique() || !c.new_key) continue;
+    IndexCursor cursor(store_->pager(), *table_, *c.index);
+    if (key_has_null(cursor.columns(), *c.new_key)) continue;
+    if (!cursor.seek(*c.new_key)) continue;
+    do {
+      if (compare_keys(cursor.entry().key, *c.new_key) != 0) break;
+      if (!replaced || cursor.entry().row != *replaced) throw Error(ErrorCode::DuplicateKey);
+    } while (cursor.next());
+  }
+}
+
+void IndexMaintainer::apply(const std::vector<Change>& changes) {
+  for (const auto& c : changes) {
+    BtreeWriter writer(*store_, table_->page, c.index->root_page);
+    if (c.old_key && !writer.remove(*c.old_key, c.old_id)) {
+      throw_damaged(store_->pager().file_name(),
+                    "index, page " + std::to_string(c.index->root_page) +
+                        " : entrée de la ligne modifiée absente de l'index");
+    }
+    if (c.new_key) writer.insert(*c.new_key, c.new_id);
+  }
+}
+
+void IndexMaintainer::check_insert(const Row& row) {
+  check_unique(plan(nullptr, {}, &row, {}), std::nullopt);
+}
+
+void IndexMaintainer::check_update(RowId id, const Row& old_row, const Row& new_row) {
+  check_unique(plan(&old_row, id, &new_row, id), id);
+}
+
+void IndexMaintainer::row_inserted(RowId id, const Row& row) {
+  const auto changes = plan(nullptr, {}, &row, id);
+  check_unique(changes, std::nullopt);
+  apply(changes);
+}
+
+void IndexMaintainer::row_deleted(RowId id, const Row& row) {
+  apply(plan(&row, id, nullptr, {}));
+}
+
+void IndexMaintainer::row_updated(RowId old_id, const Row& old_row, RowId new_id,
+                                  const Row& new_row) {
+  const auto changes = plan(&old_row, old_id, &new_row, new_id);
+  check_unique(changes, old_id);
+  apply(changes);
+}
+
+}  // namespace jet
