@@ -1,4 +1,4 @@
-// Mutated statements (fixed seed, bounded count) never crash the parser, printer or evaluator:
+// Mutated statements (fixed random start, bounded count) never crash the parser, printer or evaluator:
 // each either parses — and then prints back to an equal tree — or fails with a jet::Error.
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 using namespace jet::sql;
 
-const char* const kSeeds[] = {
+const char* const kStartStatements[] = {
     "UPDATE FICHE INNER JOIN [;database=C:\\b.mdb].FICHE AS FICHE1 ON (FICHE.NUFICHE = "
     "FICHE1.NUFICHE) AND (FICHE.COCNE = FICHE1.COCNE) SET FICHE.DAFICTOPO = [FICHE1].[DAFICTOPO] "
     "WHERE fiche.cofictyp = '1' AND fiche.coficvtopo is null",
@@ -59,9 +59,9 @@ class SqlRobustness : public ::testing::Test {
 TEST_F(SqlRobustness, MutatedStatementsFailCleanly) {
   std::mt19937 rng(20060325);
   int parsed = 0, rejected = 0;
-  for (const char* seed : kSeeds) {
+  for (const char* start : kStartStatements) {
     for (int round = 0; round < 400; ++round) {
-      std::string text = seed;
+      std::string text = start;
       int edits = 1 + static_cast<int>(rng() % 3);
       for (int k = 0; k < edits && !text.empty(); ++k) {
         std::size_t at = rng() % text.size();

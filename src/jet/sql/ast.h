@@ -204,11 +204,11 @@ struct Delete {
 };
 
 // Column type as written, upper-cased keyword (TEXT, LONG, COUNTER...) with its size if any.
-struct TypeSpec {
+struct DataType {
   std::string name;
   std::optional<int> size;   // TEXT(50); DECIMAL(precision
   std::optional<int> scale;  //                     , scale)
-  friend bool operator==(const TypeSpec&, const TypeSpec&) = default;
+  friend bool operator==(const DataType&, const DataType&) = default;
 };
 
 enum class ConstraintKind { PrimaryKey, Unique, NotNull, ForeignKey };
@@ -223,7 +223,7 @@ struct Constraint {
 
 struct ColumnDef {
   std::string name;
-  TypeSpec type;
+  DataType type;
   bool not_null = false;
   std::vector<Constraint> constraints;  // column constraints (no column list)
   friend bool operator==(const ColumnDef&, const ColumnDef&) = default;
@@ -270,7 +270,7 @@ struct DropTable {
 
 struct ParameterDecl {
   std::string name;
-  TypeSpec type;
+  DataType type;
   friend bool operator==(const ParameterDecl&, const ParameterDecl&) = default;
 };
 

@@ -32,13 +32,13 @@ std::vector<std::string> Parser::name_list(SqlError code) {
   return names;
 }
 
-TypeSpec Parser::type_spec(SqlError code) {
+DataType Parser::data_type(SqlError code) {
   const Token& t = peek();
   if (t.kind != TokenKind::Name) fail(code);
   std::string word = upper_ascii(t.text);
   if (std::find(std::begin(kTypes), std::end(kTypes), word) == std::end(kTypes)) fail(code);
   next();
-  TypeSpec type;
+  DataType type;
   type.name = word;
   auto number = [&]() {
     if (peek().kind != TokenKind::Number) fail(code);
@@ -59,7 +59,7 @@ TypeSpec Parser::type_spec(SqlError code) {
 ColumnDef Parser::column_def(SqlError code) {
   ColumnDef c;
   c.name = name(code);
-  c.type = type_spec(SqlError::FieldDefinitionSyntax);
+  c.type = data_type(SqlError::FieldDefinitionSyntax);
   while (true) {
     if (at_word("NOT") && at_word("NULL", 1)) {
       next();
@@ -196,7 +196,7 @@ std::vector<ParameterDecl> Parser::parameters() {
   do {
     ParameterDecl d;
     d.name = name(SqlError::InvalidStatement);
-    d.type = type_spec(SqlError::InvalidStatement);
+    d.type = data_type(SqlError::InvalidStatement);
     decls.push_back(std::move(d));
   } while (accept_symbol(","));
   expect_symbol(";", SqlError::InvalidStatement);

@@ -72,7 +72,7 @@ class Parser {
 
   // ---- definitions (parse_ddl.cpp)
   std::vector<ParameterDecl> parameters();
-  TypeSpec type_spec(SqlError code);
+  DataType data_type(SqlError code);
   ColumnDef column_def(SqlError code);
   Constraint table_constraint();
   std::vector<std::string> name_list(SqlError code);

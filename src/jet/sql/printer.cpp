@@ -205,7 +205,7 @@ std::string join_list(const std::vector<ExprPtr>& list) {
   return out;
 }
 
-std::string print_type(const TypeSpec& t) {
+std::string print_type(const DataType& t) {
   std::string out = t.name;
   if (t.size) {
     out += "(" + std::to_string(*t.size);
