@@ -56,7 +56,7 @@ TEST_F(SampleWorkstationTest, RefusesAFolderInUse) {
   EXPECT_NO_THROW(launcher::BuildSampleWorkstation(parent / "vide"));
 }
 
-TEST_F(SampleWorkstationTest, ToolStartsPortableWithTheIniLocationLocked) {
+TEST_F(SampleWorkstationTest, ToolFindsBothFoldersAndReportsTheirDatabasesNotUpdated) {
   const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(parent / "poste");
   platform::ProgramInfo info;
   info.Path = sample.programFolder;
@@ -66,7 +66,17 @@ TEST_F(SampleWorkstationTest, ToolStartsPortableWithTheIniLocationLocked) {
   launcher::Program tool(env, desktop);
   tool.Start();
   EXPECT_TRUE(tool.ended());
-  EXPECT_FALSE(tool.frmParam().EnErreur);
+  // This build cannot update a database: both folders are reported failed, nothing is lost.
+  EXPECT_TRUE(tool.frmParam().EnErreur);
+  EXPECT_FALSE(tool.erreurNonInterceptee().has_value());
+  ASSERT_EQ(tool.frmParam().NbDossiers, 2);
+  EXPECT_EQ(tool.frmParam().ListeDossiers[0].Chemin, sample.dataFolders[0]);
+  EXPECT_EQ(tool.frmParam().ListeDossiers[0].Libelle, "Centre des impôts fonciers de Lille");
+  EXPECT_EQ(tool.frmParam().ListeDossiers[1].Chemin, sample.dataFolders[1]);
+  for (const fs::path& bases : sample.basesFolders) {
+    EXPECT_TRUE(fs::exists(bases / "QuelisBase_4.4.0_20130115143005.log")) << bases;
+    EXPECT_EQ(ReadBytes(bases / "libelle.txt").substr(0, 6), "Centre");
+  }
   EXPECT_EQ(tool.frmParam().CheminDonnees, sample.dataLocation);
   EXPECT_EQ(tool.frmParam().cboListeLecteurs.text(), sample.dataLocation);
   EXPECT_FALSE(tool.frmParam().cboListeLecteurs.enabled());

@@ -140,7 +140,16 @@ int main(int argc, char** argv) {
       std::cout << "Poste d'exemple : " << sample.root.string() << "\n"
                 << "Programme : " << sample.programFolder << "\\, données : " << sample.dataLocation
                 << "\n\n";
-      return RunTool(sample.root, sample.programFolder, true);
+      const int status = RunTool(sample.root, sample.programFolder, true);
+      // Each data folder's own log, beside its database.
+      for (const fs::path& bases : sample.basesFolders) {
+        for (const auto& entry : fs::directory_iterator(bases)) {
+          if (entry.path().extension() != ".log") continue;
+          std::cout << "\nJournal de la base : " << entry.path().string() << "\n\n"
+                    << ReadWindowsText(entry.path());
+        }
+      }
+      return status;
     } catch (const std::exception& e) {
       std::cerr << "quelis-maj demo: " << e.what() << '\n';
       return kUnusableWorkstation;
