@@ -4,6 +4,7 @@
 
 #include "jet/catalog.h"
 #include "jet/index_cursor.h"
+#include "jet/index_page.h"
 #include "jet/index_verify.h"
 #include "jet/table_def.h"
 #include "jet_test_support.h"
@@ -54,6 +55,14 @@ std::vector<Entry> sorted(std::vector<Entry> entries) {
     return jet::compare_entries(a.first, a.second, b.first, b.second) < 0;
   });
   return entries;
+}
+
+std::size_t depth(jet::Pager& pager, jet::PageNumber root) {
+  std::size_t d = 1;
+  for (auto page = jet::read_index_page(pager, root); !page.leaf; ++d) {
+    page = jet::read_index_page(pager, page.children().front());
+  }
+  return d;
 }
 
 std::vector<std::string> tree_problems(const jet::Table& table, const jet::IndexDef& index) {

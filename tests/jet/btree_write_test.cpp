@@ -13,6 +13,7 @@
 #include "jet/index_key.h"
 #include "jet/index_page.h"
 #include "jet/index_verify.h"
+#include "jet_test_support.h"
 
 namespace {
 
@@ -22,13 +23,6 @@ void expect_clean(const std::vector<std::string>& problems) {
   for (const auto& p : problems) ADD_FAILURE() << p;
 }
 
-std::size_t depth(jet::Pager& pager, jet::PageNumber root) {
-  std::size_t d = 1;
-  for (auto page = jet::read_index_page(pager, root); !page.leaf; ++d) {
-    page = jet::read_index_page(pager, page.children().front());
-  }
-  return d;
-}
 
 // Every index of the compound-key table: 512 rows, a two-level Access tree.
 TEST(BtreeWrite, AccessTreeEmptiedAndRefilledInRandomOrder) {
@@ -61,8 +55,22 @@ TEST(BtreeWrite, AccessTreeEmptiedAndRefilledInRandomOrder) {
       if (i % 97 == 0) expect_clean(btree_test::tree_problems(table, index));
     }
     EXPECT_EQ(btree_test::scan(*pager, table.def(), index), original);
-    EXPECT_GE(depth(*pager, index.root_page), 2u);
+    EXPECT_GE(btree_test::depth(*pager, index.root_page), 2u);
     expect_clean(jet::verify_index(table, index));
+  }
+
+  // mdbtools reads the written file as it read Access's.
+  jet_test::ScratchDir dir;
+  const auto written = dir.write("written.mdb", btree_test::image(*pager));
+  const auto source = jet_test::fixture("compIndexTestV2000.mdb");
+  for (const std::string tool : {"mdb-tables -1 ", "mdb-schema ", "mdb-export "}) {
+    const std::string args = tool == "mdb-export " ? " Table1" : "";
+    bool ok_written = false, ok_source = false;
+    const auto got = jet_test::run(tool + jet_test::shell_quote(written) + args + " 2>&1", &ok_written);
+    const auto want = jet_test::run(tool + jet_test::shell_quote(source) + args + " 2>&1", &ok_source);
+    EXPECT_TRUE(ok_written && ok_source) << tool;
+    EXPECT_EQ(got, want) << tool;
+    EXPECT_FALSE(got.empty()) << tool;
   }
 }
 
@@ -124,7 +132,7 @@ TEST(BtreeWrite, LongTextKeysGrowAndShrinkTheTree) {
   std::vector<Entry> model = original;
   for (const auto& e : added) model.emplace_back(e.key, e.row);
   EXPECT_EQ(btree_test::scan(*pager, table.def(), *text_index), btree_test::sorted(model));
-  EXPECT_GE(depth(*pager, text_index->root_page), 3u);
+  EXPECT_GE(btree_test::depth(*pager, text_index->root_page), 3u);
   expect_clean(btree_test::tree_problems(table, *text_index));
 
   std::shuffle(added.begin(), added.end(), random);
