@@ -1,6 +1,7 @@
 #include "jet/writable_database.h"
 
 #include "jet/error.h"
+#include "jet/properties.h"
 #include "jet/table_def.h"
 
 namespace jet {
@@ -21,6 +22,14 @@ Table WritableDatabase::table(std::string_view name) {
   const CatalogEntry* entry = db_->catalog().find_table(name);
   if (!entry) throw Error(ErrorCode::TableNotFound, name);
   return Table(*overlay_, entry->name, read_table_def(*overlay_, entry->table_page()));
+}
+
+TableWriter WritableDatabase::writer(std::string_view name, IndexHook* hook) {
+  const CatalogEntry* entry = db_->catalog().find_table(name);
+  if (!entry) throw Error(ErrorCode::TableNotFound, name);
+  const TableDef def = read_table_def(*overlay_, entry->table_page());
+  ColumnRules rules = ColumnRules::from_properties(def, parse_properties(entry->properties));
+  return TableWriter(*overlay_, *allocator_, entry->name, entry->table_page(), std::move(rules), hook);
 }
 
 }  // namespace jet

@@ -13,6 +13,7 @@
 #include "jet/database.h"
 #include "jet/overlay_pager.h"
 #include "jet/page_allocator.h"
+#include "jet/table_writer.h"
 #include "jet/writable_file.h"
 
 namespace jet {
@@ -29,6 +30,9 @@ class WritableDatabase {
 
   // A table read through the overlay (3078 when there is none).
   Table table(std::string_view name);
+  // A writer for a local table (3078 when there is none), with the Required and
+  // AllowZeroLength rules of its properties. `hook` maintains its indexes (see table_writer.h).
+  TableWriter writer(std::string_view name, IndexHook* hook = nullptr);
 
  private:
   WritableDatabase() = default;

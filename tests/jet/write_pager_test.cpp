@@ -1,0 +1,262 @@
+// The writable pager: overlay levels, nesting, savepoints and autocommit statements, and
+// what reaches the file (nothing before commit, everything after, nothing from a second
+// process or on a read-only file).
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+
+#include "jet/error.h"
+#include "jet/memory_pager.h"
+#include "jet/overlay_pager.h"
+#include "jet/page_allocator.h"
+#include "jet/transaction.h"
+#include "jet/usage_map_write.h"
+#include "jet/verify.h"
+#include "jet/writable_database.h"
+#include "jet_test_support.h"
+
+namespace {
+
+std::vector<std::uint8_t> filled(std::size_t size, std::uint8_t byte) { return std::vector<std::uint8_t>(size, byte); }
+
+std::uint8_t first_byte(jet::Pager& pager, jet::PageNumber page) { return pager.read(page).view().u8(0); }
+
+int error_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const jet::Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+// Four pages of 512 bytes, page i filled with byte i.
+jet::MemoryPager four_pages() {
+  jet::MemoryPager base(512);
+  for (std::uint8_t i = 0; i < 4; ++i) base.add(filled(512, i));
+  return base;
+}
+
+class OverlayLevels : public ::testing::Test {
+ protected:
+  jet::MemoryPager base = four_pages();
+  jet::OverlayPager pager{base, nullptr};
+};
+
+TEST_F(OverlayLevels, WritesOutsideATransactionAreRefused) {
+  EXPECT_EQ(error_of([&] { pager.write(1, filled(512, 9)); }), 3251);
+  EXPECT_EQ(error_of([&] { pager.append(filled(512, 9)); }), 3251);
+  EXPECT_EQ(error_of([&] { pager.commit(); }), 3251);
+  EXPECT_EQ(error_of([&] { pager.rollback(); }), 3251);
+  pager.begin();
+  EXPECT_EQ(error_of([&] { pager.write(1, filled(100, 9)); }), 3251);  // not a whole page
+  EXPECT_EQ(error_of([&] { pager.write(4, filled(512, 9)); }), 3049);  // past the end
+  EXPECT_EQ(first_byte(pager, 1), 1);
+}
+
+TEST_F(OverlayLevels, InnerRollbackDropsOnlyItsOwnChanges) {
+  pager.begin();
+  pager.write(1, filled(512, 0x11));
+  pager.begin();
+  pager.write(1, filled(512, 0x21));
+  pager.write(2, filled(512, 0x22));
+  const jet::PageNumber added = pager.append(filled(10, 0x23));
+  EXPECT_EQ(added, 4u);
+  EXPECT_EQ(pager.page_count(), 5u);
+  EXPECT_EQ(pager.read(added).view().u8(9), 0x23);
+  EXPECT_EQ(pager.read(added).view().u8(10), 0);  // padded to the page size
+  EXPECT_EQ(first_byte(pager, 1), 0x21);
+  EXPECT_EQ(pager.dirty_pages(), 3u);
+  pager.rollback();
+  EXPECT_EQ(pager.depth(), 1);
+  EXPECT_EQ(first_byte(pager, 1), 0x11);
+  EXPECT_EQ(first_byte(pager, 2), 2);
+  EXPECT_EQ(pager.page_count(), 4u);
+  EXPECT_EQ(error_of([&] { pager.read(4); }), 3049);
+  pager.rollback();
+  EXPECT_EQ(first_byte(pager, 1), 1);
+  EXPECT_EQ(first_byte(base, 1), 1);
+}
+
+TEST_F(OverlayLevels, InnerCommitMergesIntoTheOuterLevelWhichStillDecides) {
+  pager.begin();
+  pager.begin();
+  pager.write(3, filled(512, 0x33));
+  pager.append(filled(512, 0x44));
+  pager.commit();
+  EXPECT_EQ(pager.depth(), 1);
+  EXPECT_EQ(first_byte(pager, 3), 0x33);
+  EXPECT_EQ(pager.page_count(), 5u);
+  pager.rollback();  // the outer level drops the merged changes too
+  EXPECT_EQ(first_byte(pager, 3), 3);
+  EXPECT_EQ(pager.page_count(), 4u);
+
+  pager.begin();
+  pager.begin();
+  pager.write(3, filled(512, 0x55));
+  pager.commit();
+  pager.commit();
+  EXPECT_EQ(pager.depth(), 0);
+  EXPECT_EQ(first_byte(pager, 3), 0x55);
+  EXPECT_EQ(first_byte(base, 3), 3);  // no sink: the base is never written
+}
+
+TEST_F(OverlayLevels, ScopedTransactionsRollBackWhenLeftByAnException) {
+  {
+    jet::Transaction outer(pager);
+    pager.write(0, filled(512, 0xA0));
+    try {
+      jet::Statement statement(pager);
+      pager.write(0, filled(512, 0xA1));
+      pager.write(2, filled(512, 0xA2));
+      throw std::runtime_error("statement fails half way");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(first_byte(pager, 0), 0xA0);  // the outer change survives
+    EXPECT_EQ(first_byte(pager, 2), 2);     // the failed statement left no trace
+    EXPECT_EQ(pager.depth(), 1);
+    outer.commit();
+    EXPECT_FALSE(outer.active());
+    EXPECT_EQ(error_of([&] { outer.commit(); }), 3251);
+  }
+  EXPECT_EQ(first_byte(pager, 0), 0xA0);
+  {
+    jet::Transaction forgotten(pager);
+    pager.write(0, filled(512, 0xB0));
+  }
+  EXPECT_EQ(first_byte(pager, 0), 0xA0);
+  EXPECT_EQ(pager.depth(), 0);
+}
+
+TEST_F(OverlayLevels, AnOuterLevelCannotEndWhileAnInnerOneIsOpen) {
+  jet::Transaction outer(pager);
+  pager.begin();
+  EXPECT_EQ(error_of([&] { outer.commit(); }), 3251);
+  pager.commit();
+  outer.rollback();
+  EXPECT_EQ(pager.depth(), 0);
+}
+
+// ---- on a copy of an Access-made file ----
+
+std::string copy_fixture(const jet_test::ScratchDir& dir, const std::string& name) {
+  return dir.write(name, jet_test::read_file(jet_test::fixture(name)));
+}
+
+TEST(WritableFile, RollbackLeavesTheFileByteForByteAndCommitReachesIt) {
+  jet_test::ScratchDir dir;
+  const std::string path = copy_fixture(dir, "delColTestV2000.mdb");
+  const std::vector<std::uint8_t> before = jet_test::read_file(path);
+  const std::size_t pages = before.size() / 4096;
+  {
+    auto db = jet::WritableDatabase::open(path);
+    jet::Transaction t(db->pager());
+    const jet::PageNumber p = db->allocator().allocate(filled(4096, 0x01));
+    db->pager().write(3, filled(4096, 0x77));
+    EXPECT_EQ(first_byte(db->pager(), 3), 0x77);
+    EXPECT_GE(p, 2u);
+    t.rollback();
+    EXPECT_NE(first_byte(db->pager(), 3), 0x77);
+  }
+  EXPECT_EQ(jet_test::read_file(path), before);
+
+  jet::PageNumber appended = 0;
+  {
+    auto db = jet::WritableDatabase::open(path);
+    jet::Statement s(db->pager());  // autocommit around one statement
+    // Fill every hole first, then the file grows.
+    std::vector<jet::PageNumber> holes = jet::marked_pages(db->pager(), jet::kGlobalUsageMap,
+                                                           db->pager().page_count());
+    for (std::size_t i = 0; i < holes.size(); ++i) {
+      std::vector<std::uint8_t> blank = filled(4096, 0);
+      blank[0] = 0x01;
+      blank[1] = 0x01;
+      EXPECT_EQ(db->allocator().allocate(blank), holes[i]);
+    }
+    appended = db->allocator().allocate(filled(4096, 0));
+    EXPECT_EQ(appended, pages);
+    EXPECT_FALSE(db->allocator().is_free(appended));
+    s.commit();
+  }
+  const std::vector<std::uint8_t> after = jet_test::read_file(path);
+  ASSERT_EQ(after.size(), (pages + 1) * 4096);
+  auto reopened = jet::WritableDatabase::open(path);
+  EXPECT_FALSE(reopened->allocator().is_free(appended));
+  EXPECT_TRUE(reopened->allocator().is_free(appended + 1));  // past the end: still free
+  EXPECT_TRUE(jet::marked_pages(reopened->pager(), jet::kGlobalUsageMap, appended + 1).empty());
+}
+
+TEST(WritableFile, ReleasedPagesAreReusedBeforeTheFileGrows) {
+  jet::MemoryPager base(4096);
+  base.add(filled(4096, 0));
+  // Page 1: a data page whose row 0 is an inline map starting at page 0, no page free.
+  std::vector<std::uint8_t> map_page(4096, 0);
+  map_page[0] = 0x01;
+  map_page[1] = 0x01;
+  map_page[12] = 1;  // one row
+  const std::size_t row_at = 4096 - 69;
+  map_page[14] = static_cast<std::uint8_t>(row_at & 0xFF);
+  map_page[15] = static_cast<std::uint8_t>(row_at >> 8);
+  base.add(map_page);
+  for (int i = 0; i < 6; ++i) base.add(filled(4096, 0xEE));
+  jet::OverlayPager pager(base, nullptr);
+  jet::PageAllocator allocator(pager);
+  jet::Transaction t(pager);
+  EXPECT_EQ(error_of([&] { allocator.release(1); }), 3251);
+  allocator.release(5);
+  allocator.release(3);
+  EXPECT_TRUE(allocator.is_free(3));
+  EXPECT_EQ(first_byte(pager, 5), 0);
+  EXPECT_EQ(allocator.allocate(filled(4096, 0x31)), 3u);
+  EXPECT_EQ(allocator.allocate(filled(4096, 0x32)), 5u);
+  EXPECT_EQ(allocator.allocate(filled(4096, 0x33)), 8u);
+  EXPECT_EQ(first_byte(pager, 5), 0x32);
+  EXPECT_FALSE(allocator.is_free(3));
+  EXPECT_TRUE(jet::marked_pages(pager, jet::kGlobalUsageMap, 9).empty());
+}
+
+TEST(WritableFile, ASecondProcessIsRefusedAndWritesNothing) {
+  jet_test::ScratchDir dir;
+  const std::string path = copy_fixture(dir, "testV2000.mdb");
+  const std::vector<std::uint8_t> before = jet_test::read_file(path);
+  auto db = jet::WritableDatabase::open(path);
+  jet::Transaction t(db->pager());
+  db->pager().write(3, filled(4096, 0x66));
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    int number = 0;
+    try {
+      jet::WritableDatabase::open(path);
+    } catch (const jet::Error& e) {
+      number = e.number();
+    }
+    _exit(number == 3045 ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(error_of([&] { jet::WritableDatabase::open(path); }), 3045);
+  t.rollback();
+  EXPECT_EQ(jet_test::read_file(path), before);
+}
+
+TEST(WritableFile, AReadOnlyFileIsRefusedUntouched) {
+  jet_test::ScratchDir dir;
+  const std::string path = copy_fixture(dir, "emptyV2000.mdb");
+  ::chmod(path.c_str(), 0444);
+  const std::vector<std::uint8_t> before = jet_test::read_file(path);
+  EXPECT_EQ(error_of([&] { jet::WritableDatabase::open(path); }), 3051);
+  EXPECT_EQ(jet_test::read_file(path), before);
+  // The refused open released its lock: the file opens again once writable.
+  ::chmod(path.c_str(), 0644);
+  EXPECT_NO_THROW(jet::WritableDatabase::open(path));
+  EXPECT_EQ(error_of([&] { jet::WritableDatabase::open((dir.path() / "absent.mdb").string()); }), 3024);
+}
+
+}  // namespace
