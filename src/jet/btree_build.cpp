@@ -117,6 +117,7 @@ void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber r
 }
 
 void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index) {
+  store.select_index(index);
   build_index_tree(store, table.def().page, index.root_page, index_entries_of_rows(table, index));
 }
 

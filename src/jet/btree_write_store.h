@@ -12,6 +12,7 @@
 
 #include "jet/memory_pager.h"
 #include "jet/pager.h"
+#include "jet/table_def.h"
 
 namespace jet {
 
@@ -22,6 +23,8 @@ class IndexPageStore {
   virtual void write_page(PageNumber number, std::vector<std::uint8_t> bytes) = 0;
   virtual PageNumber allocate_page() = 0;
   virtual void free_page(PageNumber number) = 0;
+  // The index whose pages the next allocations and frees concern (its own usage map).
+  virtual void select_index(const IndexDef& /*index*/) {}
 };
 
 // Pages of a MemoryPager: freed pages are blanked and reused first, new ones appended.

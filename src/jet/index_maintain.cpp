@@ -57,6 +57,7 @@ void IndexMaintainer::check_unique(const std::vector<Change>& changes,
 
 void IndexMaintainer::apply(const std::vector<Change>& changes) {
   for (const auto& c : changes) {
+    store_->select_index(*c.index);
     BtreeWriter writer(*store_, table_->page, c.index->root_page);
     if (c.old_key && !writer.remove(*c.old_key, c.old_id)) {
       throw_damaged(store_->pager().file_name(),
