@@ -1,6 +1,5 @@
 #include "jet/verify.h"
 
-#include <map>
 #include <set>
 
 #include "jet/data_page.h"
@@ -92,31 +91,13 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
 std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index) {
   std::vector<std::string> problems;
   Pager& pager = db.pager();
-  std::map<PageNumber, std::string> owner_of;
   for (const CatalogEntry* entry : db.catalog().tables(true)) {
     try {
       const Table table(pager, entry->name, read_table_def(pager, entry->table_page()));
       auto found = verify_table(table, check_index);
       problems.insert(problems.end(), found.begin(), found.end());
-      for (PageNumber p : table.data_pages()) {
-        auto [it, fresh] = owner_of.emplace(p, entry->name);
-        if (!fresh)
-          problems.push_back("page " + std::to_string(p) + " revendiquée par les tables « " + it->second +
-                             " » et « " + entry->name + " »");
-      }
     } catch (const Error& e) {
       problems.push_back("table « " + entry->name + " » : " + e.description());
-    }
-  }
-  // Every page must be of a known kind (unused pages are zero-filled or hold an old page).
-  for (PageNumber p = 1; p < pager.page_count(); ++p) {
-    try {
-      const std::uint8_t kind = pager.read(p).kind_byte();
-      if (kind > static_cast<std::uint8_t>(PageKind::UsageMap) || kind == 0x00) {
-        if (owner_of.count(p)) problems.push_back("page " + std::to_string(p) + " de type inconnu " + std::to_string(kind));
-      }
-    } catch (const Error& e) {
-      problems.push_back(e.description());
     }
   }
   return problems;
