@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "jet/pager.h"
+#include "jet/properties.h"
 #include "jet/value.h"
 
 namespace jet {
@@ -38,6 +39,9 @@ struct CatalogEntry {
   PageNumber table_page() const noexcept { return static_cast<PageNumber>(id & 0x00FFFFFF); }
   // System objects: "MSys..." tables and those flagged system/hidden by Access.
   bool is_system() const noexcept;
+  // The object's properties and its columns' (DefaultValue, Required, Description...),
+  // decoded from the LvProp blob; empty when it has none. Throws 3049 on a damaged blob.
+  PropertySet property_set() const { return parse_properties(properties); }
 };
 
 struct Relationship {

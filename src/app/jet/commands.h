@@ -9,7 +9,8 @@ namespace jet_tool {
 
 int info(const std::string& file, std::ostream& out);
 int tables(const std::string& file, bool with_system, std::ostream& out);
-int schema(const std::string& file, const std::string& table, std::ostream& out);
+int schema(const std::string& file, const std::string& table, bool with_properties,
+           std::ostream& out);
 int export_csv(const std::string& file, const std::string& table, bool mdbtools_quirks, std::ostream& out);
 int count(const std::string& file, const std::string& table, std::ostream& out);
 int queries(const std::string& file, std::ostream& out);

@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
   std::string file, table;
   bool with_system = false;
   bool quirks = false;
+  bool with_properties = false;
   int code = 0;
 
   auto add = [&](const char* name, const char* help, bool wants_table, bool table_required) {
@@ -27,6 +28,8 @@ int main(int argc, char** argv) {
   auto* tables = add("tables", "Liste des tables", false, false);
   tables->add_flag("--system", with_system, "Inclure les tables système");
   auto* schema = add("schema", "Définition des tables (colonnes, index)", true, false);
+  schema->add_flag("--properties", with_properties,
+                   "Propriétés des colonnes (DefaultValue, Required, Description...)");
   auto* exp = add("export", "Contenu d'une table en CSV (conventions de mdb-export)", true, true);
   exp->add_flag("--mdbtools", quirks,
                 "Reproduire les limites de mdb-export (binaire coupé au premier octet nul, GUID)");
@@ -40,7 +43,7 @@ int main(int argc, char** argv) {
   try {
     if (*info) code = jet_tool::info(file, std::cout);
     else if (*tables) code = jet_tool::tables(file, with_system, std::cout);
-    else if (*schema) code = jet_tool::schema(file, table, std::cout);
+    else if (*schema) code = jet_tool::schema(file, table, with_properties, std::cout);
     else if (*exp) code = jet_tool::export_csv(file, table, quirks, std::cout);
     else if (*count) code = jet_tool::count(file, table, std::cout);
     else if (*queries) code = jet_tool::queries(file, std::cout);

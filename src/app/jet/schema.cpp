@@ -1,5 +1,6 @@
 // `jet schema`: table definitions as Jet DDL, then the indexes of each table.
 #include <algorithm>
+#include <optional>
 
 #include "commands.h"
 #include "jet/database.h"
@@ -19,7 +20,19 @@ std::string type_text(const jet::ColumnDef& c) {
   }
 }
 
-void print_table(const jet::Table& t, std::ostream& out) {
+// Column properties as comments under the column, in their stored order.
+void print_properties(const jet::PropertyBlock* block, std::ostream& out) {
+  if (!block) return;
+  for (const auto& p : block->properties) {
+    out << "\t--\t" << p.name << " = ";
+    if (p.value.is_null()) out << "Null";
+    else if (p.value.kind() == jet::ValueKind::Binary) out << "(binaire, " << p.value.as_binary().size() << " octets)";
+    else out << p.value.to_display();
+    out << '\n';
+  }
+}
+
+void print_table(const jet::Table& t, const jet::PropertySet* properties, std::ostream& out) {
   const auto& def = t.def();
   out << "CREATE TABLE [" << t.name() << "]\n (\n";
   for (std::size_t i = 0; i < def.columns.size(); ++i) {
@@ -27,6 +40,7 @@ void print_table(const jet::Table& t, std::ostream& out) {
     out << "\t[" << c.name << "]\t\t\t" << type_text(c);
     if (!(c.flags & jet::column_flags::Nullable) && c.type != jet::ColumnType::Boolean) out << " NOT NULL";
     out << (i + 1 < def.columns.size() ? ", " : "") << '\n';
+    if (properties) print_properties(properties->column(c.name), out);
   }
   out << ");\n";
   for (const auto& li : def.logical_indexes) {
@@ -53,13 +67,21 @@ void print_table(const jet::Table& t, std::ostream& out) {
 
 }  // namespace
 
-int schema(const std::string& file, const std::string& table, std::ostream& out) {
+int schema(const std::string& file, const std::string& table, bool with_properties,
+           std::ostream& out) {
   auto db = jet::Database::open(file);
+  auto show = [&](const std::string& name) {
+    std::optional<jet::PropertySet> props;
+    if (with_properties) {
+      if (const auto* entry = db->catalog().find_table(name)) props = entry->property_set();
+    }
+    print_table(db->table(name), props ? &*props : nullptr, out);
+  };
   if (!table.empty()) {
-    print_table(db->table(table), out);
+    show(table);
     return 0;
   }
-  for (const auto& name : db->table_names(false)) print_table(db->table(name), out);
+  for (const auto& name : db->table_names(false)) show(name);
   return 0;
 }
 
