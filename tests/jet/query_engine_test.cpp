@@ -23,6 +23,10 @@ TEST(QueriesThroughTheCatalog, RowsAndSqlMatchMdbtools) {
         ASSERT_TRUE(row.order.has_value());
         EXPECT_EQ(row.order->size(), 4u);
         row.order.reset();
+        // Access ends the stored text of data-definition and pass-through queries with a
+        // NUL; mdbtools reads it as a C string and cannot show it.
+        if (row.expression && !row.expression->empty() && row.expression->back() == '\0')
+          row.expression->pop_back();
       }
       EXPECT_EQ(rows, expected[i].rows);
       EXPECT_EQ(jet::query_sql(engine[i].rows), jet::query_sql(expected[i].rows));
