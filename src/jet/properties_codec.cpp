@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "jet/error.h"
+#include "jet/text_codec.h"
 
 namespace jet {
 namespace {
@@ -45,24 +46,6 @@ void store_le(std::vector<std::uint8_t>& out, T v, std::size_t width) {
     raw = static_cast<std::uint64_t>(static_cast<std::int64_t>(v));
   }
   for (std::size_t i = 0; i < width; ++i) out.push_back(i < 8 ? static_cast<std::uint8_t>(raw >> (8 * i)) : 0);
-}
-
-void append_utf8(std::string& out, std::uint32_t cp) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
 }
 
 // UTF-8 (surrogates allowed as three-byte sequences) → UTF-16 code units. Bytes that form no

@@ -11,6 +11,9 @@ namespace jet {
 
 // Decodes stored text (either form). Unpaired surrogates become U+FFFD.
 std::string decode_stored_text(std::span<const std::uint8_t> bytes);
+
+// Appends the UTF-8 form of one code point.
+void append_utf8(std::string& out, char32_t c);
 // Decodes plain UTF-16LE (an odd trailing byte is ignored).
 std::string utf16le_to_utf8(std::span<const std::uint8_t> bytes);
 

@@ -1,4 +1,5 @@
 #include "jet/sql/text_compare.h"
+#include "jet/text_codec.h"
 
 #include <unicode/coll.h>
 #include <unicode/locid.h>
@@ -60,23 +61,7 @@ std::u32string decode_utf8(std::string_view s) {
 
 std::string encode_utf8(std::u32string_view s) {
   std::string out;
-  for (char32_t c : s) {
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
+  for (char32_t c : s) append_utf8(out, c);
   return out;
 }
 
