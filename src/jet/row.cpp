@@ -13,19 +13,6 @@ namespace {
 
 constexpr int kMaxOverflowHops = 16;
 
-// Bytes a fixed-length column occupies (0 for Yes/No: its value is the null-mask bit).
-std::size_t fixed_size(const ColumnDef& column) {
-  switch (column.type) {
-    case ColumnType::Boolean: return 0;
-    case ColumnType::Byte: return 1;
-    case ColumnType::Integer: return 2;
-    case ColumnType::Long: case ColumnType::Single: return 4;
-    case ColumnType::Currency: case ColumnType::Double: case ColumnType::DateTime: return 8;
-    case ColumnType::Guid: return 16;
-    case ColumnType::Numeric: return 17;
-    default: return column.length;
-  }
-}
 
 template <class T>
 T load(const ByteView& bytes, std::size_t offset) {
@@ -107,7 +94,7 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
     ByteView field;
     if (column.is_fixed()) {
       const std::size_t start = 2 + std::size_t{column.fixed_offset};
-      const std::size_t size = fixed_size(column);
+      const std::size_t size = fixed_column_size(column);
       if (start + size > fixed_end) bytes.damaged("colonne fixe « " + column.name + " » hors de la ligne");
       field = bytes.sub(start, size);
     } else {

@@ -11,18 +11,6 @@
 namespace jet {
 namespace {
 
-std::size_t fixed_size(const ColumnDef& column) {
-  switch (column.type) {
-    case ColumnType::Boolean: return 0;
-    case ColumnType::Byte: return 1;
-    case ColumnType::Integer: return 2;
-    case ColumnType::Long: case ColumnType::Single: return 4;
-    case ColumnType::Currency: case ColumnType::Double: case ColumnType::DateTime: return 8;
-    case ColumnType::Guid: return 16;
-    case ColumnType::Numeric: return 17;
-    default: return column.length;
-  }
-}
 
 template <class T>
 void store(std::vector<std::uint8_t>& out, T value) {
@@ -157,7 +145,7 @@ std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw
     // Types Access keeps for itself: the bytes as read, unchanged.
     if (value.kind() != ValueKind::Binary) mismatch();
     out = value.as_binary();
-    if (column.is_fixed()) out.resize(fixed_size(column), 0);
+    if (column.is_fixed()) out.resize(fixed_column_size(column), 0);
     return out;
   }
   switch (column.type) {
@@ -183,7 +171,7 @@ std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw
       throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
                   describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (valeur longue hors de sa ligne)");
   }
-  if (column.is_fixed()) out.resize(fixed_size(column), 0);
+  if (column.is_fixed()) out.resize(fixed_column_size(column), 0);
   return out;
 }
 
@@ -217,7 +205,7 @@ RowLayout read_row_layout(const TableDef& def, const ByteView& bytes) {
     if (present && column.type != ColumnType::Boolean) {
       if (column.is_fixed()) {
         const std::size_t start = 2 + std::size_t{column.fixed_offset};
-        if (start + fixed_size(column) <= 2 + layout.fixed_length) field = bytes.sub(start, fixed_size(column));
+        if (start + fixed_column_size(column) <= 2 + layout.fixed_length) field = bytes.sub(start, fixed_column_size(column));
       } else if (column.var_index < layout.var_count) {
         const std::size_t start = bytes.u16(var_table - 2 * std::size_t{column.var_index});
         const std::size_t end = bytes.u16(var_table - 2 * (std::size_t{column.var_index} + 1));
@@ -239,7 +227,7 @@ std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values, con
   std::size_t var_count = 0;
   for (const ColumnDef& column : def.columns) {
     column_count = std::max<std::uint16_t>(column_count, static_cast<std::uint16_t>(column.number + 1));
-    if (column.is_fixed()) fixed_length = std::max(fixed_length, std::size_t{column.fixed_offset} + fixed_size(column));
+    if (column.is_fixed()) fixed_length = std::max(fixed_length, std::size_t{column.fixed_offset} + fixed_column_size(column));
     else var_count = std::max<std::size_t>(var_count, std::size_t{column.var_index} + 1);
   }
   std::vector<std::uint8_t> mask((std::size_t{column_count} + 7) / 8, 0);

@@ -188,4 +188,17 @@ TableDef read_table_def(Pager& pager, PageNumber page) {
   return def;
 }
 
+std::size_t fixed_column_size(const ColumnDef& column) {
+  switch (column.type) {
+    case ColumnType::Boolean: return 0;
+    case ColumnType::Byte: return 1;
+    case ColumnType::Integer: return 2;
+    case ColumnType::Long: case ColumnType::Single: return 4;
+    case ColumnType::Currency: case ColumnType::Double: case ColumnType::DateTime: return 8;
+    case ColumnType::Guid: return 16;
+    case ColumnType::Numeric: return 17;
+    default: return column.length;
+  }
+}
+
 }  // namespace jet

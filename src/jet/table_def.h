@@ -128,4 +128,7 @@ struct TableDef {
 // Reads the definition starting at `page` (and its continuation pages).
 TableDef read_table_def(Pager& pager, PageNumber page);
 
+// Bytes a fixed-length column occupies in a row (0 for Yes/No: its value is the null-mask bit).
+std::size_t fixed_column_size(const ColumnDef& column);
+
 }  // namespace jet
