@@ -3,8 +3,16 @@
 
 #include <iostream>
 
+#include "command_registry.h"
 #include "commands.h"
 #include "jet/error.h"
+
+namespace jet_tool {
+std::vector<CommandSetup>& registered_commands() {
+  static std::vector<CommandSetup> commands;
+  return commands;
+}
+}  // namespace jet_tool
 
 int main(int argc, char** argv) {
   CLI::App app{"Lecture de bases Access 2000-2003 (Jet 4)"};
@@ -38,6 +46,9 @@ int main(int argc, char** argv) {
   auto* relations = add("relations", "Relations entre tables", false, false);
   auto* verify = add("verify", "Contrôle complet : 0 saine, 1 incohérente, 2 erreur", false, false);
 
+  std::vector<jet_tool::Command> extra;
+  for (const auto& setup : jet_tool::registered_commands()) extra.push_back(setup(app));
+
   CLI11_PARSE(app, argc, argv);
   std::ios::sync_with_stdio(false);
   try {
@@ -49,6 +60,10 @@ int main(int argc, char** argv) {
     else if (*queries) code = jet_tool::queries(file, std::cout);
     else if (*relations) code = jet_tool::relations(file, std::cout);
     else if (*verify) code = jet_tool::verify(file, std::cout);
+    else {
+      for (const auto& command : extra)
+        if (*command.sub) code = command.run(std::cout);
+    }
   } catch (const jet::Error& e) {
     std::cout.flush();
     std::cerr << "Erreur " << e.number() << " : " << e.description() << '\n';
