@@ -56,6 +56,12 @@ const std::map<int, std::string_view>& texts() {
        "l'utilisateur 'Admin' sur l'ordinateur '|'. Réessayez lorsque la base de données sera "
        "disponible."},
       {3431, "Caractère sans clé d'index connue dans la valeur '|' ; écriture refusée."},
+      {3125,
+       "'|' n'est pas un nom correct. Vérifiez qu'il ne contient pas de caractères ou de "
+       "ponctuation non valides et qu'il n'est pas trop long."},
+      {3204, "La base de données existe déjà."},
+      {3283, "La clé primaire existe déjà."},
+      {3284, "L'index existe déjà."},
   };
   return table;
 }

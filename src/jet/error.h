@@ -37,6 +37,10 @@ enum class ErrorCode : int {
   // Not a Jet number of its own: the engine met a character whose index key it does not know.
   UnsupportedKeyCharacter = 3431,
   OperationNotSupported = 3251,
+  InvalidName = 3125,
+  DatabaseExists = 3204,
+  PrimaryKeyExists = 3283,
+  IndexExists = 3284,
 };
 
 // Thrown for every failure of the engine. `number()` is the Jet error number; `what()`

@@ -185,6 +185,12 @@ TableDef read_table_def(Pager& pager, PageNumber page) {
     pos += kLogicalIndexSize;
   }
   for (auto& index : def.logical_indexes) index.name = read_name(v, pos);
+  // Long-value column maps up to the 0xFFFF end marker; a definition cut short before the
+  // marker simply has none listed (they only guide page reuse).
+  while (pos + 2 <= bytes.size() && v.u16(pos) != 0xFFFF && pos + 10 <= bytes.size()) {
+    def.long_value_maps.push_back({v.u16(pos), v.u32(pos + 2), v.u32(pos + 6)});
+    pos += 10;
+  }
   return def;
 }
 

@@ -107,6 +107,13 @@ struct LogicalIndex {
   bool cascade_deletes = false;
 };
 
+// The two usage maps of a long-value column's pages, listed after the logical index names.
+struct LongValueMaps {
+  std::uint16_t column_number = 0;
+  std::uint32_t owned_pages = 0;  // row pointers, as TableDef::owned_pages
+  std::uint32_t free_pages = 0;
+};
+
 struct TableDef {
   PageNumber page = 0;            // first definition page
   std::uint32_t row_count = 0;
@@ -119,6 +126,7 @@ struct TableDef {
   std::vector<LogicalIndex> logical_indexes;
   std::uint32_t owned_pages = 0;  // row pointer of the usage map of the table's pages
   std::uint32_t free_pages = 0;   // row pointer of the usage map of pages with room
+  std::vector<LongValueMaps> long_value_maps;  // Memo/OLE columns, in stored column order
 
   const ColumnDef* find_column(std::string_view name) const noexcept;  // case-insensitive
   const ColumnDef* column_by_number(std::uint16_t number) const noexcept;

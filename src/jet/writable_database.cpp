@@ -15,21 +15,28 @@ std::unique_ptr<WritableDatabase> WritableDatabase::open(const std::string& path
   w->sink_ = std::make_unique<FileSink>(path);
   w->overlay_ = std::make_unique<OverlayPager>(w->db_->pager(), w->sink_.get());
   w->allocator_ = std::make_unique<PageAllocator>(*w->overlay_);
+  w->catalog_ = std::make_unique<Catalog>(*w->overlay_);
   return w;
 }
 
 Table WritableDatabase::table(std::string_view name) {
-  const CatalogEntry* entry = db_->catalog().find_table(name);
+  const CatalogEntry* entry = catalog_->find_table(name);
   if (!entry) throw Error(ErrorCode::TableNotFound, name);
   return Table(*overlay_, entry->name, read_table_def(*overlay_, entry->table_page()));
 }
 
 TableWriter WritableDatabase::writer(std::string_view name, IndexHook* hook) {
-  const CatalogEntry* entry = db_->catalog().find_table(name);
+  const CatalogEntry* entry = catalog_->find_table(name);
   if (!entry) throw Error(ErrorCode::TableNotFound, name);
   const TableDef def = read_table_def(*overlay_, entry->table_page());
   ColumnRules rules = ColumnRules::from_properties(def, parse_properties(entry->properties));
   return TableWriter(*overlay_, *allocator_, entry->name, entry->table_page(), std::move(rules), hook);
 }
+
+}  // namespace jet
+
+namespace jet {
+
+void WritableDatabase::reload_catalog() { catalog_ = std::make_unique<Catalog>(*overlay_); }
 
 }  // namespace jet

@@ -13,6 +13,7 @@
 #include "jet/database.h"
 #include "jet/overlay_pager.h"
 #include "jet/page_allocator.h"
+#include "jet/table_spec.h"
 #include "jet/table_writer.h"
 #include "jet/writable_file.h"
 
@@ -24,7 +25,8 @@ class WritableDatabase {
 
   const std::string& path() const noexcept { return db_->path(); }
   const DatabaseHeader& header() const noexcept { return db_->header(); }
-  const Catalog& catalog() const noexcept { return db_->catalog(); }
+  // The catalog as the open transaction sees it (reloaded after each catalog change).
+  const Catalog& catalog() const noexcept { return *catalog_; }
   OverlayPager& pager() noexcept { return *overlay_; }
   PageAllocator& allocator() noexcept { return *allocator_; }
 
@@ -34,12 +36,22 @@ class WritableDatabase {
   // AllowZeroLength rules of its properties. `hook` maintains its indexes (see table_writer.h).
   TableWriter writer(std::string_view name, IndexHook* hook = nullptr);
 
+  // Creates an empty table: definition, usage maps, empty index trees, its MSysObjects row
+  // with the properties of the spec and its access-control rows, all in one statement.
+  // 3010 when a table or query of that name exists; validation errors as validate().
+  // Returns the definition page (the table's object id).
+  PageNumber create_table(const TableSpec& spec);
+
+  // Reads the catalog again through the overlay (after changes made with CatalogWriter).
+  void reload_catalog();
+
  private:
   WritableDatabase() = default;
   std::unique_ptr<Database> db_;
   std::unique_ptr<FileSink> sink_;
   std::unique_ptr<OverlayPager> overlay_;
   std::unique_ptr<PageAllocator> allocator_;
+  std::unique_ptr<Catalog> catalog_;
 };
 
 }  // namespace jet

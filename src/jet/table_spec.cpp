@@ -1,0 +1,149 @@
+#include "jet/table_spec.h"
+
+#include <algorithm>
+
+#include "jet/error.h"
+#include "jet/names.h"
+
+namespace jet {
+namespace {
+
+constexpr std::size_t kMaxNameLength = 64;
+constexpr std::size_t kMaxColumns = 255;
+constexpr std::size_t kMaxIndexes = 32;
+constexpr std::size_t kMaxIndexColumns = 10;
+
+std::size_t characters(std::string_view utf8) {
+  std::size_t n = 0;
+  for (unsigned char c : utf8)
+    if ((c & 0xC0) != 0x80) ++n;
+  return n;
+}
+
+// Object names as Jet accepts them: 1 to 64 characters, no leading space, none of . ! ` [ ]
+// and no control character.
+void check_name(const std::string& name) {
+  bool bad = name.empty() || characters(name) > kMaxNameLength || name.front() == ' ';
+  for (unsigned char c : name)
+    if (c < 0x20 || c == '.' || c == '!' || c == '`' || c == '[' || c == ']') bad = true;
+  if (bad) throw Error(ErrorCode::InvalidName, name);
+}
+
+bool known_type(ColumnType type) {
+  switch (type) {
+    case ColumnType::Boolean: case ColumnType::Byte: case ColumnType::Integer: case ColumnType::Long:
+    case ColumnType::Currency: case ColumnType::Single: case ColumnType::Double: case ColumnType::DateTime:
+    case ColumnType::Binary: case ColumnType::Text: case ColumnType::Ole: case ColumnType::Memo:
+    case ColumnType::Guid: case ColumnType::Numeric:
+      return true;
+  }
+  return false;
+}
+
+std::optional<std::string> text_property(const PropertyBlock* block, std::string_view name) {
+  if (!block) return std::nullopt;
+  const Property* p = block->find(name);
+  if (!p || p->value.kind() != ValueKind::Text) return std::nullopt;
+  return p->value.as_text();
+}
+
+bool flag_property(const PropertyBlock* block, std::string_view name) {
+  if (!block) return false;
+  const Property* p = block->find(name);
+  if (!p || p->value.is_null() || p->value.is_empty()) return false;
+  if (p->value.kind() == ValueKind::Boolean) return p->value.as_boolean();
+  return p->value.is_numeric() && p->value.to_int64() != 0;
+}
+
+}  // namespace
+
+void validate(const TableSpec& spec) {
+  check_name(spec.name);
+  if (spec.columns.empty() || spec.columns.size() > kMaxColumns)
+    throw Error(ErrorCode::OperationNotSupported, spec.name);
+  for (std::size_t i = 0; i < spec.columns.size(); ++i) {
+    const ColumnSpec& c = spec.columns[i];
+    check_name(c.name);
+    for (std::size_t j = 0; j < i; ++j)
+      if (same_name(spec.columns[j].name, c.name)) throw Error(ErrorCode::FieldDefinedTwice, c.name);
+    if (!known_type(c.type)) throw Error(ErrorCode::OperationNotSupported, c.name);
+    if ((c.type == ColumnType::Text || c.type == ColumnType::Binary) && (c.size == 0 || c.size > 255))
+      throw Error(ErrorCode::OperationNotSupported, c.name);
+    if (c.autonumber && c.type != ColumnType::Long && c.type != ColumnType::Guid)
+      throw Error(ErrorCode::OperationNotSupported, c.name);
+    if (c.type == ColumnType::Numeric && (c.precision == 0 || c.precision > 28 || c.scale > c.precision))
+      throw Error(ErrorCode::OperationNotSupported, c.name);
+  }
+  if (spec.indexes.size() > kMaxIndexes) throw Error(ErrorCode::OperationNotSupported, spec.name);
+  bool primary = false;
+  for (std::size_t i = 0; i < spec.indexes.size(); ++i) {
+    const IndexSpec& index = spec.indexes[i];
+    check_name(index.name);
+    for (std::size_t j = 0; j < i; ++j)
+      if (same_name(spec.indexes[j].name, index.name)) throw Error(ErrorCode::IndexExists, index.name);
+    if (index.primary) {
+      if (primary) throw Error(ErrorCode::PrimaryKeyExists);
+      primary = true;
+    }
+    if (index.columns.empty() || index.columns.size() > kMaxIndexColumns)
+      throw Error(ErrorCode::OperationNotSupported, index.name);
+    for (std::size_t k = 0; k < index.columns.size(); ++k) {
+      const auto it = std::find_if(spec.columns.begin(), spec.columns.end(),
+                                   [&](const ColumnSpec& c) { return same_name(c.name, index.columns[k].column); });
+      if (it == spec.columns.end()) throw Error(ErrorCode::ItemNotFound, index.columns[k].column);
+      if (is_long_value(it->type)) throw Error(ErrorCode::OperationNotSupported, index.columns[k].column);
+      for (std::size_t m = 0; m < k; ++m)
+        if (same_name(index.columns[m].column, index.columns[k].column))
+          throw Error(ErrorCode::FieldDefinedTwice, index.columns[k].column);
+    }
+  }
+}
+
+TableSpec spec_of(std::string_view name, const TableDef& def, const PropertySet& properties) {
+  TableSpec spec;
+  spec.name = std::string(name);
+  for (const ColumnDef& c : def.columns) {
+    ColumnSpec col;
+    col.name = c.name;
+    col.type = c.type;
+    if (c.type == ColumnType::Text) col.size = static_cast<std::uint16_t>(c.length / 2);
+    else if (c.type == ColumnType::Binary) col.size = c.length;
+    col.autonumber = c.is_autonumber();
+    col.compressed_unicode = c.compressed_unicode;
+    col.precision = c.precision;
+    col.scale = c.scale;
+    const PropertyBlock* block = properties.column(c.name);
+    col.default_value = text_property(block, "DefaultValue");
+    col.required = flag_property(block, "Required");
+    col.allow_zero_length = flag_property(block, "AllowZeroLength");
+    col.description = text_property(block, "Description");
+    if (block)
+      for (const Property& p : block->properties) {
+        static constexpr std::string_view kStated[] = {"DefaultValue", "Required", "AllowZeroLength", "Description"};
+        if (std::none_of(std::begin(kStated), std::end(kStated), [&](std::string_view s) { return same_name(s, p.name); }))
+          col.properties.emplace_back(p.name, p.value);
+      }
+    spec.columns.push_back(std::move(col));
+  }
+  for (const LogicalIndex& logical : def.logical_indexes) {
+    if (logical.kind == IndexKind::ForeignKey) continue;
+    const IndexDef* real = def.real_index(logical.real_index);
+    if (!real) continue;
+    IndexSpec index;
+    index.name = logical.name;
+    index.primary = logical.kind == IndexKind::Primary;
+    index.unique = real->unique();
+    index.ignore_nulls = real->ignore_nulls();
+    index.required = real->required();
+    for (const IndexColumn& ic : real->columns) {
+      const ColumnDef* c = def.column_by_number(ic.column_number);
+      if (c) index.columns.push_back({c->name, !ic.ascending});
+    }
+    spec.indexes.push_back(std::move(index));
+  }
+  if (const PropertyBlock* table = properties.object())
+    for (const Property& p : table->properties) spec.properties.emplace_back(p.name, p.value);
+  return spec;
+}
+
+}  // namespace jet

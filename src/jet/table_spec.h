@@ -1,0 +1,67 @@
+// What a table is made of, as its creator states it: columns with their types and
+// properties, indexes, table properties. create_table (writable_database.h) turns a spec into
+// a definition, usage maps, empty index trees and catalog rows; spec_of gives the spec of an
+// existing table, so that a table can be rebuilt elsewhere (compaction, copies).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "jet/properties.h"
+#include "jet/table_def.h"
+#include "jet/value.h"
+
+namespace jet {
+
+struct ColumnSpec {
+  std::string name;
+  ColumnType type = ColumnType::Text;
+  // Text: characters (1..255); Binary: bytes (1..255); ignored for the other types, whose
+  // size follows from the type.
+  std::uint16_t size = 255;
+  bool autonumber = false;           // Long only: incremented by the engine
+  bool compressed_unicode = true;    // Text and Memo: Access's "Unicode compression"
+  std::uint8_t precision = 18;       // Numeric
+  std::uint8_t scale = 0;            // Numeric
+  // Column properties kept in the table's property blob.
+  std::optional<std::string> default_value;
+  bool required = false;
+  bool allow_zero_length = false;    // Text and Memo
+  std::optional<std::string> description;
+  std::vector<std::pair<std::string, Value>> properties;  // any other, in order
+};
+
+struct IndexColumnSpec {
+  std::string column;
+  bool descending = false;
+};
+
+struct IndexSpec {
+  std::string name;
+  std::vector<IndexColumnSpec> columns;  // 1..10
+  bool primary = false;   // implies unique and required
+  bool unique = false;
+  bool ignore_nulls = false;
+  bool required = false;
+};
+
+struct TableSpec {
+  std::string name;
+  std::vector<ColumnSpec> columns;
+  std::vector<IndexSpec> indexes;
+  std::vector<std::pair<std::string, Value>> properties;  // table properties (Description...)
+};
+
+// Checks a spec before anything is written: names (non-empty, at most 64 characters, none of
+// . ! ` [ ] and no leading space), no column or index named twice (3191 / 3284), index
+// columns that exist, sizes and types that can be stored. Throws jet::Error.
+void validate(const TableSpec& spec);
+
+// The spec of an existing table: columns in definition order, logical indexes (foreign-key
+// indexes left out: relationships recreate them), column and table properties from `properties`.
+TableSpec spec_of(std::string_view name, const TableDef& def, const PropertySet& properties);
+
+}  // namespace jet
