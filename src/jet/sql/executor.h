@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "jet/database.h"
+#include "jet/error.h"
 #include "jet/table_def.h"
 #include "jet/usage_map.h"
 #include "jet/value.h"

@@ -49,6 +49,22 @@ std::string_view text_of(SqlError code) {
       return "Erreur de syntaxe dans l'instruction DROP TABLE ou DROP INDEX.";
     case SqlError::CriteriaTypeMismatch:
       return "Type de données incompatible dans l'expression du critère.";
+    case SqlError::CannotExecuteSelect: return "Impossible d'exécuter une requête Sélection.";
+    case SqlError::ReadOnlyObject:
+      return "Impossible de mettre à jour. Base de données ou objet en lecture seule.";
+    case SqlError::AmbiguousField:
+      return "Le champ spécifié '|' peut faire référence à plusieurs tables de la clause FROM "
+             "de votre instruction SQL.";
+    case SqlError::NotPartOfAggregate:
+      return "Vous avez essayé d'exécuter une requête ne comprenant pas l'expression spécifiée "
+             "'|' comme une partie de la fonction d'agrégat.";
+    case SqlError::UnknownInsertField:
+      return "L'instruction INSERT INTO contient le nom de champ inconnu '|'. Assurez-vous que "
+             "vous avez saisi le nom correctement et recommencez l'opération.";
+    case SqlError::DeleteTableUnspecified:
+      return "Spécifiez la table contenant les enregistrements à supprimer.";
+    case SqlError::CannotGroupOnField:
+      return "Impossible de regrouper les champs sélectionnés avec '*'.";
   }
   return "Erreur de syntaxe.";
 }

@@ -37,6 +37,14 @@ enum class SqlError : int {
   ValueCountMismatch = 3346,
   DropSyntax = 3295,
   CriteriaTypeMismatch = 3464,
+  // Statement execution.
+  CannotExecuteSelect = 3065,   // a SELECT given to execute
+  ReadOnlyObject = 3027,        // writing to a table of another database, or a read-only one
+  AmbiguousField = 3079,
+  NotPartOfAggregate = 3122,
+  UnknownInsertField = 3127,
+  DeleteTableUnspecified = 3128,
+  CannotGroupOnField = 3092,
 };
 
 // The error for `code`; `argument` fills the placeholder of texts that quote an expression or

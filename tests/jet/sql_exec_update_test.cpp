@@ -1,0 +1,171 @@
+// UPDATE: one table, a join of two local tables, and a table joined to the same table of
+// another database (the backup the application restores dates from), with records-affected
+// counts, conversions to the column types, refusals that change nothing, and transactions.
+#include <gtest/gtest.h>
+
+#include "jet/transaction.h"
+#include "jet/verify.h"
+#include "sql_exec_support.h"
+
+namespace {
+
+using namespace sql_exec_test;
+using Lines = std::vector<std::string>;
+
+TEST(Update, OneTableWithExpressionsAndConversions) {
+  Scratch scratch;
+  const std::string path = scratch.copy("indexTestV2000.mdb");
+  {
+    Db db(path);
+    EXPECT_EQ(db.x("UPDATE Table1 SET data = data & '-x', otherfk3 = otherfk3 + id WHERE otherfk1 = 1"), 2);
+    EXPECT_EQ(db.q("SELECT id, data, otherfk3 FROM Table1 ORDER BY id"),
+              (Lines{"0|baz0|0", "1|baz11-x|1", "2|baz11-2-x|2", "3|baz13|0"}));
+    // A text of digits into a Long column, a number into a text column (French decimal comma).
+    EXPECT_EQ(db.x("UPDATE Table1 SET otherfk3 = '12', data = 1.5 WHERE id = 0"), 1);
+    EXPECT_EQ(db.q("SELECT otherfk3, data FROM Table1 WHERE id = 0"), (Lines{"12|1,5"}));
+    // Every matching row counts, changed or not; no match, no record.
+    EXPECT_EQ(db.x("UPDATE Table1 SET otherfk3 = otherfk3"), 4);
+    EXPECT_EQ(db.x("UPDATE Table1 SET otherfk3 = 1 WHERE id > 100"), 0);
+  }
+  EXPECT_EQ(mdb_export(path, "Table1"),
+            "id,otherfk1,otherfk2,data,otherfk3\n0,0,10,\"1,5\",12\n1,1,11,\"baz11-x\",1\n"
+            "2,1,11,\"baz11-2-x\",2\n3,2,13,\"baz13\",0\n");
+  auto db = jet::Database::open(path);
+  EXPECT_TRUE(jet::verify_database(*db).empty());
+}
+
+TEST(Update, RefusedValuesChangeNothing) {
+  Scratch scratch;
+  const std::string path = scratch.copy("indexTestV2000.mdb");
+  Db db(path);
+  const auto before = jet_test::read_file(path);
+  std::string text;
+  // The second row's value does not convert: the first row's change is undone too.
+  EXPECT_EQ(error_of([&] { db.x("UPDATE Table1 SET otherfk3 = IIf(id = 0, 5, 'abc')"); }), 13);
+  EXPECT_EQ(error_of([&] { db.x("UPDATE Table1 SET data = String(51, 'x') WHERE id = 3"); }), 3163);
+  // id is the primary key.
+  EXPECT_EQ(error_of([&] { db.x("UPDATE Table1 SET id = 7 WHERE id <= 1"); }, &text), 3022);
+  EXPECT_EQ(error_of([&] { db.x("UPDATE Table1 SET otherfk3 = 1 WHERE nosuch = 2"); }, &text), 3061);
+  EXPECT_EQ(text, "Trop peu de paramètres. 1 attendu.");
+  EXPECT_EQ(error_of([&] { db.x("UPDATE Nowhere SET a = 1"); }), 3078);
+  EXPECT_EQ(db.q("SELECT Sum(otherfk3), Max(id) FROM Table1"), (Lines{"0|3"}));
+  EXPECT_EQ(jet_test::read_file(path), before);
+}
+
+TEST(Update, JoinOfTwoLocalTables) {
+  Scratch scratch;
+  Db db(scratch.copy("indexTestV2000.mdb"));
+  EXPECT_EQ(db.x("UPDATE Table1 INNER JOIN Table2 ON Table1.otherfk1 = Table2.id SET Table1.data = Table2.data "
+                 "WHERE Table2.id > 0"),
+            3);
+  EXPECT_EQ(db.q("SELECT data FROM Table1 ORDER BY id"), (Lines{"baz0", "foo1", "foo1", "foo2"}));
+  // The joined table changes too when it is assigned.
+  EXPECT_EQ(db.x("UPDATE Table3 INNER JOIN Table1 ON Table3.id = Table1.otherfk2 SET Table3.data = 'used'"), 3);
+  EXPECT_EQ(db.q("SELECT id, data FROM Table3 ORDER BY id"),
+            (Lines{"10|used", "11|used", "12|bar12", "13|used"}));
+}
+
+TEST(Update, InsideATransactionASavepoint) {
+  Scratch scratch;
+  const std::string path = scratch.copy("indexTestV2000.mdb");
+  const auto before = jet_test::read_file(path);
+  Db db(path);
+  {
+    jet::Transaction t(db.db().pager());
+    EXPECT_EQ(db.x("UPDATE Table2 SET data = 'one'"), 3);
+    // A failing statement loses its own changes only.
+    EXPECT_EQ(error_of([&] { db.x("UPDATE Table2 SET data = 'two', id = 0"); }), 3022);
+    EXPECT_EQ(db.q("SELECT DISTINCT data FROM Table2"), (Lines{"one"}));
+    EXPECT_EQ(jet_test::read_file(path), before);  // nothing reaches the file before commit
+    t.rollback();
+  }
+  EXPECT_EQ(db.q("SELECT data FROM Table2 ORDER BY id"), (Lines{"foo0", "foo1", "foo2"}));
+}
+
+// The update the application runs against its backup: a table joined on four columns to
+// the same table of another database, dates copied where the backup has the record.
+// Here on overflowTestV2000's Table1 (nine Text(50) columns, data1..data10 without data2):
+// data1/data3 the record keys, data4 its kind, data5/data8/data9 what must still be empty,
+// data6/data7 the values copied from the backup.
+class BackupUpdate : public ::testing::Test {
+ protected:
+  static jet::Row rec(const std::string& k1, const std::string& k2, const std::string& kind,
+                      const std::string& v5, const std::string& v6, const std::string& v7,
+                      const std::string& v8) {
+    auto t = [](const std::string& s) { return s.empty() ? N() : T(s); };
+    return {t(k1), t(k2), t(kind), t(v5), t(v6), t(v7), t(v8), N(), N()};
+  }
+  void SetUp() override {
+    main_path = scratch.copy("overflowTestV2000.mdb", "main.mdb");
+    backup_path = scratch.copy("overflowTestV2000.mdb", "backup.mdb");
+    {
+      Db backup(backup_path);
+      EXPECT_EQ(backup.x("DELETE * FROM Table1"), 7);
+      backup.fill("Table1", {rec("N1", "P1", "1", "", "2013-01-01", "T1", ""),
+                             rec("N3", "P3", "1", "", "2013-01-03", "T3", ""),
+                             rec("N4", "P4", "2", "", "2013-01-04", "T4", ""),
+                             rec("N5", "p5", "1", "", "2013-01-05", "T5", ""),
+                             rec("N6", "P6", "1", "", "2013-01-06", "T6", ""),
+                             rec("N7", "P7", "1", "", "", "", ""),
+                             rec("N9", "P9", "1", "", "2013-01-09", "T9", "")});
+    }
+    Db db(main_path);
+    EXPECT_EQ(db.x("DELETE FROM Table1"), 7);
+    db.fill("Table1", {rec("N1", "P1", "1", "", "", "", ""),        // twin: updated
+                       rec("N2", "P2", "1", "", "", "", ""),        // no twin
+                       rec("N3", "P3", "1", "X", "old", "", ""),   // already has its value
+                       rec("N4", "P4", "2", "", "", "", ""),        // other kind
+                       rec("n5", "P5", "1", "", "", "", ""),        // twin by case-blind keys
+                       rec("N6", "P6", "1", "", "", "", "seen"),   // already processed
+                       rec("N7", "P7", "1", "", "keep", "keep", "")});  // twin without values
+  }
+  std::string statement(const std::string& backup_as_written) const {
+    return "UPDATE Table1 INNER JOIN [;database=" + backup_as_written +
+           "].Table1 AS T1 ON (Table1.data1 = T1.data1) AND (Table1.DATA3 = T1.data3) "
+           "SET Table1.data6 = [T1].[data6], Table1.data7 = [T1].[DATA7] "
+           "WHERE table1.data4 = '1' AND table1.data5 is null AND table1.data8 is null AND Table1.data9 Is Null";
+  }
+  Scratch scratch;
+  std::string main_path, backup_path;
+};
+
+TEST_F(BackupUpdate, CopiesTheBackupValuesOfTwinRecordsOnly) {
+  const auto backup_before = jet_test::read_file(backup_path);
+  const std::string windows_path = "C:\\QUELIS\\Sauvegardes\\QuelisSauv_18012013.mdb";
+  std::vector<std::string> asked;
+  jet::sql::DatabaseOpener opener = [&](std::string_view p) {
+    asked.emplace_back(p);
+    return jet::Database::open(backup_path);
+  };
+  {
+    Db db(main_path, opener);
+    EXPECT_EQ(db.x(statement(windows_path)), 3);
+    EXPECT_EQ(asked, (std::vector<std::string>{windows_path}));
+    EXPECT_EQ(db.q("SELECT data1, data6, data7 FROM Table1 ORDER BY data1"),
+              (Lines{"N1|2013-01-01|T1", "N2|~|~", "N3|old|~", "N4|~|~", "n5|2013-01-05|T5", "N6|~|~", "N7|~|~"}));
+    // Run again: the same twins match again, with the same values.
+    EXPECT_EQ(db.x(statement(windows_path)), 3);
+  }
+  EXPECT_EQ(jet_test::read_file(backup_path), backup_before);
+  const std::string exported = mdb_export(main_path, "Table1");
+  EXPECT_NE(exported.find("\"N1\",\"P1\",\"1\",,\"2013-01-01\",\"T1\""), std::string::npos) << exported;
+  EXPECT_NE(exported.find("\"N7\",\"P7\",\"1\",,,,"), std::string::npos) << exported;
+  auto db = jet::Database::open(main_path);
+  EXPECT_TRUE(jet::verify_database(*db).empty());
+}
+
+TEST_F(BackupUpdate, MissingBackupFileOrTable) {
+  Db db(main_path, [&](std::string_view p) { return jet::Database::open(scratch.dir().path().string() + "/" + std::string(p)); });
+  std::string text;
+  EXPECT_EQ(error_of([&] { db.x(statement("absent.mdb")); }, &text), 3024);
+  EXPECT_EQ(text, "Fichier 'absent.mdb' introuvable.");
+  std::string other = statement("backup.mdb");
+  other.replace(other.find("].Table1"), 8, "].Nothing");
+  EXPECT_EQ(error_of([&] { db.x(other); }, &text), 3078);
+  EXPECT_NE(text.find("'Nothing'"), std::string::npos);
+  // The backup is only read: naming it as the table to change is refused.
+  EXPECT_EQ(error_of([&] { db.x("UPDATE [;database=backup.mdb].Table1 SET data1 = 'x'"); }), 3027);
+  EXPECT_EQ(db.q("SELECT Count(*) FROM Table1 WHERE data6 IS NOT NULL"), (Lines{"2"}));
+}
+
+}  // namespace
