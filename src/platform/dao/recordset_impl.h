@@ -1,0 +1,66 @@
+// What a Recordset handle refers to (internal to platform/dao).
+//
+// Row-backed sets (table type, updatable dynasets) keep the RowId of each record and read
+// the row again when a field is read, so they see the database as it is now. Snapshots and
+// read-only dynasets keep the values they were given at open.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jet/row.h"
+#include "jet/table_def.h"
+#include "jet/usage_map.h"
+#include "platform/dao/field_impl.h"
+#include "platform/dao/state.h"
+
+namespace platform::dao::detail {
+
+struct RecordsetImpl {
+  struct Column {
+    FieldDef def;
+    int tableColumn = -1;   // position in the base table's Row (row-backed sets)
+    int resultColumn = -1;  // position in the kept values
+  };
+
+  std::shared_ptr<DatabaseImpl> db;
+  std::string name;
+  int type = 0;
+  bool closed = false;
+  bool updatable = false;
+  bool tableType = false;
+  std::optional<std::string> table;  // base table of a row-backed set
+  jet::TableDef def;                 // its definition when opened
+  std::vector<Column> columns;
+  std::vector<jet::RowId> ids;                   // row-backed: one per record
+  std::vector<std::vector<jet::Value>> values;   // kept values, one per record
+  std::vector<bool> deleted;
+  long cur = -1;    // position: -1 before the first, size() after the last
+  long visited = 0; // records reached so far (RecordCount of dynasets and snapshots)
+  bool noMatch = true;
+  int editMode = 0;
+  jet::Row buffer;  // the row being edited or added (base table's column order)
+
+  long size() const noexcept { return static_cast<long>(deleted.size()); }
+  bool rowBacked() const noexcept { return table.has_value(); }
+  void checkOpen() const;                 // 3420 when closed or its database closed
+  bool hasCurrent() const noexcept { return cur >= 0 && cur < size(); }
+  void checkCurrent() const;              // 3021 / 3167
+  int columnIndex(std::string_view name) const;  // 3265 when absent
+  jet::Row readRow(long position) const;  // the base table's row of a record (3167 when gone)
+  Variant value(int column);
+  void setValue(int column, const Variant& value);
+  void touch() noexcept { visited = std::max(visited, cur + 1); }
+  void moveTo(long position);             // cancels a pending edit
+  long firstLive(long from, int step) const;  // next live position from `from` (or -1/size())
+};
+
+// Opens a record set on `source` (table name, saved query name or SQL) of `db`.
+std::shared_ptr<RecordsetImpl> openRecordset(const std::shared_ptr<DatabaseImpl>& db, std::string_view source,
+                                             int type, int options);
+// The SQL text of a saved query (3265 when none).
+std::string savedQuerySql(DatabaseImpl& db, std::string_view name);
+
+}  // namespace platform::dao::detail

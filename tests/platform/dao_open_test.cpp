@@ -1,0 +1,129 @@
+// Opening databases: Windows paths of the workstation, exclusive use, and the refusals with
+// the numbers and texts the application reports.
+#include <fstream>
+
+#include "dao_test_support.h"
+#include "platform/filelock.h"
+
+namespace {
+
+using namespace platform::dao;
+using dao_test::DaoTest;
+namespace fs = std::filesystem;
+
+class DaoOpenTest : public DaoTest {};
+
+// Expects `statement` to raise `number` with exactly `text`.
+#define EXPECT_DAO_TEXT(statement, expectedNumber, expectedText) \
+  do {                                                            \
+    try {                                                         \
+      statement;                                                  \
+      ADD_FAILURE() << #statement " raised nothing";              \
+    } catch (const platform::Error& e) {                          \
+      EXPECT_EQ(e.number(), expectedNumber);                      \
+      EXPECT_EQ(e.description(), expectedText);                   \
+    }                                                             \
+  } while (0)
+
+TEST_F(DaoOpenTest, PathsResolveCaseBlindOnTheWorkstation) {
+  place("testV2000.mdb", "Quelis.mdb");
+  Database db = engine_.OpenDatabase("c:\\quelis\\BASES\\QUELIS.MDB", true);
+  EXPECT_EQ(db.Name(), "c:\\quelis\\BASES\\QUELIS.MDB");
+  EXPECT_TRUE(db.TableDefs().Contains("Table1"));
+}
+
+TEST_F(DaoOpenTest, MissingFileFolderOrDriveNameTheWindowsPath) {
+  place("testV2000.mdb", "Quelis.mdb");
+  EXPECT_DAO_TEXT(engine_.OpenDatabase("C:\\QUELIS\\Bases\\Absente.mdb", true), 3024,
+                  "Fichier 'C:\\QUELIS\\Bases\\Absente.mdb' introuvable.");
+  try {
+    engine_.OpenDatabase("C:\\QUELIS\\Nulle\\Quelis.mdb", true);
+    ADD_FAILURE() << "a missing folder opened";
+  } catch (const platform::Error& e) {
+    EXPECT_EQ(e.number(), 3044);
+    EXPECT_NE(e.description().find("'C:\\QUELIS\\Nulle'"), std::string::npos) << e.description();
+  }
+  EXPECT_VB_ERROR(engine_.OpenDatabase("Q:\\Quelis.mdb", true), 3044);
+  EXPECT_VB_ERROR(engine_.OpenDatabase("relatif.mdb", true), 3044);
+}
+
+TEST_F(DaoOpenTest, OtherFilesAreRefusedAsNotJet4OrDamaged) {
+  fs::create_directories(c() / "QUELIS");
+  platform_test::writeBytes(c() / "QUELIS" / "texte.mdb", std::string(8192, 'x'));
+  EXPECT_DAO_TEXT(engine_.OpenDatabase("C:\\QUELIS\\texte.mdb", true), 3343,
+                  "Format de base de données 'C:\\QUELIS\\texte.mdb' non reconnu.");
+  // A real header followed by nothing: the catalog page is missing.
+  std::string head = platform_test::readBytes(dao_test::fixture("emptyV2000.mdb")).substr(0, 4096);
+  platform_test::writeBytes(c() / "QUELIS" / "tronque.mdb", head);
+  EXPECT_VB_ERROR(engine_.OpenDatabase("C:\\QUELIS\\tronque.mdb", true), 3049);
+}
+
+TEST_F(DaoOpenTest, ASecondOpenerOfAnOpenDatabaseIsRefusedUntilItCloses) {
+  const std::string path = place("testV2000.mdb", "Quelis.mdb");
+  Database first = engine_.OpenDatabase(path, true);
+  EXPECT_DAO_TEXT(engine_.OpenDatabase(path, true), 3045,
+                  "Impossible d'utiliser 'C:\\QUELIS\\Bases\\Quelis.mdb' ; fichier déjà utilisé.");
+  EXPECT_VB_ERROR(engine_.OpenDatabase(path, false), 3045);
+  EXPECT_VB_ERROR(engine_.RepairDatabase(path), 3045);
+  first.Close();
+  Database second = engine_.OpenDatabase(path, true);
+  EXPECT_TRUE(second.Updatable());
+}
+
+TEST_F(DaoOpenTest, TheLockFileExistsWhileTheDatabaseIsOpen) {
+  const std::string path = place("testV2000.mdb", "Quelis.mdb");
+  const fs::path ldb = local("Quelis.ldb");
+  {
+    Database db = engine_.OpenDatabase(path, true);
+    EXPECT_TRUE(fs::exists(ldb));
+    EXPECT_TRUE(platform::IsLockedByAnother(ldb));
+  }
+  EXPECT_FALSE(fs::exists(ldb));
+}
+
+TEST_F(DaoOpenTest, AReadOnlyDatabaseRefusesChangesWith3027) {
+  const std::string path = place("indexTestV2000.mdb", "Quelis.mdb");
+  Database db = engine_.OpenDatabase(path, false, true);
+  EXPECT_FALSE(db.Updatable());
+  Recordset rs = db.OpenRecordset("Table2");
+  EXPECT_FALSE(rs.Updatable());
+  EXPECT_VB_ERROR(rs.Edit(), 3027);
+  EXPECT_VB_ERROR(db.Execute("DELETE FROM Table2"), 3027);
+}
+
+TEST_F(DaoOpenTest, ClosingTwiceAndUsingAClosedDatabaseRaise3420) {
+  const std::string path = place("testV2000.mdb", "Quelis.mdb");
+  Database db = engine_.OpenDatabase(path, true);
+  TableDef table = db.TableDefs("Table1");
+  db.Close();
+  EXPECT_VB_ERROR(db.Close(), 3420);
+  EXPECT_VB_ERROR(db.OpenRecordset("Table1"), 3420);
+  EXPECT_VB_ERROR(db.TableDefs(), 3420);
+  EXPECT_VB_ERROR(table.RecordCount(), 3420);
+}
+
+TEST_F(DaoOpenTest, CompactingWritesANewFileAndRefusesAnExistingDestination) {
+  const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
+  engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb");
+  ASSERT_TRUE(fs::exists(local("QuelComp.mdb")));
+  {
+    Database db = engine_.OpenDatabase("C:\\QUELIS\\Bases\\QuelComp.mdb", true);
+    EXPECT_EQ(db.TableDefs("Table3").RecordCount(), 4);
+  }
+  EXPECT_VB_ERROR(engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb"), 3204);
+  EXPECT_VB_ERROR(engine_.CompactDatabase("C:\\QUELIS\\Bases\\Absente.mdb", "C:\\QUELIS\\Bases\\x.mdb"), 3024);
+  EXPECT_FALSE(fs::exists(local("x.mdb")));
+  Database open = engine_.OpenDatabase(path, true);
+  EXPECT_VB_ERROR(engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\y.mdb"), 3045);
+  EXPECT_FALSE(fs::exists(local("y.mdb")));
+}
+
+TEST_F(DaoOpenTest, RepairingAClosedSoundDatabaseKeepsItsContent) {
+  const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
+  engine_.RepairDatabase(path);
+  Database db = engine_.OpenDatabase(path, true);
+  EXPECT_EQ(db.TableDefs("Table1").RecordCount(), 4);
+  EXPECT_VB_ERROR(engine_.RepairDatabase("C:\\QUELIS\\Bases\\Absente.mdb"), 3024);
+}
+
+}  // namespace
