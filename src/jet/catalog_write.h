@@ -56,17 +56,21 @@ struct AccessEntry {
   bool inheritable = false;
 };
 
-// The SIDs of the default workgroup: Admin, the Admins and Users groups, and the
-// object creator placeholder.
+// The SIDs of the default workgroup: Admin, the Admins and Users groups, the object
+// creator placeholder and the engine itself.
 namespace sids {
 std::vector<std::uint8_t> admin();
 std::vector<std::uint8_t> users();
 std::vector<std::uint8_t> admins();
 std::vector<std::uint8_t> creator();
+std::vector<std::uint8_t> engine();  // owner of the system tables and containers
 }  // namespace sids
 
 // The access-control rows Access gives a new object of `type` (tables, queries).
 std::vector<AccessEntry> default_access(ObjectType type);
+
+// The local date and time as a Jet date (days since 1899-12-30).
+double jet_now();
 
 class CatalogWriter {
  public:
@@ -87,6 +91,8 @@ class CatalogWriter {
   // A fresh id for a non-table object (queries, relationships): tables use their
   // definition page as id.
   std::int32_t next_object_id();
+  // Every MSysObjects row, in storage order.
+  std::vector<ObjectRow> rows();
 
  private:
   OverlayPager& pager_;

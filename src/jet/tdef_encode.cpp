@@ -45,12 +45,13 @@ std::vector<const ColumnDef*> stored_order(const TableDef& def) {
   return columns;
 }
 
-void put_column(Out& out, const ColumnDef& c) {
+void put_column(Out& out, const ColumnDef& c, bool system) {
   out.u8(static_cast<std::uint8_t>(c.type));
   out.u32(kTableMagic);
   out.u16(c.number);
   out.u16(c.var_index);
-  out.u16(c.number);
+  // The number again in user tables; Access leaves it 0 in its system tables.
+  out.u16(system ? 0 : c.number);
   if (c.type == ColumnType::Numeric) {
     out.u8(c.precision);
     out.u8(c.scale);
@@ -140,7 +141,7 @@ std::vector<std::uint8_t> encode_table_def(const TableDef& def) {
     out.u32(0);
   }
   const auto columns = stored_order(def);
-  for (const ColumnDef* c : columns) put_column(out, *c);
+  for (const ColumnDef* c : columns) put_column(out, *c, def.system);
   for (const ColumnDef* c : columns) out.name(c->name);
   for (const auto& index : def.indexes) put_real_index(out, index);
   for (const auto& index : def.logical_indexes) put_logical_index(out, index);
