@@ -8,6 +8,10 @@
 #include <optional>
 #include <string>
 
+namespace platform::dao {
+class DBEngine;
+}
+
 namespace launcher {
 
 class BaseMigration {
@@ -29,9 +33,8 @@ class BaseMigration {
 
 using FabriqueBaseMigration = std::function<std::unique_ptr<BaseMigration>()>;
 
-// The access this build has: the database engine cannot be created, so opening raises
-// error 429 ("Un composant ActiveX ne peut pas créer d'objet") and the migration stops
-// through the error report, moving nothing.
-std::unique_ptr<BaseMigration> BaseMigrationIndisponible();
+// The reads through the program's database engine: the default workspace, VERSION as a
+// table record set, the CDIF query as a snapshot. `moteur` must outlive the object.
+std::unique_ptr<BaseMigration> BaseMigrationMoteur(platform::dao::DBEngine& moteur);
 
 }  // namespace launcher

@@ -22,6 +22,7 @@
 #include "launcher/base_migration.h"
 #include "launcher/program_state.h"
 #include "pipeline/frm_attente.h"
+#include "platform/dao/dbengine.h"
 #include "platform/environment.h"
 #include "platform/error.h"
 #include "platform/fso.h"
@@ -144,9 +145,12 @@ class FrmParam : public ui::Form {
   std::string DossierCourant;
   std::string LibelleBase;
 
+  // The program's one database engine (DBEngine), over the workstation.
+  platform::dao::DBEngine Moteur;
+
   // How the migration reaches the old database, and how the wait form is made (one per
-  // database). Both default to what this build has; tests replace them before loading.
-  FabriqueBaseMigration OuvreBaseMigration = BaseMigrationIndisponible;
+  // database). Both default to the database engine; tests replace them before loading.
+  FabriqueBaseMigration OuvreBaseMigration;
   std::function<std::unique_ptr<pipeline::FrmAttente>()> CreeFrmAttente;
   // The wait form while a database is treated; empty between databases.
   std::unique_ptr<pipeline::FrmAttente> frmAttente;

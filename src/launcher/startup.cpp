@@ -12,11 +12,13 @@ namespace launcher {
 FrmParam::FrmParam(platform::Environment& env, ui::Desktop& desktop, ProgramState& state,
                    ModeLancement mode)
     : ui::Form(desktop, "frmParam", "Mise à jour des données QUELIS"),
+      Moteur(env.workstation()),
       env_(&env),
       state_(&state),
       mode_(mode) {
+  OuvreBaseMigration = [this] { return BaseMigrationMoteur(Moteur); };
   CreeFrmAttente = [this] {
-    return std::make_unique<pipeline::FrmAttente>(*env_, this->desktop(), *state_);
+    return std::make_unique<pipeline::FrmAttente>(*env_, this->desktop(), *state_, Moteur);
   };
   chkActions.add(2, "Définir l'emplacement des données", &fraActions);
   chkActions.add(1,

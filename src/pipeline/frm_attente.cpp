@@ -1,15 +1,12 @@
 #include "pipeline/frm_attente.h"
 
-#include <stdexcept>
-
 #include "platform/clock.h"
-#include "platform/program.h"
 
 namespace pipeline {
 
 FrmAttente::FrmAttente(platform::Environment& env, ui::Desktop& desktop,
-                       const launcher::ProgramState& state)
-    : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state) {}
+                       const launcher::ProgramState& state, dao::DBEngine& moteur)
+    : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state), moteur_(&moteur) {}
 
 FrmAttente::~FrmAttente() = default;
 
@@ -21,7 +18,7 @@ void FrmAttente::OuvreJournalBase() {
   JournalBase.emplace(Fso->CreateTextFile(NomJournalBase, true));
   JournalBase->WriteLine("Installation / mise à jour de la base de données QUELIS");
   JournalBase->WriteLine("version de l'exécutable de mise à jour : " + state_->VersionComplete);
-  JournalBase->WriteLine("nouvelle version de la base : 4.4.0.3");
+  JournalBase->WriteLine("nouvelle version de la base : " + std::string(kVersionApres));
   if (!LibelleEnCours.empty()) JournalBase->WriteLine("base : " + LibelleEnCours);
   JournalBase->WriteLine();
   JournalBase->WriteLine("Date et heure de l'installation : " + env_->Date() + " à " + env_->Time());
@@ -31,30 +28,15 @@ void FrmAttente::OuvreJournalBase() {
   JournalBase->WriteLine("Traitements effectués :");
 }
 
-void FrmAttente::Traitement() {
-  setMousePointer(ui::vbHourglass);
-  Succes = true;
-  try {
-    OuvreJournalBase();
-    setCaption("Installation base QUELIS - " + state_->VersionCourte +
-               (state_->TypeConfiguration == launcher::kConfigurationEcole ? " ECOLE" : ""));
-    refresh();
-    // No database engine in this build: say so and fail, leaving the database as it is.
-    Message("Mise à jour de la base non disponible dans cette version de l'outil : base non modifiée");
-    throw platform::Error(platform::ErrorCode::CannotCreateObject);
-  } catch (const platform::ProgramEnd&) {
-    throw;
-  } catch (const std::logic_error&) {
-    throw;
-  } catch (...) {
-    ErreurInstallation("Traitement", platform::currentError());
-  }
-}
-
 void FrmAttente::Message(std::string_view texte) {
   if (JournalBase) JournalBase->WriteLine(texte);
   LblMessage1.setCaption(std::string(texte));
   refresh();
+}
+
+void FrmAttente::EcritJournalBase(const std::string& ligne) {
+  if (!JournalBase) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
+  JournalBase->WriteLine(ligne);
 }
 
 void FrmAttente::ErreurInstallation(const std::string& procedure, const platform::Error& err) {
@@ -80,6 +62,19 @@ void FrmAttente::ErreurInstallation(const std::string& procedure, const platform
 void FrmAttente::Unload() {
   JournalBase.reset();
   Fso.reset();
+  // Releasing the form releases its objects. A transaction left open by an error exit is
+  // ended with them; its changes never reached the file.
+  if (TransactionOuverte) {
+    try {
+      moteur_->Workspaces(0).Rollback();
+    } catch (const platform::Error&) {
+      // Nothing left to end: the level was already gone with its database.
+    }
+    TransactionOuverte = false;
+  }
+  Bd.reset();
+  Espace.reset();
+  BaseOuverte = false;
   unloaded();
 }
 

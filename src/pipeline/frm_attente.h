@@ -4,20 +4,25 @@
 // failure goes through ErreurInstallation, which reports it and clears Succes without ending
 // the program.
 //
-// Traitement is the entry of the per-database pipeline. This build has no database engine
-// behind it: Traitement opens the per-database log, writes its header, reports that the update
-// is not available and returns with Succes false. The database is never touched.
+// Traitement either installs a delivered school database or updates the existing database
+// from 4.4.0.1 to 4.4.0.3 through temporary copies (copy, repair, MiseAJour, compact) and
+// only then puts the result in place of the live file, in one rename: the live name holds
+// the old or the new database at every instant. The reset database under RAZ\ follows in
+// the school configuration; a fresh school database gets its libelle.txt.
 #pragma once
 
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "launcher/program_state.h"
+#include "platform/dao/dao.h"
 #include "platform/environment.h"
 #include "platform/error.h"
 #include "platform/fso.h"
+#include "platform/program.h"
 #include "platform/textstream.h"
 #include "platform/ui/control.h"
 #include "platform/ui/desktop.h"
@@ -26,10 +31,24 @@
 namespace pipeline {
 
 namespace ui = platform::ui;
+namespace dao = platform::dao;
+
+// The application's error numbers raised by the pipeline (added to vbObjectError).
+inline constexpr int kErrVersionDejaAJour = 1;
+inline constexpr int kErrVersionInvalide = 2;
+inline constexpr int kErrBaseAbsente = 3;
+inline constexpr int kErrFichierLdb = 4;
+inline constexpr int kErrBaseEcoleNonChoisie = 6;
+
+// The versions this release moves a database between.
+inline constexpr std::string_view kVersionAvant = "4.4.0.1";
+inline constexpr std::string_view kVersionApres = "4.4.0.3";
 
 class FrmAttente : public ui::Form {
  public:
-  FrmAttente(platform::Environment& env, ui::Desktop& desktop, const launcher::ProgramState& state);
+  // `moteur` is the program's one database engine; it must outlive the form.
+  FrmAttente(platform::Environment& env, ui::Desktop& desktop, const launcher::ProgramState& state,
+             dao::DBEngine& moteur);
   ~FrmAttente() override;
 
   // --- Public values, set by the caller before Traitement ---
@@ -44,10 +63,20 @@ class FrmAttente : public ui::Form {
   // form's LibelleBase).
   std::function<void(const std::string&)> RetourLibelle;
 
-  // Treats the database of DossierBases. Never raises a run-time error: failures end in
-  // ErreurInstallation. Virtual so that the parameter form's callers can be exercised with
-  // other outcomes.
+  // Treats the database of DossierBases. Never raises a run-time error of its own steps:
+  // failures end in ErreurInstallation. Virtual so that the parameter form's callers can be
+  // exercised with other outcomes.
   virtual void Traitement();
+
+  // The update script: raises the database at `chemin` (a temporary copy) to 4.4.0.3 in one
+  // workspace transaction and puts back the survey fields from the backup database. On
+  // failure the error is reported, Succes is false, and the transaction and the database
+  // are left open: nothing of the update reaches the file.
+  void MiseAJour(const std::string& chemin);
+  // Makes the reset database (RAZ\Quelis.mdb) a copy of the current database.
+  void CopieRAZ();
+  // Writes libelle.txt from the CDIF label of the site of the open database Bd.
+  void LibelleCreation();
 
   // Shows and logs one progress line (the log only when it is open).
   void Message(std::string_view texte);
@@ -55,7 +84,9 @@ class FrmAttente : public ui::Form {
   // block in the per-database log, Succes false, default mouse pointer.
   void ErreurInstallation(const std::string& procedure, const platform::Error& err);
 
-  // VB's "Unload frmAttente": hides the form and releases the per-database log.
+  // VB's "Unload frmAttente": hides the form and releases the per-database log and the
+  // database objects. A transaction an error exit left open is rolled back here, so that it
+  // cannot swallow the next database's update.
   void Unload();
 
   ui::Label LblMessage1{*this, "LblMessage1", ""};
@@ -65,15 +96,59 @@ class FrmAttente : public ui::Form {
   std::optional<platform::FileSystemObject> Fso;
   std::optional<platform::TextStream> JournalBase;
 
+  std::string CheminBase, CheminSauvegarde, CheminTemp, CheminCompact;
+  std::string DossierRAZ, CheminBaseRAZ, CheminTempRAZ, CheminCompactRAZ;
+  std::string CheminBaseEcole;
+
+  std::optional<dao::Workspace> Espace;
+  std::optional<dao::Database> Bd;
+  bool TransactionOuverte = false;
+  bool BaseOuverte = false;
+
  protected:
   platform::Environment& env() const { return *env_; }
   const launcher::ProgramState& state() const { return *state_; }
+  dao::DBEngine& moteur() const { return *moteur_; }
   // Opens the per-database log (replacing a file of the same name) and writes its header.
   void OuvreJournalBase();
 
  private:
+  // The error trap of each procedure: a run-time error raised by `corps` goes to
+  // ErreurInstallation under `procedure`; returns false then.
+  template <class Corps>
+  bool piege(const std::string& procedure, Corps&& corps);
+
+  void ConstruitChemins();
+  void BrancheMiseAJour();
+  void BrancheEcole();
+  void MiseAJourRAZ();
+  void VerifieVersion();
+  void EcritFin();
+  // A line written straight to the per-database log (error 91 when it is not open).
+  void EcritJournalBase(const std::string& ligne);
+  bool Existe(const std::string& chemin);
+  void Supprime(const std::string& chemin);
+  void Copie(const std::string& source, const std::string& destination);
+
   platform::Environment* env_;
   const launcher::ProgramState* state_;
+  dao::DBEngine* moteur_;
 };
+
+// Programming faults (std::logic_error) and the end of the program pass through every trap.
+template <class Corps>
+bool FrmAttente::piege(const std::string& procedure, Corps&& corps) {
+  try {
+    corps();
+    return true;
+  } catch (const platform::ProgramEnd&) {
+    throw;
+  } catch (const std::logic_error&) {
+    throw;
+  } catch (...) {
+    ErreurInstallation(procedure, platform::currentError());
+    return false;
+  }
+}
 
 }  // namespace pipeline

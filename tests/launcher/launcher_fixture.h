@@ -135,8 +135,8 @@ struct TraitementScripte {
 class FrmAttenteScriptee : public pipeline::FrmAttente {
  public:
   FrmAttenteScriptee(platform::Environment& env, ui::Desktop& desktop, const ProgramState& state,
-                     TraitementScripte& script)
-      : pipeline::FrmAttente(env, desktop, state), script_(&script) {}
+                     platform::dao::DBEngine& moteur, TraitementScripte& script)
+      : pipeline::FrmAttente(env, desktop, state, moteur), script_(&script) {}
   void Traitement() override {
     script_->appels.push_back({DossierBases, LibelleEnCours, DossierCourant, Interactif, isShown()});
     Succes = script_->succes;
@@ -208,7 +208,8 @@ class LauncherTest : public ::testing::Test {
     }
     if (traitement) {
       program_->frmParam().CreeFrmAttente = [this] {
-        return std::make_unique<FrmAttenteScriptee>(*env_, *desktop_, program_->state(), *traitement);
+        return std::make_unique<FrmAttenteScriptee>(*env_, *desktop_, program_->state(),
+                                                    program_->frmParam().Moteur, *traitement);
       };
     }
     return *program_;
