@@ -3,51 +3,46 @@
 #include <filesystem>
 #include <system_error>
 
-#include "jet/writable_database.h"
+#include "jet/repair.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/state.h"
 
 namespace platform::dao::detail {
-namespace {
-
-// Opens `path` exclusively through a scratch workspace: the same refusals as OpenDatabase.
-std::shared_ptr<DatabaseImpl> openAlone(const platform::Workstation& workstation, std::string_view path) {
-  auto workspace = std::make_shared<WorkspaceImpl>();
-  workspace->workstation = &workstation;
-  return openDatabase(workspace, path, true, false);
-}
-
-}  // namespace
 
 void repairDatabase(const platform::Workstation& workstation, std::string_view path) {
-  // The file must open alone as a sound Jet 4 database; the engine keeps every write
-  // consistent, so there is nothing left half-written to mend.
-  auto db = openAlone(workstation, path);
-  guarded([&] { db->catalog(); });
-  db->close();
+  guarded([&] {
+    ResolvedPath resolved = resolveDatabasePath(workstation, path);
+    checkFilePresent(resolved, path);
+    try {
+      jet::repair(resolved.local.string());
+    } catch (const jet::Error& e) {
+      rethrowWithPath(e, path);
+    }
+  });
 }
 
 void compactDatabase(const platform::Workstation& workstation, std::string_view source,
                      std::string_view destination) {
-  ResolvedPath target;
-  try {
-    target = workstation.resolve(destination);
-  } catch (const platform::Error&) {
-    throw fromJet(jet::Error(jet::ErrorCode::InvalidPath, destination));
-  }
-  if (!target.rootExists || !std::filesystem::is_directory(target.local.parent_path()))
-    throw fromJet(jet::Error(jet::ErrorCode::InvalidPath, ParentPathText(destination)));
-  if (target.exists()) throw daoError(dao_errors::DatabaseExists);
-  auto db = openAlone(workstation, source);
-  guarded([&] { db->catalog(); });
-  std::error_code error;
-  std::filesystem::copy_file(db->local, target.local, error);
-  if (error) {
-    std::filesystem::remove(target.local, error);
+  guarded([&] {
+    ResolvedPath from = resolveDatabasePath(workstation, source);
+    checkFilePresent(from, source);
+    ResolvedPath to = resolveDatabasePath(workstation, destination);
+    if (!std::filesystem::is_directory(to.local.parent_path()))
+      throw jet::Error(jet::ErrorCode::InvalidPath, ParentPathText(destination));
+    if (to.exists()) throw daoError(dao_errors::DatabaseExists);
+    // The source must be free and sound: open it alone as OpenDatabase would.
+    auto workspace = std::make_shared<WorkspaceImpl>();
+    workspace->workstation = &workstation;
+    auto db = openDatabase(workspace, source, true, false);
+    db->catalog();
+    std::error_code error;
+    std::filesystem::copy_file(db->local, to.local, error);
     db->close();
-    throw fromJet(jet::Error(jet::ErrorCode::InvalidPath, ParentPathText(destination)));
-  }
-  db->close();
+    if (error) {
+      std::filesystem::remove(to.local, error);
+      throw jet::Error(jet::ErrorCode::InvalidPath, ParentPathText(destination));
+    }
+  });
 }
 
 }  // namespace platform::dao::detail

@@ -1,4 +1,6 @@
 // Changes to saved definitions, through the engine's data-definition services.
+#include <algorithm>
+
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"
@@ -40,7 +42,37 @@ namespace {
 }  // namespace
 
 void alterSavedField(FieldImpl&, const FieldDef&) { notYet(); }
-void appendTable(const std::shared_ptr<DatabaseImpl>&, TableDefImpl&) { notYet(); }
+void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
+  db->checkWritable();
+  if (table.saved()) throw daoError(dao_errors::NameExists);
+  if (table.fields.empty()) throw daoError(dao_errors::NoFieldDefined);
+  guarded([&] {
+    jet::TableSpec spec;
+    spec.name = table.name;
+    // Fields go in the order of their OrdinalPosition, then of their appending.
+    std::vector<std::shared_ptr<FieldImpl>> fields = table.fields;
+    std::stable_sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) {
+      return a->def.ordinalPosition < b->def.ordinalPosition;
+    });
+    for (const auto& f : fields) {
+      if (f->def.type == 0) throw daoError(dao_errors::InvalidFieldType);
+      spec.columns.push_back(columnSpecOf(f->def));
+    }
+    bool primary = false;
+    for (const auto& index : table.indexes) {
+      if (index->primary && primary) throw daoError(dao_errors::PrimaryKeyExists);
+      primary = primary || index->primary;
+      spec.indexes.push_back(indexSpecOf(*index));
+    }
+    db->writable->create_table(spec);
+    db->writable->reload_catalog();
+    db->schemaChanged();
+  });
+  // The object now stands for the saved table.
+  table.db = db;
+  table.fields.clear();
+  table.indexes.clear();
+}
 void deleteTable(const std::shared_ptr<DatabaseImpl>&, std::string_view) { notYet(); }
 void appendField(TableDefImpl&, const std::shared_ptr<FieldImpl>&) { notYet(); }
 void deleteField(TableDefImpl&, std::string_view) { notYet(); }

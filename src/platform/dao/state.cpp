@@ -111,6 +111,8 @@ namespace {
 // The Windows text of the folder holding `path` ("C:\a\b.mdb" -> "C:\a").
 std::string folderText(std::string_view path) { return ParentPathText(path); }
 
+}  // namespace
+
 // Resolves a database path given by the application; 3044 when it cannot name a file here.
 ResolvedPath resolveDatabasePath(const platform::Workstation& workstation, std::string_view path) {
   try {
@@ -131,7 +133,7 @@ void checkFilePresent(const ResolvedPath& resolved, std::string_view path) {
 }
 
 // The engine names the local file in its texts; the application must see its own path.
-[[noreturn]] void rethrowWithPath(const jet::Error& e, std::string_view path) {
+void rethrowWithPath(const jet::Error& e, std::string_view path) {
   switch (e.number()) {
     case 3024:
     case 3044:
@@ -143,8 +145,6 @@ void checkFilePresent(const ResolvedPath& resolved, std::string_view path) {
       throw e;
   }
 }
-
-}  // namespace
 
 jet::sql::DatabaseOpener workstationOpener(const platform::Workstation& workstation) {
   const platform::Workstation* ws = &workstation;
