@@ -172,3 +172,40 @@ TEST_F(DaoSchemaTest, VariantsCompareAsVisualBasicIfStatementsDo) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace platform::dao;
+
+TEST_F(DaoSchemaTest, CopyingTheSettablePropertiesOfASavedFieldOntoANewOneCarriesItsDefinition) {
+  Database db = open();
+  TableDef table = db.TableDefs("Table1");
+  Field old = table.Fields("id");
+  Field copy = table.CreateField();
+  int copied = 0, refused = 0;
+  for (const Property& p : old.Properties()) {
+    try {
+      copy.Properties(p.Name()).SetValue(p.Value());
+      ++copied;
+    } catch (const platform::Error& e) {
+      // Value cannot be read, read-only ones cannot be set, Access's own ones are missing.
+      EXPECT_TRUE(e.number() == 3219 || e.number() == 3270) << p.Name() << ": " << e.number();
+      ++refused;
+    }
+  }
+  EXPECT_GT(copied, 0);
+  EXPECT_GT(refused, 0);
+  EXPECT_EQ(copy.Name(), "id");
+  EXPECT_EQ(copy.Type(), dbLong);
+  EXPECT_EQ(copy.Size(), 4);
+  EXPECT_EQ(copy.DefaultValue().CStr(), "0");
+  EXPECT_EQ(copy.OrdinalPosition(), old.OrdinalPosition());
+  EXPECT_FALSE(copy.Required());
+  EXPECT_VB_ERROR(copy.Properties("ColumnWidth"), 3270);
+  // The new field is still free to change.
+  copy.SetName("_id");
+  copy.SetSize(4);
+  EXPECT_EQ(copy.Name(), "_id");
+}
+
+}  // namespace

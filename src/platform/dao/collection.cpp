@@ -5,7 +5,7 @@
 
 namespace platform::dao::detail {
 
-void raiseItemNotFound() { throw daoError(dao_errors::ItemNotFound); }
+void raiseItemNotFound(int number) { throw daoError(number); }
 
 bool sameName(std::string_view a, std::string_view b) { return platform::EqualsNoCase(a, b); }
 

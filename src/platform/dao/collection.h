@@ -1,7 +1,7 @@
 // A collection of the object model (TableDefs, Fields, Indexes, Relations, QueryDefs,
 // Properties): walked in the engine's order, looked up by name without regard to case, or by
 // position from 0. A missing name or position raises 3265 "Élément non trouvé dans cette
-// collection.". Append and Delete change the database at once when the owner is saved in it;
+// collection." (a missing property name 3270 "Propriété non trouvée."). Append and Delete change the database at once when the owner is saved in it;
 // on an object not yet appended they only change that object. A collection that cannot
 // change raises 3251 on Append or Delete.
 //
@@ -24,9 +24,11 @@ class CollectionSource {
   virtual std::vector<T> items() = 0;
   virtual void append(const T& item) = 0;
   virtual void remove(std::string_view name) = 0;
+  // The error a missing name raises: 3265, or 3270 for a property.
+  virtual int notFoundError() const { return 3265; }
 };
-// Raises 3265 (shared by every collection).
-[[noreturn]] void raiseItemNotFound();
+// Raises 3265 (or `number`).
+[[noreturn]] void raiseItemNotFound(int number = 3265);
 bool sameName(std::string_view a, std::string_view b);
 }  // namespace detail
 
@@ -42,7 +44,7 @@ class Collection {
   T Item(std::string_view name) const {
     for (const T& item : items_)
       if (detail::sameName(item.Name(), name)) return item;
-    detail::raiseItemNotFound();
+    detail::raiseItemNotFound(source_->notFoundError());
   }
   T Item(int index) const {
     if (index < 0 || index >= Count()) detail::raiseItemNotFound();

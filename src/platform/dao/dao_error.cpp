@@ -22,6 +22,7 @@ const std::map<int, std::string_view>& texts() {
       {3219, "Opération non valide."},
       {3259, "Type de données de champ non valide."},
       {3264, "Aucun champ défini - impossible d'ajouter une table ou un index."},
+      {3270, "Propriété non trouvée."},
       {3283, "Une clé primaire existe déjà."},
       {3284, "L'index existe déjà."},
       {3367, "Ajout impossible. Un objet portant ce nom existe déjà dans la collection."},

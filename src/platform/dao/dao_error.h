@@ -23,6 +23,7 @@ inline constexpr int NotSupported = 3251;
 inline constexpr int InvalidFieldType = 3259;
 inline constexpr int NoFieldDefined = 3264;
 inline constexpr int ItemNotFound = 3265;
+inline constexpr int PropertyNotFound = 3270;
 inline constexpr int PrimaryKeyExists = 3283;
 inline constexpr int IndexExists = 3284;
 inline constexpr int NameExists = 3367;              // append: name already in the collection

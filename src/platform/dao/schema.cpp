@@ -192,6 +192,7 @@ Collection<Property> TableDef::Properties() const {
     }
     void append(const Property&) override { throw daoError(dao_errors::NotSupported); }
     void remove(std::string_view) override { throw daoError(dao_errors::NotSupported); }
+    int notFoundError() const override { return dao_errors::PropertyNotFound; }
   };
   return Collection<Property>(std::make_shared<Source>(*this));
 }
