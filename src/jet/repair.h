@@ -1,0 +1,30 @@
+// Repairing a database file in place, as the update tool does on its working copy before
+// changing it.
+//
+// Every table (system tables included) is checked in depth. What can be rebuilt from the
+// rows is put right:
+// - an index that disagrees with its table (damaged tree, missing or extra entries, wrong
+//   keys) is rebuilt from the rows; the pages of its old tree are given back;
+// - data pages of a table missing from its usage map are added back, and pages in use
+//   that the file's global map marks free are marked used again;
+// - the row count of a user table's definition is set to the rows actually present.
+// Damage that cannot be rebuilt (an unreadable catalog, table definition, data page, row
+// or long value, an index key the engine cannot compute) raises 3049 for the file and
+// leaves it byte for byte as it was: all work is done in the overlay and written only
+// once everything checks sound again. A sound file is not written at all.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace jet {
+
+struct RepairReport {
+  std::vector<std::string> actions;  // what was put right, one French sentence each
+  bool changed() const noexcept { return !actions.empty(); }
+};
+
+// Opens `path` exclusively (3045 when in use, 3051 when it cannot be written), repairs it.
+RepairReport repair(const std::string& path);
+
+}  // namespace jet
