@@ -117,14 +117,14 @@ std::vector<Entry> initial_access() {
   e.push_back({object_ids::Databases, admin(), 0x00060000, false});
   access_container(static_cast<std::int32_t>(0x80000001u));
   access_container(static_cast<std::int32_t>(0x80000002u));
-  e.push_back({object_ids::Relationships, creator(), 0x000F01FE, true});
+  e.push_back({object_ids::Relationships, creator(), 0x000F00FE, true});
   e.push_back({object_ids::Relationships, admin(), 0x00060001, false});
   e.push_back({object_ids::Relationships, admins(), full, true});
   e.push_back({object_ids::Relationships, users(), full, true});
   access_container(static_cast<std::int32_t>(0x80000003u));
   access_container(static_cast<std::int32_t>(0x80000004u));
   access_container(static_cast<std::int32_t>(0x80000005u));
-  e.push_back({object_ids::Tables, creator(), 0x000F01FE, true});
+  e.push_back({object_ids::Tables, creator(), 0x000F00FE, true});
   e.push_back({object_ids::Tables, admin(), data, true});
   e.push_back({object_ids::Tables, admins(), data, true});
   e.push_back({object_ids::Tables, users(), data, true});
