@@ -120,7 +120,12 @@ TEST_F(DaoOpenTest, CompactingWritesANewFileAndRefusesAnExistingDestination) {
 
 TEST_F(DaoOpenTest, RepairingAClosedSoundDatabaseKeepsItsContent) {
   const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
+  const std::string before = bytesOf("QuelMaj.mdb");
   engine_.RepairDatabase(path);
+  EXPECT_EQ(bytesOf("QuelMaj.mdb"), before);  // nothing to put right, nothing written
+  platform_test::writeBytes(local("texte.mdb"), std::string(8192, 'x'));
+  EXPECT_DAO_TEXT(engine_.RepairDatabase("C:\\QUELIS\\Bases\\texte.mdb"), 3343,
+                  "Format de base de données 'C:\\QUELIS\\Bases\\texte.mdb' non reconnu.");
   Database db = engine_.OpenDatabase(path, true);
   EXPECT_EQ(db.TableDefs("Table1").RecordCount(), 4);
   EXPECT_VB_ERROR(engine_.RepairDatabase("C:\\QUELIS\\Bases\\Absente.mdb"), 3024);

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "jet/repair.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/state.h"
 
@@ -10,12 +11,13 @@ namespace platform::dao::detail {
 
 void repairDatabase(const platform::Workstation& workstation, std::string_view path) {
   guarded([&] {
-    // The file must be free and open as a Jet 4 database with a readable catalog.
-    auto workspace = std::make_shared<WorkspaceImpl>();
-    workspace->workstation = &workstation;
-    auto db = openDatabase(workspace, path, true, false);
-    db->catalog();
-    db->close();
+    ResolvedPath resolved = resolveDatabasePath(workstation, path);
+    checkFilePresent(resolved, path);
+    try {
+      jet::repair(resolved.local.string());
+    } catch (const jet::Error& e) {
+      rethrowWithPath(e, path);
+    }
   });
 }
 
