@@ -4,8 +4,11 @@
 #include <vector>
 
 #include "jet/create_database.h"
+#include "jet/error.h"
+#include "jet/table_spec.h"
 #include "jet/sql/datetime.h"
 #include "platform/dao/dao.h"
+#include "platform/error.h"
 #include "platform/workstation.h"
 
 namespace launcher {
@@ -40,28 +43,63 @@ const std::vector<Colonne>& ColonnesFiche() {
 
 Variant Jour(int annee, int mois, int jour) { return Variant(jet::Value::date(jet::sql::date_serial(annee, mois, jour))); }
 
-dao::TableDef NouvelleTable(dao::Database& bd, const char* nom, const std::vector<Colonne>& colonnes) {
-  dao::TableDef table = bd.CreateTableDef(nom);
-  for (const Colonne& c : colonnes) {
-    table.Fields().Append(table.CreateField(c.nom, c.type, c.taille));
+jet::ColumnType TypeJet(int type) {
+  switch (type) {
+    case dao::dbBoolean: return jet::ColumnType::Boolean;
+    case dao::dbByte: return jet::ColumnType::Byte;
+    case dao::dbInteger: return jet::ColumnType::Integer;
+    case dao::dbLong: return jet::ColumnType::Long;
+    case dao::dbCurrency: return jet::ColumnType::Currency;
+    case dao::dbDouble: return jet::ColumnType::Double;
+    case dao::dbDate: return jet::ColumnType::DateTime;
+    case dao::dbMemo: return jet::ColumnType::Memo;
+    default: return jet::ColumnType::Text;
   }
-  return table;
 }
 
-void AjouteIndex(dao::TableDef& table, const char* nom, std::initializer_list<const char*> champs, bool primaire) {
-  dao::Index index = table.CreateIndex(nom);
-  index.SetPrimary(primaire);
-  for (const char* champ : champs) index.Fields().Append(index.CreateField(champ));
-  table.Indexes().Append(index);
+jet::TableSpec Table(const char* nom, const std::vector<Colonne>& colonnes) {
+  jet::TableSpec spec;
+  spec.name = nom;
+  for (const Colonne& c : colonnes) {
+    jet::ColumnSpec colonne;
+    colonne.name = c.nom;
+    colonne.type = TypeJet(c.type);
+    if (c.taille > 0) colonne.size = static_cast<std::uint16_t>(c.taille);
+    colonne.allow_zero_length = colonne.type == jet::ColumnType::Text || colonne.type == jet::ColumnType::Memo;
+    spec.columns.push_back(std::move(colonne));
+  }
+  return spec;
 }
 
-void CreeTableFiche(dao::Database& bd) {
-  dao::TableDef fiche = NouvelleTable(bd, "FICHE", ColonnesFiche());
+void AjouteIndex(jet::TableSpec& table, const char* nom, std::initializer_list<const char*> champs, bool primaire) {
+  jet::IndexSpec index;
+  index.name = nom;
+  index.primary = primaire;
+  for (const char* champ : champs) index.columns.push_back({champ, false});
+  table.indexes.push_back(std::move(index));
+}
+
+jet::TableSpec TableFiche() {
+  jet::TableSpec fiche = Table("FICHE", ColonnesFiche());
   AjouteIndex(fiche, "PrimaryKey", {"NUFICHE", "COPERAUT", "NUPERMIS", "COCNE"}, true);
   AjouteIndex(fiche, "COFICCOM", {"COFICCOM"}, false);
   AjouteIndex(fiche, "DAFICDEP", {"DAFICDEP"}, false);
   AjouteIndex(fiche, "cofictyp", {"cofictyp"}, false);
-  bd.TableDefs().Append(fiche);
+  return fiche;
+}
+
+jet::TableSpec TableVersion() { return Table("VERSION", {{"livers", dao::dbText, 20}, {"liverslexe", dao::dbText, 20}}); }
+
+jet::TableSpec TableCdif() {
+  jet::TableSpec cdif = Table("CDIF", {{"cocdidep", dao::dbText, 3},
+                                       {"cocdidir", dao::dbText, 2},
+                                       {"cocdif", dao::dbText, 2},
+                                       {"cocditype", dao::dbText, 1},
+                                       {"licdif", dao::dbText, 120},
+                                       {"liadrcdif", dao::dbText, 120},
+                                       {"nutelcdif", dao::dbText, 14}});
+  AjouteIndex(cdif, "PrimaryKey", {"cocdidep", "cocdidir", "cocdif"}, true);
+  return cdif;
 }
 
 constexpr std::array<const char*, 3> kServices{"ADS", "DDT", "MAI"};
@@ -113,7 +151,7 @@ void AjouteFichesVivantes(dao::Database& bd, int fiches) {
     if (i % 7 == 2) rs.Fields("daficcro").SetValue(Jour(2012, 11, 1 + i % 28));
     if (i % 9 == 4) rs.Fields("daficplan").SetValue(Jour(2012, 12, 1 + i % 28));
     // Some records still hold survey data of their own; the others lost it.
-    if (i % 3 == 0) {
+    if (i % 4 != 0) {
       rs.Fields("DAFICTOPO").SetValue(Jour(2013, 1, 2 + i % 20));
       rs.Fields("COFICTOPO").SetValue("LV");
     }
@@ -152,9 +190,7 @@ void AjouteFichesSauvegarde(dao::Database& bd, int fiches) {
   rs.Close();
 }
 
-void CreeTableVersion(dao::Database& bd, const std::optional<std::string>& livers, const std::string& lexe) {
-  dao::TableDef version = NouvelleTable(bd, "VERSION", {{"livers", dao::dbText, 20}, {"liverslexe", dao::dbText, 20}});
-  bd.TableDefs().Append(version);
+void RemplitVersion(dao::Database& bd, const std::optional<std::string>& livers, const std::string& lexe) {
   dao::Recordset rs = bd.OpenRecordset("VERSION", dao::dbOpenTable);
   rs.AddNew();
   rs.Fields("livers").SetValue(livers ? Variant(*livers) : Variant::Null());
@@ -163,17 +199,7 @@ void CreeTableVersion(dao::Database& bd, const std::optional<std::string>& liver
   rs.Close();
 }
 
-void CreeTableCdif(dao::Database& bd, const SiteEchantillon& site) {
-  dao::TableDef cdif = NouvelleTable(bd, "CDIF",
-                                     {{"cocdidep", dao::dbText, 3},
-                                      {"cocdidir", dao::dbText, 2},
-                                      {"cocdif", dao::dbText, 2},
-                                      {"cocditype", dao::dbText, 1},
-                                      {"licdif", dao::dbText, 120},
-                                      {"liadrcdif", dao::dbText, 120},
-                                      {"nutelcdif", dao::dbText, 14}});
-  AjouteIndex(cdif, "PrimaryKey", {"cocdidep", "cocdidir", "cocdif"}, true);
-  bd.TableDefs().Append(cdif);
+void RemplitCdif(dao::Database& bd, const SiteEchantillon& site) {
   dao::Recordset rs = bd.OpenRecordset("CDIF", dao::dbOpenTable);
   // A neighbouring office first: the site's own record is found by its type, not its place.
   rs.AddNew();
@@ -195,13 +221,19 @@ void CreeTableCdif(dao::Database& bd, const SiteEchantillon& site) {
   rs.Close();
 }
 
-// Creates the empty file, then fills it through the object model in one transaction.
+// Creates the file with its tables, then fills them through the object model.
 template <class Remplissage>
-void CreeBase(dao::DBEngine& moteur, const std::string& chemin, Remplissage&& remplissage) {
+void CreeBase(dao::DBEngine& moteur, const std::string& chemin, const std::vector<jet::TableSpec>& tables,
+              Remplissage&& remplissage) {
   const platform::ResolvedPath lieu = moteur.workstation().resolveOnDrive(chemin);
   jet::CreateOptions options;
   options.created = jet::sql::date_serial(2013, 1, 18);
-  jet::create_database(lieu.local.string(), options).reset();
+  try {
+    auto nouvelle = jet::create_database(lieu.local.string(), options);
+    for (const jet::TableSpec& table : tables) nouvelle->create_table(table);
+  } catch (const jet::Error& e) {
+    throw platform::fromJet(e);
+  }
   dao::Database bd = moteur.OpenDatabase(chemin, true);
   remplissage(bd);
   bd.Close();
@@ -210,26 +242,23 @@ void CreeBase(dao::DBEngine& moteur, const std::string& chemin, Remplissage&& re
 }  // namespace
 
 void CreeBaseQuelis(dao::DBEngine& moteur, const std::string& chemin, const BaseEchantillon& base) {
-  CreeBase(moteur, chemin, [&](dao::Database& bd) {
-    CreeTableVersion(bd, base.livers, "4.4.0.0");
-    CreeTableCdif(bd, base.site);
-    CreeTableFiche(bd);
+  CreeBase(moteur, chemin, {TableVersion(), TableCdif(), TableFiche()}, [&](dao::Database& bd) {
+    RemplitVersion(bd, base.livers, "4.4.0.0");
+    RemplitCdif(bd, base.site);
     AjouteFichesVivantes(bd, base.fiches);
   });
 }
 
 void CreeBaseSauvegarde(dao::DBEngine& moteur, const std::string& chemin, int fiches) {
-  CreeBase(moteur, chemin, [&](dao::Database& bd) {
-    CreeTableFiche(bd);
+  CreeBase(moteur, chemin, {TableFiche()}, [&](dao::Database& bd) {
     AjouteFichesSauvegarde(bd, fiches);
   });
 }
 
 void CreeBaseEcole(dao::DBEngine& moteur, const std::string& chemin, const SiteEchantillon& site, int fiches) {
-  CreeBase(moteur, chemin, [&](dao::Database& bd) {
-    CreeTableVersion(bd, std::string("4.4.0.3"), "4.4.0.1");
-    CreeTableCdif(bd, site);
-    CreeTableFiche(bd);
+  CreeBase(moteur, chemin, {TableVersion(), TableCdif(), TableFiche()}, [&](dao::Database& bd) {
+    RemplitVersion(bd, std::string("4.4.0.3"), "4.4.0.1");
+    RemplitCdif(bd, site);
     AjouteFichesVivantes(bd, fiches);
   });
 }
