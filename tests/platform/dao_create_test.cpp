@@ -122,3 +122,43 @@ TEST_F(DaoCreateTest, ATableCreatedInsideACommittedTransactionIsInTheFile) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace platform::dao;
+
+TEST_F(DaoCreateTest, RulesSetOnASavedFieldAreKeptInTheFileAndEnforced) {
+  const std::string path = place("indexTestV2000.mdb", "Quelis.mdb");
+  {
+    Database db = engine_.OpenDatabase(path, true);
+    Field data = db.TableDefs("Table2").Fields("data");
+    data.SetRequired(true);
+    data.SetAllowZeroLength(false);
+    data.SetDefaultValue("\"défaut\"");
+    // The stored definition itself cannot change on a saved field.
+    EXPECT_VB_ERROR(data.SetSize(10), 3219);
+    EXPECT_VB_ERROR(data.SetType(dbMemo), 3219);
+    Recordset rs = db.OpenRecordset("Table2");
+    rs.AddNew();
+    rs.Fields("id").SetValue(8);
+    rs.Fields("data").SetValue(Variant::Null());
+    EXPECT_VB_ERROR(rs.Update(), 3314);
+    rs.Fields("data").SetValue("");
+    EXPECT_VB_ERROR(rs.Update(), 3315);
+    rs.CancelUpdate();
+    rs.AddNew();
+    rs.Fields("id").SetValue(9);
+    rs.Update();
+  }
+  Database db = engine_.OpenDatabase(path, true);
+  Field data = db.TableDefs("Table2").Fields("data");
+  EXPECT_TRUE(data.Required());
+  EXPECT_FALSE(data.AllowZeroLength());
+  EXPECT_EQ(data.DefaultValue().CStr(), "\"défaut\"");
+  EXPECT_EQ(db.OpenRecordset("SELECT data FROM Table2 WHERE id = 9")("data").CStr(), "défaut");
+  db.Close();
+  const std::string props = run("mdb-prop '" + local("Quelis.mdb").string() + "' Table2");
+  EXPECT_NE(props.find("Required: yes"), std::string::npos) << props;
+}
+
+}  // namespace

@@ -31,7 +31,14 @@ void Database::Execute(std::string_view sql, int options) {
   if (isName && impl_->catalog().find_object(text, static_cast<std::int16_t>(jet::ObjectType::Query)))
     text = guarded([&] { return detail::savedQuerySql(*impl_, text); });
   impl_->recordsAffected = 0;
-  impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->sql().execute(text)); });
+  try {
+    impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->sql().execute(text)); });
+  } catch (...) {
+    impl_->catalogCache.reset();
+    throw;
+  }
+  // A statement may have made or dropped a table: read the catalog again when next asked.
+  impl_->catalogCache.reset();
 }
 
 long Database::RecordsAffected() const { impl_->checkOpen(); return impl_->recordsAffected; }

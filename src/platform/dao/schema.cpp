@@ -295,6 +295,7 @@ void QueryDef::Execute(int options) {
   (void)options;  // statements run all or nothing with or without dbFailOnError
   const std::string sql = SQL();
   impl_->db->checkWritable();
+  impl_->db->catalogCache.reset();
   impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->db->sql().execute(sql)); });
   impl_->db->recordsAffected = impl_->recordsAffected;
 }

@@ -1,6 +1,7 @@
 // Changes to saved definitions, through the engine's data-definition services.
 #include <algorithm>
 
+#include "jet/catalog_write.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"
@@ -41,7 +42,45 @@ namespace {
 [[noreturn]] void notYet() { throw daoError(dao_errors::NotSupported); }
 }  // namespace
 
-void alterSavedField(FieldImpl&, const FieldDef&) { notYet(); }
+namespace {
+
+// Sets or removes one property of a column block (an empty text removes it).
+void setTextProperty(jet::PropertyBlock& block, const char* name, const std::string& value) {
+  if (value.empty()) block.remove(name);
+  else block.set(name, jet::ColumnType::Memo, jet::Value::text(value), jet::property_flags::Ddl);
+}
+
+}  // namespace
+
+void alterSavedField(FieldImpl& field, const FieldDef& changed) {
+  TableDefImpl& table = *field.table;
+  DatabaseImpl& db = *table.db;
+  db.checkWritable();
+  const FieldDef& now = field.def;
+  // What the stored definition fixes cannot change on a saved field.
+  if (changed.type != now.type || changed.size != now.size || changed.attributes != now.attributes)
+    throw daoError(dao_errors::InvalidOperation);
+  if (changed.name != now.name || changed.ordinalPosition != now.ordinalPosition) notYet();
+  guarded([&] {
+    const jet::CatalogEntry& entry = db.tableEntry(table.name);
+    const std::int32_t id = entry.id;
+    jet::PropertySet properties = entry.property_set();
+    jet::PropertyBlock& block = properties.column_block(now.name);
+    if (changed.required) block.set("Required", jet::ColumnType::Boolean, jet::Value::boolean(true), jet::property_flags::Ddl);
+    else block.remove("Required");
+    const jet::ColumnDef* column = db.tableDef(table.name).find_column(now.name);
+    if (column && jet::is_textual(column->type))
+      block.set("AllowZeroLength", jet::ColumnType::Boolean, jet::Value::boolean(changed.allowZeroLength),
+                jet::property_flags::Ddl);
+    setTextProperty(block, "DefaultValue", changed.defaultValue);
+    setTextProperty(block, "ValidationRule", changed.validationRule);
+    setTextProperty(block, "ValidationText", changed.validationText);
+    jet::CatalogWriter(db.writable->pager(), db.writable->allocator()).set_properties(id, properties);
+    db.writable->reload_catalog();
+    db.schemaChanged();
+  });
+  field.def = changed;
+}
 void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
   db->checkWritable();
   if (table.saved()) throw daoError(dao_errors::NameExists);
