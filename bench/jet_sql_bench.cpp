@@ -56,6 +56,8 @@ int main() {
     const std::string main_path = (dir / "main.mdb").string(), backup_path = (dir / "backup.mdb").string();
     fs::copy_file(fixture, main_path);
     fs::copy_file(fixture, backup_path);
+    for (const auto& p : {main_path, backup_path})  // the fixtures are read-only
+      fs::permissions(p, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::replace);
     auto start = Clock::now();
     fill(main_path, false);
     fill(backup_path, true);

@@ -156,6 +156,9 @@ class Scope {
   // to filter tables early).
   Relation join_tree(const TableRef& ref, const std::vector<const Expr*>& where);
   Relation from_all(const std::vector<TableRefPtr>& from, const Expr* where);
+  // Whether the current tuple satisfies `where`, leaving out the parts the joins and the
+  // reading of the tables already applied to every tuple they made.
+  bool holds(const Expr* where);
 
  private:
   Binding resolve(const ColumnRef& ref, bool allow_alias);
@@ -166,6 +169,7 @@ class Scope {
   Run& run_;
   Scope* parent_;
   std::unordered_map<const ColumnRef*, Binding> bindings_;
+  std::set<const Expr*> applied_;  // WHERE parts every tuple made so far satisfies
   TupleResolver resolver_{*this};
   int next_leaf_ = 0;
 };
@@ -195,6 +199,9 @@ ResultSet run_select(Run& run, const Select& select, Scope* parent);
 std::int64_t run_update(Run& run, const Update& update);
 std::int64_t run_delete(Run& run, const Delete& del);
 std::int64_t run_insert(Run& run, const Insert& insert);
+std::int64_t run_create_table(Run& run, const CreateTable& create);
+// SELECT ... INTO: the new table, then the query's rows in it; returns the rows.
+std::int64_t run_select_into(Run& run, const Select& select);
 
 // A value converted to what a column stores, with VB's rules (text '12' to a Long, a text
 // date to a Date...); 13 when it cannot be, 6 out of range, 3163 too long.

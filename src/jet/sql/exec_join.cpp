@@ -145,7 +145,10 @@ Relation Scope::join_tree(const TableRef& ref, const std::vector<const Expr*>& w
   if (!sources[static_cast<std::size_t>(index)].nullable) {
     for (const Expr* c : where) {
       const std::set<int> used = sources_of(*c);
-      if (used.size() == 1 && *used.begin() == index) filters.push_back(c);
+      if (used.size() == 1 && *used.begin() == index) {
+        filters.push_back(c);
+        applied_.insert(c);
+      }
     }
   }
   load(index, filters);
@@ -181,11 +184,19 @@ Relation Scope::from_all(const std::vector<TableRefPtr>& from, const Expr* where
       const std::set<int> used = sources_of(*c);
       if (!used.empty() && subset(used, covered) && !subset(used, all.members) &&
           !subset(used, next.members))
-        on.push_back(c);
+        on.push_back(c), applied_.insert(c);
     }
     all = join(JoinKind::Inner, std::move(all), std::move(next), on);
   }
   return all;
+}
+
+bool Scope::holds(const Expr* where) {
+  std::vector<const Expr*> parts;
+  conjuncts(where, parts);
+  for (const Expr* c : parts)
+    if (!applied_.count(c) && !test(*c)) return false;
+  return true;
 }
 
 Relation Scope::join(JoinKind kind, Relation left, Relation right,

@@ -223,7 +223,6 @@ ResultSet SelectRunner::run(bool apply_order) {
   scope_.bind_select(select_);
   if (!scope_.parent() && !run_.missing_names().empty())
     throw too_few_parameters(static_cast<int>(run_.missing_names().size()));
-  if (select_.into) throw jet::Error(jet::ErrorCode::OperationNotSupported);
   plan_outputs();
 
   std::vector<const Call*> calls;
@@ -245,7 +244,7 @@ ResultSet SelectRunner::run(bool apply_order) {
   tuples.reserve(rel.size());
   for (std::size_t i = 0; i < rel.size(); ++i) {
     scope_.current = rel.at(i);
-    if (!select_.where || scope_.test(*select_.where)) tuples.push_back(rel.at(i));
+    if (scope_.holds(select_.where.get())) tuples.push_back(rel.at(i));
   }
 
   std::vector<Record> records;

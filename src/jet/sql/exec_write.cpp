@@ -43,7 +43,7 @@ std::vector<const std::int32_t*> matching(Scope& scope, const Relation& rel, con
   std::vector<const std::int32_t*> out;
   for (std::size_t i = 0; i < rel.size(); ++i) {
     scope.current = rel.at(i);
-    if (!where || scope.test(*where)) out.push_back(rel.at(i));
+    if (scope.holds(where)) out.push_back(rel.at(i));
   }
   scope.current = nullptr;
   return out;

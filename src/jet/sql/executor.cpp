@@ -71,13 +71,15 @@ std::int64_t Executor::execute(std::string_view sql, const Parameters& parameter
         using T = std::decay_t<decltype(body)>;
         if constexpr (std::is_same_v<T, Select>) {
           if (!body.into) throw sql_error(SqlError::CannotExecuteSelect);
-          throw jet::Error(jet::ErrorCode::OperationNotSupported);
+          return detail::run_select_into(run, body);
         } else if constexpr (std::is_same_v<T, Update>) {
           return detail::run_update(run, body);
         } else if constexpr (std::is_same_v<T, Delete>) {
           return detail::run_delete(run, body);
         } else if constexpr (std::is_same_v<T, Insert>) {
           return detail::run_insert(run, body);
+        } else if constexpr (std::is_same_v<T, CreateTable>) {
+          return detail::run_create_table(run, body);
         } else {
           if (!impl_->write_db) throw sql_error(SqlError::ReadOnlyObject);
           // Table and index definitions are changed by the engine's schema layer.

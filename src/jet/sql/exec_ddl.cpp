@@ -1,0 +1,151 @@
+// Data definition: CREATE TABLE (columns, NOT NULL, PRIMARY KEY and UNIQUE constraints) and
+// SELECT ... INTO (a new table made from a query's columns, then filled), through the
+// engine's table creation. Columns made by SQL take Jet's DDL defaults: texts of 255
+// characters when no size is given, stored uncompressed, zero-length texts refused.
+#include "jet/index_maintain_hook.h"
+#include "jet/sql/exec_internal.h"
+#include "jet/sql/sql_error.h"
+#include "jet/table_spec.h"
+#include "jet/transaction.h"
+
+namespace jet::sql::detail {
+namespace {
+
+bool one_of(const std::string& word, std::initializer_list<std::string_view> words) {
+  for (auto w : words)
+    if (word == w) return true;
+  return false;
+}
+
+jet::ColumnSpec column_spec(const sql::ColumnDef& c) {
+  jet::ColumnSpec spec;
+  spec.name = c.name;
+  spec.compressed_unicode = false;
+  const std::string& t = c.type.name;
+  if (one_of(t, {"TEXT", "VARCHAR", "CHAR", "CHARACTER", "STRING"})) {
+    spec.type = ColumnType::Text;
+    spec.size = static_cast<std::uint16_t>(c.type.size.value_or(255));
+    if (spec.size < 1 || spec.size > 255) throw sql_error(SqlError::FieldDefinitionSyntax);
+  } else if (one_of(t, {"MEMO", "LONGTEXT", "NOTE"})) {
+    spec.type = ColumnType::Memo;
+  } else if (one_of(t, {"BYTE", "TINYINT"})) {
+    spec.type = ColumnType::Byte;
+  } else if (one_of(t, {"SHORT", "SMALLINT", "INTEGER2"})) {
+    spec.type = ColumnType::Integer;
+  } else if (one_of(t, {"INTEGER", "INT", "LONG", "INTEGER4"})) {
+    spec.type = ColumnType::Long;
+  } else if (one_of(t, {"COUNTER", "AUTOINCREMENT", "IDENTITY"})) {
+    spec.type = ColumnType::Long;
+    spec.autonumber = true;
+  } else if (one_of(t, {"SINGLE", "REAL", "FLOAT4", "IEEESINGLE"})) {
+    spec.type = ColumnType::Single;
+  } else if (one_of(t, {"DOUBLE", "FLOAT", "FLOAT8", "IEEEDOUBLE", "NUMBER"})) {
+    spec.type = ColumnType::Double;
+  } else if (one_of(t, {"CURRENCY", "MONEY"})) {
+    spec.type = ColumnType::Currency;
+  } else if (one_of(t, {"DATETIME", "DATE", "TIME", "TIMESTAMP"})) {
+    spec.type = ColumnType::DateTime;
+  } else if (one_of(t, {"BIT", "YESNO", "LOGICAL", "LOGICAL1", "BOOLEAN"})) {
+    spec.type = ColumnType::Boolean;
+  } else if (one_of(t, {"GUID", "UNIQUEIDENTIFIER"})) {
+    spec.type = ColumnType::Guid;
+  } else if (one_of(t, {"BINARY", "VARBINARY"})) {
+    spec.type = ColumnType::Binary;
+    spec.size = static_cast<std::uint16_t>(c.type.size.value_or(255));
+  } else if (one_of(t, {"LONGBINARY", "OLEOBJECT", "GENERAL", "IMAGE"})) {
+    spec.type = ColumnType::Ole;
+  } else if (one_of(t, {"DECIMAL", "NUMERIC", "DEC"})) {
+    spec.type = ColumnType::Numeric;
+    spec.precision = static_cast<std::uint8_t>(c.type.size.value_or(18));
+    spec.scale = static_cast<std::uint8_t>(c.type.scale.value_or(0));
+  } else {
+    throw sql_error(SqlError::FieldDefinitionSyntax);
+  }
+  spec.required = c.not_null;
+  return spec;
+}
+
+// The index a PRIMARY KEY or UNIQUE constraint makes; NOT NULL marks its columns required.
+void apply_constraint(jet::TableSpec& spec, const Constraint& k, const std::vector<std::string>& columns) {
+  auto column = [&](const std::string& name) -> jet::ColumnSpec& {
+    for (auto& c : spec.columns)
+      if (upper(c.name) == upper(name)) return c;
+    throw sql_error(SqlError::ConstraintSyntax);
+  };
+  switch (k.kind) {
+    case ConstraintKind::NotNull:
+      for (const auto& c : columns) column(c).required = true;
+      return;
+    case ConstraintKind::ForeignKey:
+      // Relationships are kept by the engine's schema layer, not here.
+      throw jet::Error(jet::ErrorCode::OperationNotSupported);
+    case ConstraintKind::PrimaryKey:
+    case ConstraintKind::Unique: {
+      jet::IndexSpec index;
+      index.primary = k.kind == ConstraintKind::PrimaryKey;
+      index.unique = true;
+      index.required = index.primary;
+      index.name = !k.name.empty() ? k.name : (index.primary ? "PrimaryKey" : "Index_" + columns.front());
+      for (const auto& c : columns) {
+        column(c);
+        index.columns.push_back({c, false});
+      }
+      spec.indexes.push_back(std::move(index));
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+std::int64_t run_create_table(Run& run, const CreateTable& create) {
+  if (!run.writable()) fail(static_cast<int>(SqlError::ReadOnlyObject));
+  jet::TableSpec spec;
+  spec.name = create.name;
+  for (const auto& c : create.columns) spec.columns.push_back(column_spec(c));
+  for (const auto& c : create.columns)
+    for (const auto& k : c.constraints) apply_constraint(spec, k, {c.name});
+  for (const auto& k : create.constraints) apply_constraint(spec, k, k.columns);
+  run.writable()->create_table(spec);
+  return 0;
+}
+
+std::int64_t run_select_into(Run& run, const Select& select) {
+  if (!run.writable()) fail(static_cast<int>(SqlError::ReadOnlyObject));
+  jet::WritableDatabase& db = *run.writable();
+  if (!run.is_local(*select.into)) fail(static_cast<int>(SqlError::ReadOnlyObject));
+  const ResultSet rs = run_select(run, select, nullptr);  // the INTO part is this function's
+
+  jet::TableSpec spec;
+  spec.name = select.into->name;
+  for (const auto& rc : rs.columns()) {
+    jet::ColumnSpec c;
+    c.name = rc.name;
+    c.type = rc.type;
+    c.compressed_unicode = true;
+    c.allow_zero_length = true;
+    if (rc.type == ColumnType::Text) c.size = 255;
+    spec.columns.push_back(std::move(c));
+  }
+  jet::Statement statement(db.pager());
+  try {
+    db.create_table(spec);
+    const jet::Table table = db.table(spec.name);
+    jet::TableIndexHook hook(db.allocator());
+    jet::TableWriter writer = db.writer(spec.name, &hook);
+    for (const auto& row : rs.rows()) {
+      Row values(row.size());
+      for (std::size_t i = 0; i < row.size(); ++i) values[i] = convert_for_column(table.def().columns[i], row[i]);
+      writer.insert(values);
+    }
+    statement.commit();
+  } catch (...) {
+    // The new table's pages are dropped with the statement: so must its catalog entry be.
+    statement.rollback();
+    db.reload_catalog();
+    throw;
+  }
+  return static_cast<std::int64_t>(rs.size());
+}
+
+}  // namespace jet::sql::detail
