@@ -129,7 +129,8 @@ std::vector<std::uint8_t> encode_table_def(const TableDef& def) {
   const std::uint16_t max_columns = std::max<std::uint16_t>(
       def.max_columns, def.columns.empty() ? 0 : static_cast<std::uint16_t>(def.columns.back().number + 1));
   out.u16(max_columns);
-  out.u16(variable);
+  // Slots of deleted variable columns stay counted, as they do in max_columns.
+  out.u16(std::max(variable, def.variable_columns));
   out.u16(static_cast<std::uint16_t>(def.columns.size()));
   out.u32(static_cast<std::uint32_t>(def.logical_indexes.size()));
   out.u32(static_cast<std::uint32_t>(def.indexes.size()));
