@@ -62,6 +62,7 @@ const std::map<int, std::string_view>& texts() {
       {3204, "La base de données existe déjà."},
       {3283, "La clé primaire existe déjà."},
       {3284, "L'index existe déjà."},
+      {3012, "L'objet '|' existe déjà."},
   };
   return table;
 }

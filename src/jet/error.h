@@ -41,6 +41,7 @@ enum class ErrorCode : int {
   DatabaseExists = 3204,
   PrimaryKeyExists = 3283,
   IndexExists = 3284,
+  ObjectExists = 3012,
 };
 
 // Thrown for every failure of the engine. `number()` is the Jet error number; `what()`
