@@ -3,7 +3,10 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "launcher/sample_databases.h"
 #include "platform/codepage.h"
+#include "platform/dao/dbengine.h"
+#include "platform/workstation.h"
 
 namespace launcher {
 namespace {
@@ -23,19 +26,9 @@ void WriteWindowsText(const fs::path& file, const std::vector<std::string>& line
   if (!out) throw std::runtime_error("cannot write " + file.string());
 }
 
-struct SampleFolder {
-  const char* code;   // the site's 7-character CDIF code names the folder
-  const char* label;  // first line of Bases\libelle.txt
-};
-
-constexpr SampleFolder kFolders[] = {
-    {"0590100", "Centre des impôts fonciers de Lille"},
-    {"0620200", "Centre des impôts fonciers d'Arras"},
-};
-
 }  // namespace
 
-SampleWorkstation BuildSampleWorkstation(const fs::path& root) {
+SampleWorkstation BuildSampleWorkstation(const fs::path& root, int fiches) {
   if (fs::exists(root) && (!fs::is_directory(root) || !fs::is_empty(root))) {
     throw std::runtime_error("the sample workstation needs a missing or empty folder: " +
                              root.string());
@@ -46,24 +39,47 @@ SampleWorkstation BuildSampleWorkstation(const fs::path& root) {
   sample.dataLocation = "C:\\Quelis\\Donnees\\";
 
   // One folder on this machine for C:\QUELIS\ and C:\Quelis\: Windows names are case-blind.
+  // In the old layout the program's folder is the data folder too, and its Lettres\ holds
+  // the templates delivered with the program.
   const fs::path program = root / "C" / "QUELIS";
   fs::create_directories(program / "Lettres");
-  WriteWindowsText(program / "Quelis.ini", {"[INIT]", "Chemin donnees=C:\\Quelis\\Donnees\\"});
+  fs::create_directories(program / "Bases");
+  fs::create_directories(program / "Profils");
+  WriteWindowsText(program / "Quelis.ini", {"[INIT]", "Chemin donnees=C:\\Quelis\\"});
   WriteWindowsText(program / "Lettres" / "AccordPermis.dot",
                    {"Objet : accord du permis de construire n° <<numero>>", "",
                     "Madame, Monsieur,"});
   WriteWindowsText(program / "Lettres" / "DemandePieces.dot",
                    {"Objet : demande de pièces complémentaires", "", "Madame, Monsieur,"});
+  WriteWindowsText(program / "Profils" / "admin.prf", {"[Profil]", "Nom=admin"});
 
-  for (const SampleFolder& folder : kFolders) {
-    const fs::path base = program / "Donnees" / folder.code;
-    fs::create_directories(base / "Bases");
-    fs::create_directories(base / "Profils");
-    // The label file holds one line without a line end, as the tool itself writes it.
-    WriteWindowsText(base / "Bases" / "libelle.txt", {folder.label}, false);
-    sample.dataFolders.push_back(sample.dataLocation + folder.code + "\\");
-    sample.basesFolders.push_back(base / "Bases");
+  const fs::path arras = program / "Donnees" / "0620200";
+  fs::create_directories(arras / "Bases");
+  fs::create_directories(arras / "Profils");
+
+  const platform::Workstation poste(root);
+  platform::dao::DBEngine moteur(poste);
+  BaseEchantillon lille;
+  lille.site = {"059", "01", "00", "Centre des impôts fonciers de Lille"};
+  lille.fiches = fiches;
+  CreeBaseQuelis(moteur, "C:\\QUELIS\\Bases\\Quelis.mdb", lille);
+  CreeBaseSauvegarde(moteur, "C:\\QUELIS\\Bases\\QuelisSauv_18012013.mdb", fiches);
+  // The label file holds one line without a line end, as the tool itself writes it.
+  WriteWindowsText(program / "Bases" / "libelle.txt", {lille.site.licdif}, false);
+
+  BaseEchantillon arrasDejaAJour;
+  arrasDejaAJour.livers = "4.4.0.3";
+  arrasDejaAJour.site = {"062", "02", "00", "Centre des impôts fonciers d'Arras"};
+  arrasDejaAJour.fiches = fiches;
+  CreeBaseQuelis(moteur, "C:\\QUELIS\\Donnees\\0620200\\Bases\\Quelis.mdb", arrasDejaAJour);
+  WriteWindowsText(arras / "Bases" / "libelle.txt", {arrasDejaAJour.site.licdif}, false);
+
+  for (const char* code : {"0590100", "0620200"}) {
+    sample.dataFolders.push_back(sample.dataLocation + code + "\\");
+    sample.basesFolders.push_back(program / "Donnees" / code / "Bases");
   }
+  sample.updatedDatabase = sample.dataFolders[0] + "Bases\\Quelis.mdb";
+  sample.refusedDatabase = sample.dataFolders[1] + "Bases\\Quelis.mdb";
   return sample;
 }
 

@@ -30,53 +30,56 @@ std::string ReadBytes(const fs::path& file) {
   return bytes.str();
 }
 
-TEST_F(QuelisMajTest, DemoBuildsASampleRunsTheToolAndPrintsItsLog) {
+TEST_F(QuelisMajTest, DemoMigratesUpdatesOneSiteRefusesTheOtherAndSaysItWentAsDesigned) {
   const fs::path sample = root / "poste";
-  const Outcome run = RunBinary("demo '" + sample.string() + "'");
-  // The sample holds no databases yet: the run ends failed, and says so.
-  ASSERT_EQ(run.status, 1) << run.output;
-  EXPECT_NE(run.output.find("la mise à jour s'est terminée en erreur (voir le journal)"), std::string::npos)
-      << run.output;
+  const Outcome run = RunBinary("--horloge '2013-01-15 14:30:05' demo '" + sample.string() + "' --fiches 24");
+  ASSERT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("Résultat de la démonstration : conforme"), std::string::npos) << run.output;
 
   // The form as the console shows it, then the log's place and content.
   EXPECT_NE(run.output.find("== Mise à jour des données QUELIS ==\n   Version 4.4.0\n"
                             "   Configuration PORTABLE\n"),
             std::string::npos)
       << run.output;
-  std::smatch found;
-  const std::regex logLine(R"(Journal de la mise à jour : C:\\QUELIS\\(QuelisBase_4\.4\.0_\d{14}\.log))");
-  ASSERT_TRUE(std::regex_search(run.output, found, logLine)) << run.output;
-  const fs::path log = sample / "C" / "QUELIS" / found[1].str();
-  ASSERT_TRUE(fs::is_regular_file(log));
-
+  const fs::path log = sample / "C" / "QUELIS" / "QuelisBase_4.4.0_20130115143005.log";
+  ASSERT_TRUE(fs::is_regular_file(log)) << run.output;
+  EXPECT_NE(run.output.find("Journal de la mise à jour : C:\\QUELIS\\QuelisBase_4.4.0_20130115143005.log"),
+            std::string::npos);
   // The printed log is the file's text; the file itself is Windows text.
   const std::string bytes = ReadBytes(log);
   EXPECT_EQ(bytes.rfind("Mise \xE0 jour des donn\xE9" "es QUELIS\r\n\r\nConfiguration PORTABLE\r\n"
                         "Lancement silencieux\r\n",
                         0),
             0u);
-  EXPECT_NE(bytes.find("Traitements effectu\xE9s :\r\n\r\n-- D\xE9" "finition de l'emplacement des donn\xE9" "es\r\n"
-                       "\tMise \xE0 jour du fichier C:\\QUELIS\\Quelis.ini avec le chemin C:\\Quelis\\Donnees\\\r\n"),
-            std::string::npos);
-  EXPECT_NE(bytes.find("\r\n\t\tTraitement de la base en \xE9" "chec -> voir log li\xE9" "e \xE0 la base\r\n"),
-            std::string::npos);
-  EXPECT_NE(run.output.find("Mise à jour des données QUELIS\n\nConfiguration PORTABLE\n"
-                            "Lancement silencieux\n"),
-            std::string::npos);
-  // Both data folders of the sample, in order, with their labels.
-  const auto premier = run.output.find(
-      "-- Choix mise à jour de 2 dossiers de données\n\nTraitement du dossier C:\\Quelis\\Donnees\\0590100\\ "
-      "(Centre des impôts fonciers de Lille) - début traitement\n");
-  ASSERT_NE(premier, std::string::npos) << run.output;
-  EXPECT_NE(run.output.find("Traitement du dossier C:\\Quelis\\Donnees\\0620200\\ (Centre des impôts fonciers "
-                            "d'Arras) - fin traitement\n\nFin : ",
-                            premier),
+  EXPECT_NE(bytes.find("-- Migration des donn\xE9" "es \xE0 faire : C:\\Quelis\\Bases\r\n"), std::string::npos);
+  EXPECT_NE(run.output.find("Déplacement du dossier C:\\Quelis\\Bases vers C:\\Quelis\\Donnees\\0590100\\Bases : OK\n"),
             std::string::npos)
       << run.output;
-  // Each database's own log is shown too, with the reason.
-  EXPECT_NE(run.output.find("La base est absente : C:\\Quelis\\Donnees\\0590100\\Bases\\Quelis.mdb"), std::string::npos)
+  EXPECT_NE(run.output.find("\t\tTraitement de la base réussi\n\tTraitement de la base C:\\Quelis\\Donnees\\0590100\\"),
+            std::string::npos)
       << run.output;
-  EXPECT_TRUE(fs::exists(sample / "C" / "QUELIS" / "Quelis.ini"));
+  EXPECT_NE(run.output.find("\t\tTraitement de la base en échec -> voir log liée à la base\n\tTraitement de la base "
+                            "C:\\Quelis\\Donnees\\0620200\\"),
+            std::string::npos)
+      << run.output;
+  // Each database's own log, and the records restored.
+  EXPECT_NE(run.output.find(" - Nombre d'enregistrements traités / nombre total de fiches : 7 sur 24\n"),
+            std::string::npos);
+  EXPECT_NE(run.output.find("Erreur n° 1\nLa version de la base de données est déjà mise à jour : 4.4.0.3\n"),
+            std::string::npos);
+  EXPECT_NE(run.output.find("  fiche 1000  type 1  visa  -           -  -  ->  2012-06-01 T1   (restaurée)\n"),
+            std::string::npos)
+      << run.output;
+  EXPECT_NE(run.output.find("7 fiche(s) sur 24 ont retrouvé"), std::string::npos);
+  EXPECT_TRUE(fs::exists(sample / "C" / "QUELIS" / "Donnees" / "0590100" / "Bases" / "Quelis.mdb"));
+  EXPECT_FALSE(fs::exists(sample / "C" / "QUELIS" / "Bases"));
+}
+
+TEST_F(QuelisMajTest, ClockOptionIsCheckedBeforeAnythingRuns) {
+  const Outcome run = RunBinary("--horloge 'demain' demo '" + (root / "poste").string() + "'");
+  EXPECT_EQ(run.status, 3) << run.output;
+  EXPECT_NE(run.output.find("AAAA-MM-JJ hh:mm:ss"), std::string::npos) << run.output;
+  EXPECT_FALSE(fs::exists(root / "poste"));
 }
 
 TEST_F(QuelisMajTest, DemoRefusesAFolderInUseAndLeavesItAlone) {

@@ -7,7 +7,9 @@
 #include "app_fixture.h"
 #include "launcher/program.h"
 #include "launcher/sample_workstation.h"
+#include "platform/dao/dao.h"
 #include "platform/environment.h"
+#include "platform/workstation.h"
 #include "platform/ui/message_box.h"
 
 namespace app_test {
@@ -30,21 +32,30 @@ class SampleWorkstationTest : public ::testing::Test {
   fs::path parent;
 };
 
-TEST_F(SampleWorkstationTest, HoldsAPortableProgramFolderAndTwoDataFolders) {
-  const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(parent / "poste");
+TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
+  const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(parent / "poste", 6);
   const fs::path program = parent / "poste" / "C" / "QUELIS";
-  EXPECT_EQ(ReadBytes(program / "Quelis.ini"), "[INIT]\r\nChemin donnees=C:\\Quelis\\Donnees\\\r\n");
+  EXPECT_EQ(ReadBytes(program / "Quelis.ini"), "[INIT]\r\nChemin donnees=C:\\Quelis\\\r\n");
   EXPECT_GE(std::distance(fs::directory_iterator(program / "Lettres"), fs::directory_iterator{}), 1);
+  EXPECT_TRUE(fs::is_regular_file(program / "Bases" / "Quelis.mdb"));
+  EXPECT_TRUE(fs::is_regular_file(program / "Bases" / "QuelisSauv_18012013.mdb"));
+  EXPECT_TRUE(fs::is_regular_file(program / "Donnees" / "0620200" / "Bases" / "Quelis.mdb"));
   ASSERT_EQ(sample.dataFolders.size(), 2u);
-  ASSERT_EQ(sample.basesFolders.size(), 2u);
   EXPECT_EQ(sample.dataFolders[0], "C:\\Quelis\\Donnees\\0590100\\");
-  for (const fs::path& bases : sample.basesFolders) {
-    EXPECT_TRUE(fs::is_directory(bases));
-    EXPECT_EQ(bases.filename(), "Bases");
-    EXPECT_EQ(bases.parent_path().filename().string().size(), 7u);  // a CDIF code
-  }
+  EXPECT_EQ(sample.refusedDatabase, "C:\\Quelis\\Donnees\\0620200\\Bases\\Quelis.mdb");
   // Labels are Windows-1252, one line without line end.
-  EXPECT_EQ(ReadBytes(sample.basesFolders[0] / "libelle.txt"), "Centre des imp\xF4ts fonciers de Lille");
+  EXPECT_EQ(ReadBytes(program / "Bases" / "libelle.txt"), "Centre des imp\xF4ts fonciers de Lille");
+  // Both databases open, at the versions the demo relies on.
+  platform::Workstation poste(sample.root);
+  platform::dao::DBEngine moteur(poste);
+  for (const auto& [chemin, version] : {std::pair{std::string("C:\\QUELIS\\Bases\\Quelis.mdb"), "4.4.0.1"},
+                                        std::pair{sample.refusedDatabase, "4.4.0.3"}}) {
+    platform::dao::Database bd = moteur.OpenDatabase(chemin, false, true);
+    platform::dao::Recordset rs = bd.OpenRecordset("VERSION");
+    EXPECT_EQ(rs("livers").CStr(), version);
+    EXPECT_EQ(bd.TableDefs("FICHE").RecordCount(), 6);
+    bd.Close();
+  }
 }
 
 TEST_F(SampleWorkstationTest, RefusesAFolderInUse) {
@@ -54,33 +65,6 @@ TEST_F(SampleWorkstationTest, RefusesAFolderInUse) {
   // An empty existing folder is fine.
   fs::create_directories(parent / "vide");
   EXPECT_NO_THROW(launcher::BuildSampleWorkstation(parent / "vide"));
-}
-
-TEST_F(SampleWorkstationTest, ToolFindsBothFoldersAndReportsTheirDatabasesNotUpdated) {
-  const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(parent / "poste");
-  platform::ProgramInfo info;
-  info.Path = sample.programFolder;
-  auto env = platform::Environment::ForTests(sample.root, {2013, 1, 15, 14, 30, 5}, info);
-  platform::ui::ScriptedMessageBoxes boxes;
-  platform::ui::Desktop desktop(boxes);
-  launcher::Program tool(env, desktop);
-  tool.Start();
-  EXPECT_TRUE(tool.ended());
-  // This build cannot update a database: both folders are reported failed, nothing is lost.
-  EXPECT_TRUE(tool.frmParam().EnErreur);
-  EXPECT_FALSE(tool.erreurNonInterceptee().has_value());
-  ASSERT_EQ(tool.frmParam().NbDossiers, 2);
-  EXPECT_EQ(tool.frmParam().ListeDossiers[0].Chemin, sample.dataFolders[0]);
-  EXPECT_EQ(tool.frmParam().ListeDossiers[0].Libelle, "Centre des impôts fonciers de Lille");
-  EXPECT_EQ(tool.frmParam().ListeDossiers[1].Chemin, sample.dataFolders[1]);
-  for (const fs::path& bases : sample.basesFolders) {
-    EXPECT_TRUE(fs::exists(bases / "QuelisBase_4.4.0_20130115143005.log")) << bases;
-    EXPECT_EQ(ReadBytes(bases / "libelle.txt").substr(0, 6), "Centre");
-  }
-  EXPECT_EQ(tool.frmParam().CheminDonnees, sample.dataLocation);
-  EXPECT_EQ(tool.frmParam().cboListeLecteurs.text(), sample.dataLocation);
-  EXPECT_FALSE(tool.frmParam().cboListeLecteurs.enabled());
-  EXPECT_TRUE(fs::exists(sample.root / "C" / "QUELIS" / "QuelisBase_4.4.0_20130115143005.log"));
 }
 
 }  // namespace

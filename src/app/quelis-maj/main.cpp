@@ -1,12 +1,17 @@
 // quelis-maj: the QUELIS database update tool, on a workstation held in a Linux folder.
 //   quelis-maj --workstation DIR [--program-folder "C:\QUELIS\"]
 //       runs the tool as if started from that Windows folder of the workstation;
-//   quelis-maj demo [DIR]
+//   quelis-maj demo [DIR] [--fiches N]
 //       builds a sample workstation in DIR (or a new temporary folder), runs the tool on it and
-//       prints its run log.
+//       prints its run log, each database's log and a few case records before and after.
+//   --horloge "AAAA-MM-JJ hh:mm:ss" fixes the date and time the tool reads (reproducible logs).
 // The options only place the program on this machine: the tool itself reads no command line.
 // Exit status: 0 run complete, 1 run failed (see the run log), 2 stopped by an untrapped
 // error, 3 the workstation could not be used.
+// The demo's run always reports a failure: its second site is already up to date and is
+// refused, by design. The demo therefore exits 0 when the run went as designed (first site
+// updated and its survey data restored, second refused with error 1 and left unchanged) and
+// 1 otherwise.
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
@@ -14,9 +19,11 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 
+#include "demo_report.h"
 #include "launcher/program.h"
 #include "launcher/sample_workstation.h"
 #include "platform/clock.h"
@@ -59,7 +66,8 @@ std::string ReadWindowsText(const fs::path& file) {
 
 // Runs the tool on the workstation `root` from the Windows folder `programFolder`; prints the
 // run log's place, and its content when `printLog`.
-int RunTool(const fs::path& root, const std::string& programFolder, bool printLog) {
+int RunTool(const fs::path& root, const std::string& programFolder, bool printLog,
+            const std::optional<platform::DateTime>& horloge) {
   platform::ProgramInfo program;
   program.Path = AppPath(programFolder);
   std::unique_ptr<platform::Environment> env;
@@ -67,7 +75,10 @@ int RunTool(const fs::path& root, const std::string& programFolder, bool printLo
   try {
     launcherView = std::make_unique<platform::Workstation>(root);
     env = std::make_unique<platform::Environment>(
-        root, std::make_shared<platform::SystemClock>(), program,
+        root,
+        horloge ? std::shared_ptr<platform::Clock>(std::make_shared<platform::FixedClock>(*horloge))
+                : std::shared_ptr<platform::Clock>(std::make_shared<platform::SystemClock>()),
+        program,
         std::make_shared<platform::DesktopLauncher>(*launcherView, false));
   } catch (const std::exception& e) {
     std::cerr << "quelis-maj: poste de travail inutilisable (" << root.string() << ") : " << e.what()
@@ -109,6 +120,19 @@ int RunTool(const fs::path& root, const std::string& programFolder, bool printLo
   return kRunComplete;
 }
 
+// "AAAA-MM-JJ hh:mm:ss".
+std::optional<platform::DateTime> LitHorloge(const std::string& texte) {
+  if (texte.empty()) return std::nullopt;
+  platform::DateTime t;
+  char a, b, c, d, e;
+  std::istringstream in(texte);
+  in >> t.year >> a >> t.month >> b >> t.day >> t.hour >> c >> t.minute >> d >> t.second;
+  if (!in || a != '-' || b != '-' || c != ':' || d != ':' || (in >> e)) {
+    throw std::invalid_argument("--horloge attend \"AAAA-MM-JJ hh:mm:ss\" : " + texte);
+  }
+  return t;
+}
+
 fs::path NewDemoFolder() {
   std::string pattern = (fs::temp_directory_path() / "quelis-demo-XXXXXX").string();
   if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot create a temporary folder");
@@ -130,26 +154,43 @@ int main(int argc, char** argv) {
   auto* demo = app.add_subcommand("demo", "construit un poste d'exemple, y lance l'outil et affiche le journal");
   std::string demoFolder;
   demo->add_option("DIR", demoFolder, "dossier du poste d'exemple (absent ou vide)");
+  int fiches = 200;
+  demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 5000));
+  std::string horloge;
+  app.add_option("--horloge", horloge, "date et heure lues par l'outil, \"AAAA-MM-JJ hh:mm:ss\"");
 
   CLI11_PARSE(app, argc, argv);
+
+  std::optional<platform::DateTime> fixe;
+  try {
+    fixe = LitHorloge(horloge);
+  } catch (const std::exception& e) {
+    std::cerr << "quelis-maj: " << e.what() << '\n';
+    return kUnusableWorkstation;
+  }
 
   if (demo->parsed()) {
     try {
       const fs::path root = demoFolder.empty() ? NewDemoFolder() : fs::absolute(demoFolder);
-      const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(root);
+      const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(root, fiches);
       std::cout << "Poste d'exemple : " << sample.root.string() << "\n"
-                << "Programme : " << sample.programFolder << "\\, données : " << sample.dataLocation
+                << "Programme : " << sample.programFolder << "\\, données : C:\\Quelis\\ (ancienne organisation)"
                 << "\n\n";
-      const int status = RunTool(sample.root, sample.programFolder, true);
+      const demo::Etat avant = demo::LitEtat(sample);
+      const int status = RunTool(sample.root, sample.programFolder, true, fixe);
       // Each data folder's own log, beside its database.
       for (const fs::path& bases : sample.basesFolders) {
+        if (!fs::is_directory(bases)) continue;
         for (const auto& entry : fs::directory_iterator(bases)) {
           if (entry.path().extension() != ".log") continue;
           std::cout << "\nJournal de la base : " << entry.path().string() << "\n\n"
                     << ReadWindowsText(entry.path());
         }
       }
-      return status;
+      const demo::Etat apres = demo::LitEtat(sample);
+      demo::AfficheAvantApres(std::cout, avant, apres);
+      if (status == kUntrappedError || status == kUnusableWorkstation) return status;
+      return demo::CommePrevu(std::cout, sample, avant, apres) ? kRunComplete : kRunFailed;
     } catch (const std::exception& e) {
       std::cerr << "quelis-maj demo: " << e.what() << '\n';
       return kUnusableWorkstation;
@@ -160,5 +201,5 @@ int main(int argc, char** argv) {
               << app.help();
     return kUnusableWorkstation;
   }
-  return RunTool(workstation, programFolder, false);
+  return RunTool(workstation, programFolder, false, fixe);
 }
