@@ -162,3 +162,25 @@ TEST_F(DaoCreateTest, RulesSetOnASavedFieldAreKeptInTheFileAndEnforced) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace platform::dao;
+
+TEST_F(DaoCreateTest, ARuleSetWhileARecordsetIsOpenAppliesToItsNextUpdate) {
+  const std::string path = place("indexTestV2000.mdb", "Quelis.mdb");
+  Database db = engine_.OpenDatabase(path, true);
+  Recordset rs = db.OpenRecordset("Table3");
+  rs.AddNew();
+  rs.Fields("id").SetValue(20);
+  rs.Update();  // data may be empty for now
+  db.TableDefs("Table3").Fields("data").SetRequired(true);
+  rs.AddNew();
+  rs.Fields("id").SetValue(21);
+  EXPECT_VB_ERROR(rs.Update(), 3314);
+  rs.Fields("data").SetValue("ok");
+  rs.Update();
+  EXPECT_EQ(db.TableDefs("Table3").RecordCount(), 6);
+}
+
+}  // namespace

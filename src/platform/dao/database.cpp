@@ -39,6 +39,7 @@ void Database::Execute(std::string_view sql, int options) {
   }
   // A statement may have made or dropped a table: read the catalog again when next asked.
   impl_->catalogCache.reset();
+  ++impl_->schemaGeneration;
 }
 
 long Database::RecordsAffected() const { impl_->checkOpen(); return impl_->recordsAffected; }

@@ -53,6 +53,42 @@ void RecordsetImpl::setValue(int column, const Variant& v) {
   buffer[static_cast<std::size_t>(c.tableColumn)] = v.IsEmpty() ? jet::Value::null() : v.value();
 }
 
+void RecordsetImpl::dropStaleCaches() {
+  if (cacheGeneration == db->schemaGeneration) return;
+  writerCache.reset();
+  defaultsCache.reset();
+  cacheGeneration = db->schemaGeneration;
+}
+
+jet::TableWriter& RecordsetImpl::writer() {
+  dropStaleCaches();
+  if (!writerCache) writerCache = std::make_unique<jet::TableWriter>(db->writer(*table));
+  return *writerCache;
+}
+
+const jet::Row& RecordsetImpl::defaults() {
+  dropStaleCaches();
+  if (defaultsCache) return *defaultsCache;
+  jet::Row row(def.columns.size(), jet::Value::null());
+  // Columns with a default value start with it, as the engine fills a new record.
+  const jet::PropertySet properties = db->tableEntry(*table).property_set();
+  for (std::size_t i = 0; i < def.columns.size(); ++i) {
+    const jet::PropertyBlock* block = properties.column(def.columns[i].name);
+    const jet::Property* value = block ? block->find("DefaultValue") : nullptr;
+    if (!value || value->value.kind() != jet::ValueKind::Text || value->value.as_text().empty()) continue;
+    try {
+      struct NoNames : jet::sql::Resolver {
+        std::optional<jet::Value> column(const jet::sql::ColumnRef&) override { return std::nullopt; }
+      } none;
+      row[i] = jet::sql::evaluate(*jet::sql::parse_expression(value->value.as_text()), none);
+    } catch (const jet::Error&) {
+      // A default the expression service cannot work out here stays empty.
+    }
+  }
+  defaultsCache = std::move(row);
+  return *defaultsCache;
+}
+
 long RecordsetImpl::firstLive(long from, int step) const {
   for (long p = from; p >= 0 && p < size(); p += step)
     if (!deleted[static_cast<std::size_t>(p)]) return p;
@@ -208,25 +244,7 @@ void Recordset::Edit() {
 void Recordset::AddNew() {
   impl_->checkOpen();
   if (!impl_->updatable) throw daoError(dao_errors::ReadOnly);
-  impl_->buffer.assign(impl_->def.columns.size(), jet::Value::null());
-  // Columns with a default value start with it, as the engine fills a new record.
-  guarded([&] {
-    const jet::CatalogEntry& entry = impl_->db->tableEntry(*impl_->table);
-    const jet::PropertySet properties = entry.property_set();
-    for (std::size_t i = 0; i < impl_->def.columns.size(); ++i) {
-      const jet::PropertyBlock* block = properties.column(impl_->def.columns[i].name);
-      const jet::Property* def = block ? block->find("DefaultValue") : nullptr;
-      if (!def || def->value.kind() != jet::ValueKind::Text || def->value.as_text().empty()) continue;
-      try {
-        struct NoNames : jet::sql::Resolver {
-          std::optional<jet::Value> column(const jet::sql::ColumnRef&) override { return std::nullopt; }
-        } none;
-        impl_->buffer[i] = jet::sql::evaluate(*jet::sql::parse_expression(def->value.as_text()), none);
-      } catch (const jet::Error&) {
-        // A default the expression service cannot work out here stays empty.
-      }
-    }
-  });
+  impl_->buffer = guarded([&] { return impl_->defaults(); });
   impl_->editMode = dbEditAdd;
 }
 
@@ -234,7 +252,7 @@ void Recordset::Update() {
   impl_->checkOpen();
   if (impl_->editMode == dbEditNone) throw daoError(dao_errors::UpdateWithoutEdit);
   guarded([&] {
-    jet::TableWriter writer = impl_->db->writer(*impl_->table);
+    jet::TableWriter& writer = impl_->writer();
     if (impl_->editMode == dbEditAdd) {
       jet::RowId id = writer.insert(impl_->buffer);
       impl_->ids.push_back(id);
@@ -261,8 +279,7 @@ void Recordset::Delete() {
   impl_->editMode = dbEditNone;
   impl_->checkCurrent();
   guarded([&] {
-    jet::TableWriter writer = impl_->db->writer(*impl_->table);
-    writer.remove(impl_->ids[static_cast<std::size_t>(impl_->cur)]);
+    impl_->writer().remove(impl_->ids[static_cast<std::size_t>(impl_->cur)]);
   });
   impl_->deleted[static_cast<std::size_t>(impl_->cur)] = true;
 }

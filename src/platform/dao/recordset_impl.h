@@ -42,6 +42,10 @@ struct RecordsetImpl {
   bool noMatch = true;
   int editMode = 0;
   jet::Row buffer;  // the row being edited or added (base table's column order)
+  // The writer and the new-record values of the base table, kept while the schema stays.
+  std::unique_ptr<jet::TableWriter> writerCache;
+  std::optional<jet::Row> defaultsCache;
+  std::uint64_t cacheGeneration = 0;
 
   long size() const noexcept { return static_cast<long>(deleted.size()); }
   bool rowBacked() const noexcept { return table.has_value(); }
@@ -55,6 +59,9 @@ struct RecordsetImpl {
   void touch() noexcept { visited = std::max(visited, cur + 1); }
   void moveTo(long position);             // cancels a pending edit
   long firstLive(long from, int step) const;  // next live position from `from` (or -1/size())
+  void dropStaleCaches();
+  jet::TableWriter& writer();
+  const jet::Row& defaults();  // a new record: Null, or the column's default value
 };
 
 // Opens a record set on `source` (table name, saved query name or SQL) of `db`.

@@ -65,7 +65,13 @@ struct DatabaseImpl {
   jet::Pager& pager();
   // The catalog as the open transaction sees it (read again after schema changes).
   const jet::Catalog& catalog();
-  void schemaChanged() { catalogCache.reset(); executor.reset(); }
+  // Bumped by every schema change and rollback: what was read from definitions is stale.
+  std::uint64_t schemaGeneration = 0;
+  void schemaChanged() {
+    catalogCache.reset();
+    executor.reset();
+    ++schemaGeneration;
+  }
 
   // Local table by name, case-blind (jet error 3078 when none).
   const jet::CatalogEntry& tableEntry(std::string_view table);
