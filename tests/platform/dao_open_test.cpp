@@ -102,16 +102,39 @@ TEST_F(DaoOpenTest, ClosingTwiceAndUsingAClosedDatabaseRaise3420) {
   EXPECT_VB_ERROR(table.RecordCount(), 3420);
 }
 
-TEST_F(DaoOpenTest, CompactingWritesANewFileAndRefusesAnExistingDestination) {
-  const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
+std::string exportOf(const fs::path& file, const std::string& table) {
+  std::string out;
+  const std::string command = "mdb-export '" + file.string() + "' " + table + " 2>&1";
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    char buffer[512];
+    while (std::fgets(buffer, sizeof buffer, pipe)) out += buffer;
+    pclose(pipe);
+  }
+  return out;
+}
+
+TEST_F(DaoOpenTest, CompactingWritesASmallerFileWithTheSameRows) {
+  const std::string path = place("testV2000.mdb", "QuelMaj.mdb");
+  const std::string before = bytesOf("QuelMaj.mdb");
   engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb");
   ASSERT_TRUE(fs::exists(local("QuelComp.mdb")));
-  {
-    Database db = engine_.OpenDatabase("C:\\QUELIS\\Bases\\QuelComp.mdb", true);
-    EXPECT_EQ(db.TableDefs("Table3").RecordCount(), 4);
+  EXPECT_EQ(bytesOf("QuelMaj.mdb"), before);  // the source is only read
+  EXPECT_LT(fs::file_size(local("QuelComp.mdb")), before.size());
+  for (const char* table : {"Table1", "Table2", "Table3", "Table4"}) {
+    const std::string rows = exportOf(local("QuelMaj.mdb"), table);
+    EXPECT_FALSE(rows.empty());
+    EXPECT_EQ(exportOf(local("QuelComp.mdb"), table), rows) << table;
   }
+  Database db = engine_.OpenDatabase("C:\\QUELIS\\Bases\\QuelComp.mdb", true);
+  EXPECT_EQ(db.TableDefs("Table1").RecordCount(), 2);
+}
+
+TEST_F(DaoOpenTest, CompactingRefusesAnExistingDestinationAMissingSourceAndAnOpenOne) {
+  const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
+  place("indexTestV2000.mdb", "QuelComp.mdb");
   EXPECT_VB_ERROR(engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb"), 3204);
   EXPECT_VB_ERROR(engine_.CompactDatabase("C:\\QUELIS\\Bases\\Absente.mdb", "C:\\QUELIS\\Bases\\x.mdb"), 3024);
+  EXPECT_VB_ERROR(engine_.CompactDatabase(path, "C:\\QUELIS\\Nulle\\x.mdb"), 3044);
   EXPECT_FALSE(fs::exists(local("x.mdb")));
   Database open = engine_.OpenDatabase(path, true);
   EXPECT_VB_ERROR(engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\y.mdb"), 3045);

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "jet/compact.h"
 #include "jet/repair.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/state.h"
@@ -30,17 +31,17 @@ void compactDatabase(const platform::Workstation& workstation, std::string_view 
     if (!std::filesystem::is_directory(to.local.parent_path()))
       throw jet::Error(jet::ErrorCode::InvalidPath, ParentPathText(destination));
     if (to.exists()) throw daoError(dao_errors::DatabaseExists);
-    // The source must be free and sound: open it alone as OpenDatabase would.
-    auto workspace = std::make_shared<WorkspaceImpl>();
-    workspace->workstation = &workstation;
-    auto db = openDatabase(workspace, source, true, false);
-    db->catalog();
-    std::error_code error;
-    std::filesystem::copy_file(db->local, to.local, error);
-    db->close();
-    if (error) {
-      std::filesystem::remove(to.local, error);
-      throw jet::Error(jet::ErrorCode::InvalidPath, ParentPathText(destination));
+    // Compaction needs the source to itself, as the original does: one open alone tells.
+    {
+      auto workspace = std::make_shared<WorkspaceImpl>();
+      workspace->workstation = &workstation;
+      auto db = openDatabase(workspace, source, true, false);
+      db->close();
+    }
+    try {
+      jet::compact(from.local.string(), to.local.string());
+    } catch (const jet::Error& e) {
+      rethrowWithPath(e, e.number() == 3204 || e.number() == 3044 ? destination : source);
     }
   });
 }
