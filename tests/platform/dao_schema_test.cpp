@@ -209,3 +209,44 @@ TEST_F(DaoSchemaTest, CopyingTheSettablePropertiesOfASavedFieldOntoANewOneCarrie
 }
 
 }  // namespace
+
+namespace {
+
+using namespace platform::dao;
+
+TEST_F(DaoSchemaTest, AQueryReplacedAsTheUpdateStepsDoIsSavedWithItsNewText) {
+  {
+    Database db = open();
+    db.CreateQueryDef("ReqDonnees", "SELECT id, data FROM Table2 WHERE id > 0");
+    EXPECT_VB_ERROR(db.CreateQueryDef("reqdonnees", "SELECT id FROM Table2"), 3012);
+    // Drop it when it exists, then make it anew.
+    if (db.QueryDefs().Contains("ReqDonnees")) db.QueryDefs().Delete("ReqDonnees");
+    QueryDef q = db.CreateQueryDef("ReqDonnees", "SELECT data FROM Table2 WHERE id = 2");
+    EXPECT_EQ(q.Type(), dbQSelect);
+    Recordset rs = db.OpenRecordset("ReqDonnees");
+    EXPECT_EQ(rs.Type(), dbOpenDynaset);
+    EXPECT_EQ(rs("data").CStr(), "foo2");
+    EXPECT_VB_ERROR(db.QueryDefs().Delete("Absente"), 3265);
+    // A temporary query is not saved.
+    QueryDef temp = db.CreateQueryDef("", "UPDATE Table2 SET data = 'x' WHERE id = 0");
+    temp.Execute(dbFailOnError);
+    EXPECT_EQ(temp.RecordsAffected(), 1);
+    EXPECT_EQ(db.QueryDefs().Count(), 1);
+  }
+  Database db = open();
+  ASSERT_EQ(db.QueryDefs().Count(), 1);
+  EXPECT_NE(db.QueryDefs("REQDONNEES").SQL().find("WHERE id = 2"), std::string::npos) << db.QueryDefs(0).SQL();
+  const std::string listed = [&] {
+    std::string out;
+    const std::string command = "mdb-queries -L '" + local("Quelis.mdb").string() + "' 2>&1";
+    if (FILE* pipe = popen(command.c_str(), "r")) {
+      char buffer[256];
+      while (std::fgets(buffer, sizeof buffer, pipe)) out += buffer;
+      pclose(pipe);
+    }
+    return out;
+  }();
+  EXPECT_NE(listed.find("ReqDonnees"), std::string::npos) << listed;
+}
+
+}  // namespace

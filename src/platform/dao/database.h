@@ -47,8 +47,10 @@ class Database {
   TableDef TableDefs(int index) const { return TableDefs()(index); }
   Collection<QueryDef> QueryDefs() const;
   QueryDef QueryDefs(std::string_view name) const { return QueryDefs()(name); }
+  QueryDef QueryDefs(int index) const { return QueryDefs()(index); }
   Collection<Relation> Relations() const;
   Relation Relations(std::string_view name) const { return Relations()(name); }
+  Relation Relations(int index) const { return Relations()(index); }
 
   TableDef CreateTableDef(std::string_view name = {});
   // With a name the query is saved at once; without, it is a temporary query.

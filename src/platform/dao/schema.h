@@ -69,6 +69,7 @@ class TableDef {
   Field Fields(int index) const { return Fields()(index); }
   Collection<Index> Indexes() const;
   Index Indexes(std::string_view name) const { return Indexes()(name); }
+  Index Indexes(int index) const { return Indexes()(index); }
   Collection<Property> Properties() const;
 
   // A new field, not yet appended. `type` is a field type, as a number or its decimal text

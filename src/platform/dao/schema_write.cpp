@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "jet/catalog_write.h"
+#include "jet/query_write.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"
@@ -119,8 +120,52 @@ void appendIndex(TableDefImpl&, const std::shared_ptr<IndexImpl>&) { notYet(); }
 void deleteIndex(TableDefImpl&, std::string_view) { notYet(); }
 void appendRelation(const std::shared_ptr<DatabaseImpl>&, RelationImpl&) { notYet(); }
 void deleteRelation(const std::shared_ptr<DatabaseImpl>&, std::string_view) { notYet(); }
-void saveQuery(const std::shared_ptr<DatabaseImpl>&, QueryDefImpl&) { notYet(); }
-void deleteQuery(const std::shared_ptr<DatabaseImpl>&, std::string_view) { notYet(); }
-void changeQuerySql(QueryDefImpl&, const std::string&) { notYet(); }
+namespace {
+
+// The saved query's type as QueryDef.Type gives it (the catalog row's flags).
+int savedQueryType(DatabaseImpl& db, const std::string& name) {
+  const jet::CatalogEntry* entry = db.catalog().find_object(name, static_cast<std::int16_t>(jet::ObjectType::Query));
+  return entry ? static_cast<int>(entry->flags & 0xF0) : 0;
+}
+
+void afterCatalogChange(DatabaseImpl& db) {
+  db.writable->reload_catalog();
+  db.schemaChanged();
+}
+
+}  // namespace
+
+void saveQuery(const std::shared_ptr<DatabaseImpl>& db, QueryDefImpl& query) {
+  db->checkWritable();
+  if (query.saved) throw daoError(dao_errors::NameExists);
+  if (query.name.empty()) throw daoError(dao_errors::InvalidOperation);
+  guarded([&] {
+    jet::create_query(*db->writable, query.name, query.sql);
+    afterCatalogChange(*db);
+  });
+  query.db = db;
+  query.saved = true;
+  query.type = savedQueryType(*db, query.name);
+}
+
+void deleteQuery(const std::shared_ptr<DatabaseImpl>& db, std::string_view name) {
+  db->checkWritable();
+  guarded([&] {
+    const jet::CatalogEntry* entry =
+        db->catalog().find_object(name, static_cast<std::int16_t>(jet::ObjectType::Query));
+    if (!entry) throw daoError(dao_errors::ItemNotFound);
+    jet::delete_query(*db->writable, entry->name);
+    afterCatalogChange(*db);
+  });
+}
+
+void changeQuerySql(QueryDefImpl& query, const std::string& sql) {
+  query.db->checkWritable();
+  guarded([&] {
+    jet::replace_query(*query.db->writable, query.name, sql);
+    afterCatalogChange(*query.db);
+  });
+  query.type = savedQueryType(*query.db, query.name);
+}
 
 }  // namespace platform::dao::detail
