@@ -1,0 +1,127 @@
+// `jet import FILE TABLE CSV`: loads a CSV file (comma-separated, double quotes around
+// fields that need them, header row giving the column names) into a table. A missing table
+// is created with one Text(255) column per header field; an existing one receives the rows,
+// each value converted to its column's type. Empty fields are Null. All rows go in one
+// transaction: a refused row leaves the database untouched.
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/jet/command_registry.h"
+#include "jet/error.h"
+#include "jet/index_maintain_hook.h"
+#include "jet/names.h"
+#include "jet/transaction.h"
+#include "jet/writable_database.h"
+
+namespace jet_tool {
+namespace {
+
+// One record per call; false at the end of the input. Quoted fields may hold commas,
+// doubled quotes and line breaks.
+bool next_record(std::istream& in, std::vector<std::string>& fields) {
+  fields.clear();
+  std::string field;
+  bool quoted = false, any = false, after_quote = false;
+  char c;
+  while (in.get(c)) {
+    any = true;
+    if (quoted) {
+      if (c == '"') {
+        if (in.peek() == '"') {
+          in.get(c);
+          field += '"';
+        } else {
+          quoted = false;
+          after_quote = true;
+        }
+      } else {
+        field += c;
+      }
+    } else if (c == '"' && field.empty() && !after_quote) {
+      quoted = true;
+    } else if (c == ',') {
+      fields.push_back(std::move(field));
+      field.clear();
+      after_quote = false;
+    } else if (c == '\n') {
+      if (!field.empty() && field.back() == '\r' && !after_quote) field.pop_back();
+      fields.push_back(std::move(field));
+      return true;
+    } else if (c != '\r' || !after_quote) {
+      field += c;
+    }
+  }
+  if (quoted) throw jet::Error(jet::ErrorCode::OperationNotSupported, "guillemet non fermé dans le fichier CSV");
+  if (any) fields.push_back(std::move(field));
+  return any;
+}
+
+int import_csv(const std::string& file, const std::string& table, const std::string& csv, std::ostream& out) {
+  std::ifstream in(csv, std::ios::binary);
+  if (!in) throw jet::Error(jet::ErrorCode::FileNotFound, csv);
+  std::vector<std::string> header;
+  if (!next_record(in, header) || header.empty() || (header.size() == 1 && header[0].empty()))
+    throw jet::Error(jet::ErrorCode::OperationNotSupported, "fichier CSV sans ligne d'en-tête");
+  if (header[0].rfind("\xEF\xBB\xBF", 0) == 0) header[0].erase(0, 3);
+
+  auto db = jet::WritableDatabase::open(file);
+  jet::Transaction tx(db->pager());
+  bool created = false;
+  if (!db->catalog().find_table(table)) {
+    jet::TableSpec spec;
+    spec.name = table;
+    for (const std::string& name : header) {
+      jet::ColumnSpec column;
+      column.name = name;
+      column.type = jet::ColumnType::Text;
+      column.size = 255;
+      column.allow_zero_length = true;
+      spec.columns.push_back(std::move(column));
+    }
+    db->create_table(spec);
+    created = true;
+  }
+  jet::TableIndexHook hook(db->allocator());
+  jet::TableWriter writer = db->writer(table, &hook);
+  const jet::TableDef def = writer.definition();
+  std::vector<std::size_t> target;
+  for (const std::string& name : header) {
+    const jet::ColumnDef* column = def.find_column(name);
+    if (!column) throw jet::Error(jet::ErrorCode::ItemNotFound, name);
+    target.push_back(column->definition_order);
+  }
+  std::vector<std::string> fields;
+  std::size_t rows = 0;
+  while (next_record(in, fields)) {
+    if (fields.size() == 1 && fields[0].empty()) continue;  // blank line
+    if (fields.size() != header.size())
+      throw jet::Error(jet::ErrorCode::OperationNotSupported,
+                       "ligne " + std::to_string(rows + 2) + " : " + std::to_string(fields.size()) + " champs au lieu de " +
+                           std::to_string(header.size()));
+    jet::Row row(def.columns.size(), jet::Value::null());
+    for (std::size_t i = 0; i < fields.size(); ++i)
+      if (!fields[i].empty()) row[target[i]] = jet::Value::text(fields[i]);
+    writer.insert(row);
+    ++rows;
+  }
+  tx.commit();
+  out << rows << " ligne(s) importée(s) dans " << (created ? "la nouvelle table " : "la table ") << table << '\n';
+  return 0;
+}
+
+const Registration registration{[](CLI::App& app) {
+  auto* sub = app.add_subcommand("import", "Importe un fichier CSV dans une table (créée au besoin)");
+  auto file = std::make_shared<std::string>();
+  auto table = std::make_shared<std::string>();
+  auto csv = std::make_shared<std::string>();
+  sub->add_option("FILE", *file, "Base de données")->required();
+  sub->add_option("TABLE", *table, "Table de destination")->required();
+  sub->add_option("CSV", *csv, "Fichier CSV (en-tête : noms des colonnes)")->required();
+  return Command{sub, [file, table, csv](std::ostream& out) { return import_csv(*file, *table, *csv, out); }};
+}};
+
+}  // namespace
+}  // namespace jet_tool

@@ -1,0 +1,125 @@
+// Transactions over created tables: rollback leaves the file byte-identical, commit then
+// reopen shows everything, a second process meets the lock and writes nothing.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "jet/create_database.h"
+#include "jet/error.h"
+#include "jet/index_maintain_hook.h"
+#include "jet/index_verify.h"
+#include "jet/transaction.h"
+#include "jet/verify.h"
+#include "jet_test_support.h"
+
+namespace {
+
+using jet::Value;
+
+jet::ColumnSpec column(const char* name, jet::ColumnType type, std::uint16_t size = 255) {
+  jet::ColumnSpec c;
+  c.name = name;
+  c.type = type;
+  c.size = size;
+  return c;
+}
+
+jet::TableSpec people() {
+  jet::TableSpec spec;
+  spec.name = "Personnes";
+  jet::ColumnSpec id = column("Id", jet::ColumnType::Long);
+  id.autonumber = true;
+  jet::ColumnSpec name = column("Nom", jet::ColumnType::Text, 40);
+  jet::ColumnSpec note = column("Note", jet::ColumnType::Memo);
+  spec.columns = {id, name, note};
+  spec.indexes = {{"PrimaryKey", {{"Id", false}}, true, false, false, false},
+                  {"Nom", {{"Nom", false}}, false, true, true, false}};
+  return spec;
+}
+
+jet::Row person(const std::string& name, std::size_t note_length = 0) {
+  return {Value::null(), Value::text(name), note_length ? Value::text(std::string(note_length, 'n')) : Value::null()};
+}
+
+TEST(WriteTransaction, RollbackLeavesTheFileByteIdenticalAndCommitPersists) {
+  jet_test::ScratchDir dir;
+  const std::string path = (dir.path() / "t.mdb").string();
+  jet::create_database(path)->create_table(people());
+  const auto before = jet_test::read_file(path);
+  {
+    auto db = jet::WritableDatabase::open(path);
+    jet::TableIndexHook hook(db->allocator());
+    jet::Transaction tx(db->pager());
+    auto writer = db->writer("Personnes", &hook);
+    for (int i = 0; i < 500; ++i) writer.insert(person("Nom " + std::to_string(i), i % 5 ? 0 : 9000));
+    EXPECT_EQ(db->table("Personnes").count_rows(), 500u);
+    tx.rollback();
+  }
+  EXPECT_EQ(jet_test::read_file(path), before);
+  {
+    auto db = jet::WritableDatabase::open(path);
+    jet::TableIndexHook hook(db->allocator());
+    jet::Transaction tx(db->pager());
+    auto writer = db->writer("Personnes", &hook);
+    for (int i = 0; i < 500; ++i) writer.insert(person("Nom " + std::to_string(i), i % 5 ? 0 : 9000));
+    // A refused statement inside the transaction takes nothing else with it.
+    EXPECT_THROW(writer.insert(person("Nom 7")), jet::Error);
+    tx.commit();
+  }
+  auto db = jet::Database::open(path);
+  EXPECT_EQ(db->table("Personnes").count_rows(), 500u);
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  const std::string csv = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " Personnes");
+  EXPECT_NE(csv.find("\n500,\"Nom 499\","), std::string::npos);
+  EXPECT_NE(csv.find("\n1,\"Nom 0\",\"" + std::string(9000, 'n') + "\"\n"), std::string::npos);
+}
+
+TEST(WriteTransaction, AutonumbersContinueFromTheStoredValueAfterReopening) {
+  jet_test::ScratchDir dir;
+  const std::string path = (dir.path() / "t.mdb").string();
+  jet::create_database(path)->create_table(people());
+  for (int round = 0; round < 3; ++round) {
+    auto db = jet::WritableDatabase::open(path);
+    jet::TableIndexHook hook(db->allocator());
+    auto writer = db->writer("Personnes", &hook);
+    const jet::RowId id = writer.insert(person("Tour " + std::to_string(round)));
+    EXPECT_EQ((*db->table("Personnes").read(id))[0], Value::long_(round + 1));
+    if (round == 1) writer.remove(id);  // a deleted number is not given again
+  }
+  auto db = jet::Database::open(path);
+  EXPECT_EQ(db->table("Personnes").def().next_autonumber, 3u);
+}
+
+TEST(WriteTransaction, SecondProcessMeetsTheLockAndWritesNothing) {
+  jet_test::ScratchDir dir;
+  const std::string path = (dir.path() / "t.mdb").string();
+  auto db = jet::create_database(path);
+  db->create_table(people());
+  const auto before = jet_test::read_file(path);
+  const pid_t child = fork();
+  if (child == 0) {
+    int code = 0;
+    try {
+      jet::WritableDatabase::open(path);
+    } catch (const jet::Error& e) {
+      code = e.number() == 3045 ? 10 : 1;
+    }
+    try {
+      jet::OpenOptions shared;
+      jet::Database::open(path, shared);
+    } catch (const jet::Error& e) {
+      code += e.number() == 3356 ? 20 : 2;
+    }
+    _exit(code);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 30);
+  EXPECT_EQ(jet_test::read_file(path), before);
+}
+
+}  // namespace
