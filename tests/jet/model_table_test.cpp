@@ -147,7 +147,7 @@ TEST(ModelTable, RandomChangesMatchTheModelAcrossReopenings) {
   Model model;
   std::int32_t next_id = 1;
   int refused = 0;
-  constexpr int kBatches = 10, kOps = 200;
+  constexpr int kBatches = 8, kOps = 150;
   for (int batch = 0; batch < kBatches; ++batch) {
     {
       auto db = jet::WritableDatabase::open(path);
