@@ -19,8 +19,13 @@ TEST_F(TraitementTest, UpdatesTheLiveDatabaseThroughItsCompactedCopy) {
   baseVivante();
   auto f = form();
   f->LibelleEnCours = "Centre des impôts fonciers de Lille";
+  f->Interactif = true;
   f->Traitement();
   EXPECT_TRUE(f->Succes) << read(kJournal);
+  ASSERT_EQ(boxes.shown().size(), 1u);
+  EXPECT_EQ(boxes.shown()[0].text, "Installation de la base Centre des impôts fonciers de Lille terminée avec succès");
+  EXPECT_EQ(boxes.shown()[0].style, ui::vbOKOnly);
+  EXPECT_EQ(boxes.shown()[0].title, "QUELIS - mise à jour 4.4.0");
   EXPECT_EQ(read(kJournal),
             lines(EnTete("Centre des impôts fonciers de Lille") + kEtapesMiseAJour +
                   Lines{" - Nombre d'enregistrements traités / nombre total de fiches : 7 sur 24",
