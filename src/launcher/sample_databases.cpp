@@ -234,9 +234,17 @@ void CreeBase(dao::DBEngine& moteur, const std::string& chemin, const std::vecto
   } catch (const jet::Error& e) {
     throw platform::fromJet(e);
   }
-  dao::Database bd = moteur.OpenDatabase(chemin, true);
-  remplissage(bd);
-  bd.Close();
+  // One transaction for all the rows: written to the file once, at the commit.
+  moteur.BeginTrans();
+  try {
+    dao::Database bd = moteur.OpenDatabase(chemin, true);
+    remplissage(bd);
+    moteur.CommitTrans();
+    bd.Close();
+  } catch (...) {
+    moteur.Rollback();
+    throw;
+  }
 }
 
 }  // namespace
