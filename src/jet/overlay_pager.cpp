@@ -70,8 +70,14 @@ void OverlayPager::commit() {
   if (!outer.pages.empty()) {
     // On failure the level stays open: the caller may roll it back.
     if (sink_) sink_->write_pages(page_size(), outer.pages);
-    // Kept as well with a sink: the base pager caches pages and knows only the old length.
-    for (auto& [number, bytes] : outer.pages) committed_[number] = bytes;
+    std::vector<PageNumber> written;
+    for (const auto& entry : outer.pages) written.push_back(entry.first);
+    if (sink_ && base_.refresh(written)) {
+      // The base reads them from the file again: nothing to keep.
+      for (PageNumber number : written) committed_.erase(number);
+    } else {
+      for (auto& [number, bytes] : outer.pages) committed_[number] = bytes;
+    }
   }
   levels_.pop_back();
 }

@@ -61,6 +61,9 @@ class OverlayPager final : public Pager {
   int depth() const noexcept { return static_cast<int>(levels_.size()); }
   // Pages changed in the open levels (distinct numbers), for memory and tests.
   std::size_t dirty_pages() const;
+  // Committed pages served from memory: those a base pager cannot re-read (no sink, or a
+  // base that cannot follow the file). Zero over a database file.
+  std::size_t held_pages() const noexcept { return committed_.size(); }
 
  private:
   using Bytes = std::shared_ptr<const std::vector<std::uint8_t>>;
@@ -74,7 +77,7 @@ class OverlayPager final : public Pager {
   PageSink* sink_;
   std::shared_ptr<const std::string> name_;
   std::vector<Level> levels_;
-  // Committed pages, read in place of the base (whose cache and length are stale).
+  // Committed pages the base cannot serve, read in place of it.
   std::map<PageNumber, Bytes> committed_;
   PageNumber page_count_;
 };

@@ -154,6 +154,19 @@ Page FilePager::read(PageNumber number) {
   return page;
 }
 
+bool FilePager::refresh(const std::vector<PageNumber>& pages) {
+  for (PageNumber number : pages) {
+    if (auto it = cache_->where.find(number); it != cache_->where.end()) {
+      cache_->order.erase(it->second);
+      cache_->where.erase(it);
+    }
+  }
+  struct stat st {};
+  if (::fstat(fd_, &st) != 0) return false;
+  page_count_ = static_cast<PageNumber>(static_cast<std::uint64_t>(st.st_size) / page_size_);
+  return true;
+}
+
 std::vector<std::uint8_t> FilePager::read_prefix(const std::string& path, std::size_t length) {
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw_open_error(path, errno);

@@ -92,6 +92,14 @@ class Pager {
   virtual const std::string& file_name() const noexcept = 0;
   // Page `number`; throws 3049 when it lies beyond the end of the file.
   virtual Page read(PageNumber number) = 0;
+  // Told that `pages` were just written to the storage behind this pager (which may have
+  // grown): a pager that can follow drops what it cached of them, learns the new length and
+  // returns true; one that cannot (memory pagers) returns false and the writer keeps serving
+  // those pages itself.
+  virtual bool refresh(const std::vector<PageNumber>& pages) {
+    (void)pages;
+    return false;
+  }
 };
 
 enum class OpenMode {
@@ -117,6 +125,7 @@ class FilePager final : public Pager {
   PageNumber page_count() const noexcept override { return page_count_; }
   const std::string& file_name() const noexcept override { return *name_; }
   Page read(PageNumber number) override;
+  bool refresh(const std::vector<PageNumber>& pages) override;
 
   // Bytes [0, length) of the file, for the header probe before the page size is known.
   static std::vector<std::uint8_t> read_prefix(const std::string& path, std::size_t length);

@@ -1,0 +1,55 @@
+// After a commit the file pager reads the written pages from the file again (its cache and
+// length follow the file), so committed pages are not kept in memory by the overlay.
+#include <gtest/gtest.h>
+
+#include "jet/create_database.h"
+#include "jet/index_maintain_hook.h"
+#include "jet/transaction.h"
+#include "jet/writable_file.h"
+#include "jet_test_support.h"
+
+namespace {
+
+TEST(WritePagerRefresh, FilePagerForgetsWrittenPagesAndLearnsTheNewLength) {
+  jet_test::ScratchDir dir;
+  const std::string path = dir.write("p.bin", std::vector<std::uint8_t>(4096 * 3, 0x11));
+  jet::FilePager pager(path, 4096, jet::OpenMode::Shared);
+  EXPECT_EQ(pager.read(1).view().u8(0), 0x11);  // now cached
+  jet::FileSink sink(path);
+  std::map<jet::PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>> pages;
+  pages[1] = std::make_shared<const std::vector<std::uint8_t>>(4096, 0x22);
+  pages[4] = std::make_shared<const std::vector<std::uint8_t>>(4096, 0x44);
+  sink.write_pages(4096, pages);
+  EXPECT_EQ(pager.read(1).view().u8(0), 0x11);  // stale until told
+  EXPECT_TRUE(pager.refresh({1, 4}));
+  EXPECT_EQ(pager.read(1).view().u8(0), 0x22);
+  EXPECT_EQ(pager.page_count(), 5u);
+  EXPECT_EQ(pager.read(4).view().u8(100), 0x44);
+}
+
+TEST(WritePagerRefresh, CommittedPagesAreServedByTheFileNotKeptInMemory) {
+  jet_test::ScratchDir dir;
+  const std::string path = (dir.path() / "m.mdb").string();
+  auto db = jet::create_database(path);
+  jet::TableSpec spec;
+  spec.name = "T";
+  jet::ColumnSpec c;
+  c.name = "Texte";
+  c.size = 200;
+  spec.columns = {c};
+  spec.indexes = {{"Texte", {{"Texte", false}}, false, false, false, false}};
+  db->create_table(spec);
+  EXPECT_EQ(db->pager().held_pages(), 0u);
+  jet::TableIndexHook hook(db->allocator());
+  for (int round = 0; round < 3; ++round) {
+    jet::Transaction tx(db->pager());
+    auto writer = db->writer("T", &hook);
+    for (int i = 0; i < 200; ++i) writer.insert({jet::Value::text(std::string(150, static_cast<char>('a' + i % 26)))});
+    tx.commit();
+    EXPECT_EQ(db->pager().held_pages(), 0u);
+    EXPECT_EQ(db->table("T").count_rows(), 200u * static_cast<unsigned>(round + 1));
+  }
+  EXPECT_EQ(db->pager().page_count() * 4096u, jet_test::read_file(path).size());
+}
+
+}  // namespace
