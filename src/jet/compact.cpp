@@ -72,7 +72,7 @@ class Compactor {
 
     Transaction tx(destination_.pager());
     carry_catalog(source_rows, source_paths, tables);
-    report_.queries = copy_rows(source_, "MSysQueries", destination_, [&](const TableDef& def, Row& row) {
+    copy_rows(source_, "MSysQueries", destination_, [&](const TableDef& def, Row& row) {
       return map_object_id(def, row, "ObjectId");
     });
     std::vector<std::string> relationships;

@@ -327,13 +327,18 @@ void delete_query(WritableDatabase& db, const std::string& name) {
 
 void replace_query(WritableDatabase& db, const std::string& name, std::string_view sql) {
   const QueryDef def = query_def_of_sql(sql);
-  jet::Statement statement(db.pager());
-  if (const CatalogEntry* entry = find_query(db, name)) {
-    remove_query(db, *entry);
-    db.reload_catalog();
+  try {
+    jet::Statement statement(db.pager());
+    if (const CatalogEntry* entry = find_query(db, name)) {
+      remove_query(db, *entry);
+      db.reload_catalog();
+    }
+    add_query(db, name, def);
+    statement.commit();
+  } catch (...) {
+    db.reload_catalog();  // the removal was rolled back with the statement
+    throw;
   }
-  add_query(db, name, def);
-  statement.commit();
   db.reload_catalog();
 }
 
