@@ -6,7 +6,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -83,8 +85,9 @@ long peak_rss_kib() {
 
 }  // namespace
 
-int main() {
-  constexpr int kRows = 100000;
+int main(int argc, char** argv) {
+  // An optional argument gives another row count (quick runs in debug builds).
+  const int kRows = argc > 1 ? std::max(100, std::atoi(argv[1])) : 100000;
   const auto dir = std::filesystem::temp_directory_path() / ("jet_write_bench_" + std::to_string(getpid()));
   std::filesystem::create_directories(dir);
   const std::string path = (dir / "bench.mdb").string();
