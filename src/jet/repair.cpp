@@ -107,7 +107,8 @@ class Repairer {
       report_.actions.push_back("table « " + name + " » : page " + std::to_string(p) +
                                 " rendue à la table d'utilisation de la table");
     }
-    for (PageNumber p : Table(pager_, name, def).data_pages()) {
+    const Table table(pager_, name, def);
+    for (PageNumber p : table.data_pages()) {
       if (!free_.count(p)) continue;
       set_usage_bit(pager_, kGlobalUsageMap, p, false, false);
       free_.erase(p);

@@ -55,7 +55,8 @@ void change_row(const std::string& path, const std::string& table,
 
 std::size_t column(const std::string& path, const std::string& table, const std::string& name) {
   auto db = jet::Database::open(path);
-  const jet::ColumnDef* c = db->table(table).def().find_column(name);
+  const jet::TableDef def = db->table(table).def();
+  const jet::ColumnDef* c = def.find_column(name);
   EXPECT_NE(c, nullptr) << name;
   return c ? c->definition_order : 0;
 }
@@ -142,9 +143,11 @@ TEST(Diff, LongValuesAndAutonumbersAreCompared) {
   std::string auto_table;
   {
     auto w = jet::WritableDatabase::open(counter);
-    for (const auto& name : jet::Database::open(jet_test::fixture("testV2000.mdb"))->table_names())
-      for (const auto& c : w->table(name).def().columns)
+    for (const auto& name : jet::Database::open(jet_test::fixture("testV2000.mdb"))->table_names()) {
+      const jet::TableDef def = w->table(name).def();
+      for (const auto& c : def.columns)
         if (c.is_autonumber() && auto_table.empty()) auto_table = name;
+    }
     ASSERT_FALSE(auto_table.empty());
     jet::TableIndexHook hook(w->allocator());
     jet::Transaction tx(w->pager());
