@@ -250,3 +250,38 @@ TEST_F(DaoSchemaTest, AQueryReplacedAsTheUpdateStepsDoIsSavedWithItsNewText) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace platform::dao;
+
+TEST_F(DaoSchemaTest, RelationsAreAppendedAndDeletedAsTheUpdateStepsDo) {
+  {
+    Database db = open();
+    db.Relations().Delete("table3table1");
+    EXPECT_VB_ERROR(db.Relations("Table3Table1"), 3265);
+    EXPECT_VB_ERROR(db.Relations().Delete("Table3Table1"), 3265);
+    Relation r = db.CreateRelation();
+    r.SetAttributes(dbRelationUpdateCascade);
+    r.SetForeignTable("Table1");
+    r.SetName("Table3Table1Bis");
+    r.SetTable("Table3");
+    Field f = r.CreateField("id");
+    f.SetForeignName("otherfk2");
+    r.Fields().Append(f);
+    db.Relations().Refresh();
+    EXPECT_VB_ERROR(db.Relations().Append(db.CreateRelation("Vide", "Table3", "Table1")), 3366);
+    db.Relations().Append(r);
+    EXPECT_VB_ERROR(r.SetName("x"), 3219);  // saved now
+  }
+  Database db = open();
+  Relation saved = db.Relations("TABLE3TABLE1BIS");
+  EXPECT_EQ(saved.Table(), "Table3");
+  EXPECT_EQ(saved.ForeignTable(), "Table1");
+  EXPECT_EQ(saved.Attributes(), dbRelationUpdateCascade);
+  ASSERT_EQ(saved.Fields().Count(), 1);
+  EXPECT_EQ(saved.Fields()(0).ForeignName(), "otherfk2");
+  EXPECT_EQ(db.Relations().Count(), 4);
+}
+
+}  // namespace

@@ -25,6 +25,7 @@ const std::map<int, std::string_view>& texts() {
       {3270, "Propriété non trouvée."},
       {3283, "Une clé primaire existe déjà."},
       {3284, "L'index existe déjà."},
+      {3366, "Impossible d'ajouter une relation sans champ défini."},
       {3367, "Ajout impossible. Un objet portant ce nom existe déjà dans la collection."},
       {3420, "Objet invalide ou n'est plus défini."},
   };

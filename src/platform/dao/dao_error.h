@@ -26,6 +26,7 @@ inline constexpr int ItemNotFound = 3265;
 inline constexpr int PropertyNotFound = 3270;
 inline constexpr int PrimaryKeyExists = 3283;
 inline constexpr int IndexExists = 3284;
+inline constexpr int RelationWithoutFields = 3366;
 inline constexpr int NameExists = 3367;              // append: name already in the collection
 inline constexpr int InvalidObject = 3420;           // object closed or no longer set
 inline constexpr int ObjectExists = 3012;            // "L'objet '|' existe déjà."

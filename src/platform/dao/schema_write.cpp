@@ -3,6 +3,7 @@
 
 #include "jet/catalog_write.h"
 #include "jet/query_write.h"
+#include "jet/relationship_write.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"
@@ -69,7 +70,8 @@ void alterSavedField(FieldImpl& field, const FieldDef& changed) {
     jet::PropertyBlock& block = properties.column_block(now.name);
     if (changed.required) block.set("Required", jet::ColumnType::Boolean, jet::Value::boolean(true), jet::property_flags::Ddl);
     else block.remove("Required");
-    const jet::ColumnDef* column = db.tableDef(table.name).find_column(now.name);
+    const jet::TableDef definition = db.tableDef(table.name);
+    const jet::ColumnDef* column = definition.find_column(now.name);
     if (column && jet::is_textual(column->type))
       block.set("AllowZeroLength", jet::ColumnType::Boolean, jet::Value::boolean(changed.allowZeroLength),
                 jet::property_flags::Ddl);
@@ -118,8 +120,39 @@ void appendField(TableDefImpl&, const std::shared_ptr<FieldImpl>&) { notYet(); }
 void deleteField(TableDefImpl&, std::string_view) { notYet(); }
 void appendIndex(TableDefImpl&, const std::shared_ptr<IndexImpl>&) { notYet(); }
 void deleteIndex(TableDefImpl&, std::string_view) { notYet(); }
-void appendRelation(const std::shared_ptr<DatabaseImpl>&, RelationImpl&) { notYet(); }
-void deleteRelation(const std::shared_ptr<DatabaseImpl>&, std::string_view) { notYet(); }
+void appendRelation(const std::shared_ptr<DatabaseImpl>& db, RelationImpl& relation) {
+  db->checkWritable();
+  if (relation.saved()) throw daoError(dao_errors::NameExists);
+  if (relation.fields.empty()) throw daoError(dao_errors::RelationWithoutFields);
+  guarded([&] {
+    jet::RelationshipSpec spec;
+    spec.name = relation.name;
+    spec.table = relation.foreignTable;      // holds the foreign key
+    spec.referenced_table = relation.table;  // the primary side
+    for (const auto& f : relation.fields) {
+      spec.referenced_columns.push_back(f->def.name);
+      spec.columns.push_back(f->def.foreignName);
+    }
+    spec.attributes = static_cast<std::uint32_t>(relation.attributes);
+    jet::create_relationship(*db->writable, spec);
+    db->writable->reload_catalog();
+    db->schemaChanged();
+  });
+  relation.db = db;
+}
+
+void deleteRelation(const std::shared_ptr<DatabaseImpl>& db, std::string_view name) {
+  db->checkWritable();
+  guarded([&] {
+    std::string stored;
+    for (const jet::Relationship& r : db->catalog().relationships())
+      if (EqualsNoCase(r.name, name)) stored = r.name;
+    if (stored.empty()) throw daoError(dao_errors::ItemNotFound);
+    jet::delete_relationship(*db->writable, stored);
+    db->writable->reload_catalog();
+    db->schemaChanged();
+  });
+}
 namespace {
 
 // The saved query's type as QueryDef.Type gives it (the catalog row's flags).
