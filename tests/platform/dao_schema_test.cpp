@@ -285,3 +285,35 @@ TEST_F(DaoSchemaTest, RelationsAreAppendedAndDeletedAsTheUpdateStepsDo) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace platform::dao;
+
+TEST_F(DaoSchemaTest, IndexesAreDroppedAndCreatedOnATableHoldingRows) {
+  {
+    Database db = open();
+    TableDef table = db.TableDefs("Table3");
+    const std::string primary = table.Indexes("primarykey").Name();
+    table.Indexes().Delete(primary);
+    EXPECT_VB_ERROR(table.Indexes().Delete("PrimaryKey"), 3265);
+    Index index = table.CreateIndex("IdxDonnees");
+    index.SetPrimary(true);
+    index.Fields().Append(index.CreateField("data"));
+    index.Fields().Append(index.CreateField("id"));
+    table.Indexes().Append(index);
+    Index twice = table.CreateIndex("IdxDonnees");
+    twice.Fields().Append(twice.CreateField("id"));
+    EXPECT_VB_ERROR(table.Indexes().Append(twice), 3284);
+  }
+  Database db = open();
+  Index saved = db.TableDefs("Table3").Indexes("IDXDONNEES");
+  EXPECT_TRUE(saved.Primary());
+  ASSERT_EQ(saved.Fields().Count(), 2);
+  EXPECT_EQ(saved.Fields()(0).Name(), "data");
+  EXPECT_EQ(saved.Fields()(1).Name(), "id");
+  // The new primary key refuses a duplicate pair.
+  EXPECT_VB_ERROR(db.Execute("INSERT INTO Table3 (id, data) VALUES (10, 'bar10')", dbFailOnError), 3022);
+}
+
+}  // namespace

@@ -1,6 +1,7 @@
 // Changes to saved definitions, through the engine's data-definition services.
 #include <algorithm>
 
+#include "jet/alter_index.h"
 #include "jet/catalog_write.h"
 #include "jet/query_write.h"
 #include "jet/relationship_write.h"
@@ -118,8 +119,32 @@ void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
 void deleteTable(const std::shared_ptr<DatabaseImpl>&, std::string_view) { notYet(); }
 void appendField(TableDefImpl&, const std::shared_ptr<FieldImpl>&) { notYet(); }
 void deleteField(TableDefImpl&, std::string_view) { notYet(); }
-void appendIndex(TableDefImpl&, const std::shared_ptr<IndexImpl>&) { notYet(); }
-void deleteIndex(TableDefImpl&, std::string_view) { notYet(); }
+void appendIndex(TableDefImpl& table, const std::shared_ptr<IndexImpl>& index) {
+  DatabaseImpl& db = *table.db;
+  db.checkWritable();
+  if (index->saved()) throw daoError(dao_errors::IndexExists);
+  guarded([&] {
+    jet::create_index(*db.writable, table.name, indexSpecOf(*index));
+    db.writable->reload_catalog();
+    db.schemaChanged();
+  });
+  index->db = table.db;
+  index->table = table.name;
+}
+
+void deleteIndex(TableDefImpl& table, std::string_view name) {
+  DatabaseImpl& db = *table.db;
+  db.checkWritable();
+  guarded([&] {
+    std::string stored;
+    for (const jet::LogicalIndex& logical : db.tableDef(table.name).logical_indexes)
+      if (EqualsNoCase(logical.name, name)) stored = logical.name;
+    if (stored.empty()) throw daoError(dao_errors::ItemNotFound);
+    jet::drop_index(*db.writable, table.name, stored);
+    db.writable->reload_catalog();
+    db.schemaChanged();
+  });
+}
 void appendRelation(const std::shared_ptr<DatabaseImpl>& db, RelationImpl& relation) {
   db->checkWritable();
   if (relation.saved()) throw daoError(dao_errors::NameExists);
