@@ -162,6 +162,9 @@ TEST_F(SelectTest, ParametersAndUnknownNames) {
   EXPECT_NE(text.find("'id'"), std::string::npos) << text;
   EXPECT_EQ(db->exec().parameter_names("SELECT id FROM Table1 WHERE id = [a] OR data = b OR id = [A]"),
             (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(db->exec().parameter_names("PARAMETERS [which] Long; UPDATE Table1 SET data = [new data] "
+                                       "WHERE id = [which] AND otherfk1 = id"),
+            (std::vector<std::string>{"which", "new data"}));
 }
 
 // A comparison of an indexed column with a constant seeks the index; the rows must be those
@@ -189,6 +192,28 @@ TEST(SelectIndexSeek, FindsWhatAScanFinds) {
   EXPECT_EQ(text.q("SELECT row FROM TableUnique1_temp WHERE data = 'mor'"), (Lines{}));
   EXPECT_EQ(text.q("SELECT row FROM TableUnique1_temp WHERE row = 'ROW7' AND data LIKE 'another*'"),
             (Lines{"row7"}));
+}
+
+// A saved query named in FROM is read as a table: its rows, computed by its own SQL.
+TEST(SelectSavedQuery, ReadsASavedSelectAsATable) {
+  Scratch scratch;
+  Db db(scratch.copy("queryTestV2000.mdb"));
+  db.fill("Table1", {{T("foo"), T("b"), T("c")}, {T("buzz"), T("b2"), T("c2")}, {T("zzz"), T("q"), T("r")}});
+  db.fill("Table3", {{T("foo"), N(), T("k")}, {T("buzz"), N(), T("m")}});
+  db.fill("Table2", {{T("foo"), T("foo"), T("x")}, {T("buzz"), T("buzz"), T("y")}, {T("FOO"), T("foo"), T("z")}});
+  // SelectQuery: SELECT DISTINCT Table1.*, Table2.col1, Table2.col2, Table3.col3 FROM (Table1
+  // LEFT JOIN Table3 ON Table1.col1 = Table3.col1) INNER JOIN Table2 ON (Table3.col1 =
+  // Table2.col2) AND (Table3.col1 = Table2.col1) WHERE Table2.col2 is foo, buzz or bazz,
+  // ORDER BY Table2.col1. The two foo rows differ by case only: DISTINCT keeps one.
+  const auto rs = db.exec().select("SELECT * FROM SelectQuery");
+  EXPECT_EQ(lines(rs), (Lines{"buzz|b2|c2|buzz|buzz|m", "foo|b|c|foo|foo|k"}));
+  ASSERT_EQ(rs.columns().size(), 6u);
+  EXPECT_FALSE(rs.updatable());
+  // Columns of the same name in two tables are told apart by their table.
+  EXPECT_EQ(rs.columns()[0].name, "Table1.col1");
+  EXPECT_EQ(rs.columns()[3].name, "Table2.col1");
+  EXPECT_EQ(rs.columns()[5].name, "Table3.col3");
+  EXPECT_EQ(db.q("SELECT Count(*) FROM SelectQuery AS q WHERE q.[Table2.col1] > 'c'"), (Lines{"1"}));
 }
 
 TEST(SelectReadOnly, SelectsOnADatabaseOpenedForReadingAndRefusesChanges) {

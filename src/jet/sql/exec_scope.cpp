@@ -45,6 +45,7 @@ void Scope::add_sources(const TableRef& ref) {
     if (!select) throw;
     s.is_query = true;
     s.name = named.name;
+    mention_names(*select, run_.mentioned);  // its tables read the columns it names
     s.query_rows = run_select(run_, *select, nullptr);
     for (const auto& c : s.query_rows->columns()) {
       s.column_names.push_back(c.name);

@@ -99,13 +99,23 @@ ResultSet Executor::select(std::string_view sql, const Parameters& parameters) {
 
 std::vector<std::string> Executor::parameter_names(std::string_view sql) {
   const Statement st = parse_statement(sql);
-  detail::Run run = impl_->make_run(st, Parameters{});
+  const Parameters none;
+  detail::Run run = impl_->make_run(st, none);
   std::vector<std::string> names;
   for (const auto& d : st.parameters) names.push_back(d.name);
   try {
+    detail::Scope scope(run, nullptr);
     if (auto* s = std::get_if<Select>(&st.body)) {
-      detail::Scope scope(run, nullptr);
       scope.bind_select(*s);
+    } else if (auto* u = std::get_if<Update>(&st.body)) {
+      scope.add_sources(*u->target);
+      for (const auto& a : u->assignments) scope.bind_all(*a.value);
+      if (u->where) scope.bind_all(*u->where);
+    } else if (auto* d = std::get_if<Delete>(&st.body)) {
+      for (const auto& t : d->from) scope.add_sources(*t);
+      if (d->where) scope.bind_all(*d->where);
+    } else if (auto* i = std::get_if<Insert>(&st.body)) {
+      for (const auto& v : i->values) scope.bind_all(*v);
     }
   } catch (const jet::Error&) {
   }
