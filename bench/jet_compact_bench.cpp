@@ -52,28 +52,28 @@ fs::path generate(const fs::path& work, int rows) {
   const fs::path path = work / "generated.mdb";
   fs::remove(path);
   auto db = jet::create_database(path.string());
-  jet::TableSpec spec;
-  spec.name = "Dossiers";
+  jet::TableDesign design;
+  design.name = "Dossiers";
   auto column = [](const char* name, jet::ColumnType type) {
-    jet::ColumnSpec c;
+    jet::ColumnDesign c;
     c.name = name;
     c.type = type;
     return c;
   };
-  spec.columns = {column("Id", jet::ColumnType::Long), column("Reference", jet::ColumnType::Text),
+  design.columns = {column("Id", jet::ColumnType::Long), column("Reference", jet::ColumnType::Text),
                   column("Montant", jet::ColumnType::Double), column("Depot", jet::ColumnType::DateTime),
                   column("Note", jet::ColumnType::Memo)};
-  spec.columns[0].autonumber = true;
-  spec.columns[1].size = 50;
-  jet::IndexSpec primary;
+  design.columns[0].autonumber = true;
+  design.columns[1].size = 50;
+  jet::IndexDesign primary;
   primary.name = "PrimaryKey";
   primary.columns = {{"Id", false}};
   primary.primary = primary.unique = primary.required = true;
-  jet::IndexSpec reference;
+  jet::IndexDesign reference;
   reference.name = "Reference";
   reference.columns = {{"Reference", false}};
-  spec.indexes = {primary, reference};
-  db->create_table(spec);
+  design.indexes = {primary, reference};
+  db->create_table(design);
   // Indexes are built once the rows are in, as a bulk load would.
   struct Deferred final : jet::IndexHook {
     void check(const jet::TableDef&, const jet::Row*, const jet::Row*, std::optional<jet::RowId>) override {}

@@ -28,8 +28,8 @@ using jet::Value;
 
 double seconds_since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
-jet::ColumnSpec column(std::string name, ColumnType type, std::uint16_t size = 255) {
-  jet::ColumnSpec c;
+jet::ColumnDesign column(std::string name, ColumnType type, std::uint16_t size = 255) {
+  jet::ColumnDesign c;
   c.name = std::move(name);
   c.type = type;
   c.size = size;
@@ -37,23 +37,23 @@ jet::ColumnSpec column(std::string name, ColumnType type, std::uint16_t size = 2
   return c;
 }
 
-jet::TableSpec fiche() {
-  jet::TableSpec spec;
-  spec.name = "FICHE";
-  spec.columns = {column("DEPT", ColumnType::Text, 3), column("COMMUNE", ColumnType::Text, 3),
+jet::TableDesign fiche() {
+  jet::TableDesign design;
+  design.name = "FICHE";
+  design.columns = {column("DEPT", ColumnType::Text, 3), column("COMMUNE", ColumnType::Text, 3),
                   column("SECTION", ColumnType::Text, 2), column("NUMERO", ColumnType::Long)};
-  for (int i = 0; i < 8; ++i) spec.columns.push_back(column("LIB" + std::to_string(i), ColumnType::Text, 60));
-  for (int i = 0; i < 6; ++i) spec.columns.push_back(column("NB" + std::to_string(i), ColumnType::Long));
-  for (int i = 0; i < 4; ++i) spec.columns.push_back(column("DATE" + std::to_string(i), ColumnType::DateTime));
-  for (int i = 0; i < 3; ++i) spec.columns.push_back(column("MONTANT" + std::to_string(i), ColumnType::Currency));
-  for (int i = 0; i < 3; ++i) spec.columns.push_back(column("SURF" + std::to_string(i), ColumnType::Double));
-  for (int i = 0; i < 2; ++i) spec.columns.push_back(column("FLAG" + std::to_string(i), ColumnType::Boolean));
-  spec.columns.push_back(column("OBSERVATIONS", ColumnType::Memo));
-  spec.indexes = {{"PrimaryKey", {{"DEPT", false}, {"COMMUNE", false}, {"SECTION", false}, {"NUMERO", false}}, true, false, false, false},
+  for (int i = 0; i < 8; ++i) design.columns.push_back(column("LIB" + std::to_string(i), ColumnType::Text, 60));
+  for (int i = 0; i < 6; ++i) design.columns.push_back(column("NB" + std::to_string(i), ColumnType::Long));
+  for (int i = 0; i < 4; ++i) design.columns.push_back(column("DATE" + std::to_string(i), ColumnType::DateTime));
+  for (int i = 0; i < 3; ++i) design.columns.push_back(column("MONTANT" + std::to_string(i), ColumnType::Currency));
+  for (int i = 0; i < 3; ++i) design.columns.push_back(column("SURF" + std::to_string(i), ColumnType::Double));
+  for (int i = 0; i < 2; ++i) design.columns.push_back(column("FLAG" + std::to_string(i), ColumnType::Boolean));
+  design.columns.push_back(column("OBSERVATIONS", ColumnType::Memo));
+  design.indexes = {{"PrimaryKey", {{"DEPT", false}, {"COMMUNE", false}, {"SECTION", false}, {"NUMERO", false}}, true, false, false, false},
                   {"LIB0", {{"LIB0", false}}, false, false, false, false},
                   {"DATE0", {{"DATE0", true}}, false, false, false, false},
                   {"NB0", {{"NB0", false}, {"LIB1", false}}, false, false, true, false}};
-  return spec;
+  return design;
 }
 
 jet::Row row_for(const jet::TableDef& def, int n, int version) {

@@ -19,7 +19,7 @@ namespace {
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + why + ")");
 }
 
-std::uint8_t flags_of(const IndexSpec& s) {
+std::uint8_t flags_of(const IndexDesign& s) {
   std::uint8_t flags = 0;
   if (s.primary || s.unique) flags |= index_flags::Unique;
   if (s.ignore_nulls) flags |= index_flags::IgnoreNulls;
@@ -35,23 +35,23 @@ const CatalogEntry& table_entry(WritableDatabase& db, const std::string& table) 
 
 }  // namespace
 
-void create_index(WritableDatabase& db, const std::string& table, const IndexSpec& spec) {
+void create_index(WritableDatabase& db, const std::string& table, const IndexDesign& design) {
   const CatalogEntry& entry = table_entry(db, table);
   TableDef def = read_table_def(db.pager(), entry.table_page());
-  if (spec.name.empty()) throw Error(ErrorCode::InvalidName, spec.name);
+  if (design.name.empty()) throw Error(ErrorCode::InvalidName, design.name);
   for (const LogicalIndex& li : def.logical_indexes) {
-    if (same_name(li.name, spec.name)) throw Error(ErrorCode::IndexExists, spec.name);
-    if (spec.primary && li.kind == IndexKind::Primary) throw Error(ErrorCode::PrimaryKeyExists);
+    if (same_name(li.name, design.name)) throw Error(ErrorCode::IndexExists, design.name);
+    if (design.primary && li.kind == IndexKind::Primary) throw Error(ErrorCode::PrimaryKeyExists);
   }
-  if (spec.columns.empty() || spec.columns.size() > 10) refuse("colonnes de l'index");
+  if (design.columns.empty() || design.columns.size() > 10) refuse("colonnes de l'index");
   IndexDef wanted;
-  for (const IndexColumnSpec& c : spec.columns) {
+  for (const IndexColumnDesign& c : design.columns) {
     const ColumnDef* column = def.find_column(c.column);
     if (!column) throw Error(ErrorCode::ItemNotFound, table + "." + c.column);
     if (is_long_value(column->type)) refuse("colonne Mémo ou OLE dans un index");
     wanted.columns.push_back({column->number, !c.descending});
   }
-  wanted.flags = flags_of(spec);
+  wanted.flags = flags_of(design);
 
   jet::Statement statement(db.pager());
   auto same = std::find_if(def.indexes.begin(), def.indexes.end(), [&](const IndexDef& r) {
@@ -76,10 +76,10 @@ void create_index(WritableDatabase& db, const std::string& table, const IndexSpe
     build = true;
   }
   LogicalIndex logical;
-  logical.name = spec.name;
+  logical.name = design.name;
   logical.number = static_cast<std::uint32_t>(def.logical_indexes.size());
   logical.real_index = real;
-  logical.kind = spec.primary ? IndexKind::Primary : IndexKind::Normal;
+  logical.kind = design.primary ? IndexKind::Primary : IndexKind::Normal;
   def.logical_indexes.push_back(logical);
   write_table_def(db.pager(), db.allocator(), def);
   if (build) {

@@ -15,12 +15,12 @@
 
 #include <string>
 
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "jet/writable_database.h"
 
 namespace jet {
 
-void create_index(WritableDatabase& db, const std::string& table, const IndexSpec& index);
+void create_index(WritableDatabase& db, const std::string& table, const IndexDesign& index);
 void drop_index(WritableDatabase& db, const std::string& table, const std::string& index);
 
 }  // namespace jet

@@ -17,7 +17,7 @@ namespace jet::compact_detail {
 bool engine_table(std::string_view name);
 
 // A carried table: where it went and the placeholder names its foreign-key indexes were
-// created under (a foreign-key name such as ".rC" is not a name a table spec may use).
+// created under (a foreign-key name such as ".rC" is not a name a table design may use).
 struct CarriedTable {
   std::string name;
   PageNumber source_page = 0;

@@ -7,7 +7,7 @@
 #include "jet/compact_internal.h"
 #include "jet/error.h"
 #include "jet/names.h"
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "jet/table_writer.h"
 #include "jet/tdef_encode.h"
 #include "jet/transaction.h"
@@ -113,12 +113,12 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
                          CompactReport& report) {
   const Table table = source.table(entry.name);
   const TableDef& def = table.def();
-  TableSpec spec = spec_of(entry.name, def, entry.property_set());
-  // Access's own tables hold columns a table spec may not state: long binaries of a type
+  TableDesign design = design_of(entry.name, def, entry.property_set());
+  // Access's own tables hold columns a table design may not state: long binaries of a type
   // code of their own (MSysAccessObjects.Data, 3992 bytes). They are created as binaries of
   // the largest stated size, filled, then given their stored type and size back.
   std::map<std::string, std::pair<ColumnType, std::uint16_t>> restated;
-  for (ColumnSpec& c : spec.columns) {
+  for (ColumnDesign& c : design.columns) {
     const ColumnDef* column = def.find_column(c.name);
     const bool binary_like = c.type == ColumnType::Binary || static_cast<std::uint8_t>(c.type) == 0x11;
     if (column && binary_like && (c.type != ColumnType::Binary || column->length > 255)) {
@@ -136,7 +136,7 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
     if (logical.kind != IndexKind::ForeignKey) continue;
     const IndexDef* real = def.real_index(logical.real_index);
     if (!real) cannot_carry(source.path(), "index « " + logical.name + " » sans index physique");
-    IndexSpec index;
+    IndexDesign index;
     index.name = kPlaceholder + std::to_string(carried.foreign_keys.size());
     index.unique = real->unique();
     index.ignore_nulls = real->ignore_nulls();
@@ -147,11 +147,11 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
       index.columns.push_back({c->name, !ic.ascending});
     }
     carried.foreign_keys[index.name] = logical.name;
-    spec.indexes.push_back(std::move(index));
+    design.indexes.push_back(std::move(index));
   }
 
   Transaction tx(destination.pager());
-  carried.page = destination.create_table(spec);
+  carried.page = destination.create_table(design);
   restate_columns(destination, carried.page, def, restated, true);
   report.rows += copy_rows(source, entry.name, destination);
   restate_columns(destination, carried.page, def, restated, false);

@@ -19,7 +19,7 @@ namespace {
 // An inline usage map: kind byte, first page covered, then one bit per page (512 pages).
 constexpr std::size_t kInlineMapSize = 1 + 4 + 64;
 
-std::uint16_t stored_length(const ColumnSpec& c) {
+std::uint16_t stored_length(const ColumnDesign& c) {
   switch (c.type) {
     case ColumnType::Text: return static_cast<std::uint16_t>(c.size * 2);
     case ColumnType::Binary: return c.size;
@@ -37,7 +37,7 @@ bool fixed_type(ColumnType type) {
   return type != ColumnType::Text && type != ColumnType::Binary && !is_long_value(type);
 }
 
-std::uint8_t real_flags(const IndexSpec& s) {
+std::uint8_t real_flags(const IndexDesign& s) {
   std::uint8_t flags = 0;
   if (s.primary || s.unique) flags |= index_flags::Unique;
   if (s.ignore_nulls) flags |= index_flags::IgnoreNulls;
@@ -47,13 +47,13 @@ std::uint8_t real_flags(const IndexSpec& s) {
 
 }  // namespace
 
-TableDef table_def_of(const TableSpec& spec, std::uint16_t sort_order) {
-  validate(spec);
+TableDef table_def_of(const TableDesign& design, std::uint16_t sort_order) {
+  validate(design);
   TableDef def;
   std::uint16_t variable = 0;
   std::uint16_t fixed_offset = 0;
-  for (std::size_t i = 0; i < spec.columns.size(); ++i) {
-    const ColumnSpec& s = spec.columns[i];
+  for (std::size_t i = 0; i < design.columns.size(); ++i) {
+    const ColumnDesign& s = design.columns[i];
     ColumnDef c;
     c.name = s.name;
     c.type = s.type;
@@ -86,10 +86,10 @@ TableDef table_def_of(const TableSpec& spec, std::uint16_t sort_order) {
   def.max_columns = static_cast<std::uint16_t>(def.columns.size());
   def.variable_columns = variable;
 
-  for (std::size_t i = 0; i < spec.indexes.size(); ++i) {
-    const IndexSpec& s = spec.indexes[i];
+  for (std::size_t i = 0; i < design.indexes.size(); ++i) {
+    const IndexDesign& s = design.indexes[i];
     IndexDef real;
-    for (const IndexColumnSpec& ic : s.columns)
+    for (const IndexColumnDesign& ic : s.columns)
       real.columns.push_back({def.find_column(ic.column)->number, !ic.descending});
     real.flags = real_flags(s);
     auto same = std::find_if(def.indexes.begin(), def.indexes.end(), [&](const IndexDef& r) {
@@ -116,10 +116,10 @@ TableDef table_def_of(const TableSpec& spec, std::uint16_t sort_order) {
   return def;
 }
 
-PropertySet properties_of(const TableSpec& spec) {
+PropertySet properties_of(const TableDesign& design) {
   PropertySet set;
-  for (const auto& [name, value] : spec.properties) set.object_block().set(name, value);
-  for (const ColumnSpec& c : spec.columns) {
+  for (const auto& [name, value] : design.properties) set.object_block().set(name, value);
+  for (const ColumnDesign& c : design.columns) {
     std::vector<std::pair<std::string, std::pair<Value, std::uint8_t>>> values;
     if (c.default_value) values.push_back({"DefaultValue", {Value::text(*c.default_value), property_flags::Ddl}});
     if (c.required) values.push_back({"Required", {Value::boolean(true), property_flags::Ddl}});
@@ -187,10 +187,10 @@ void lay_out_table(OverlayPager& pager, PageAllocator& allocator, UsageMapPages&
   write_table_def(pager, allocator, def);
 }
 
-PageNumber WritableDatabase::create_table(const TableSpec& spec) {
-  TableDef def = table_def_of(spec, static_cast<std::uint16_t>(header().sort_order ? header().sort_order : 0x0409));
+PageNumber WritableDatabase::create_table(const TableDesign& design) {
+  TableDef def = table_def_of(design, static_cast<std::uint16_t>(header().sort_order ? header().sort_order : 0x0409));
   for (const CatalogEntry& e : catalog_->entries())
-    if (e.parent_id == object_ids::Tables && same_name(e.name, spec.name)) throw Error(ErrorCode::TableExists, spec.name);
+    if (e.parent_id == object_ids::Tables && same_name(e.name, design.name)) throw Error(ErrorCode::TableExists, design.name);
   Statement statement(*overlay_);
   def.page = allocator_->allocate(std::vector<std::uint8_t>(overlay_->page_size(), 0));
   UsageMapPages maps(*overlay_, *allocator_);
@@ -200,9 +200,9 @@ PageNumber WritableDatabase::create_table(const TableSpec& spec) {
   ObjectRow row;
   row.id = static_cast<std::int32_t>(def.page);
   row.parent_id = object_ids::Tables;
-  row.name = spec.name;
+  row.name = design.name;
   row.type = static_cast<std::int16_t>(ObjectType::Table);
-  row.properties = encode_properties(properties_of(spec));
+  row.properties = encode_properties(properties_of(design));
   catalog.add(row);
   catalog.add_access(row.id, default_access(ObjectType::Table));
   statement.commit();

@@ -1,6 +1,6 @@
 // Building blocks of table creation, shared by create_table and create_database.
 //
-// table_def_of turns a spec into a definition without storage: columns numbered in spec
+// table_def_of turns a design into a definition without storage: columns numbered in design
 // order (fixed data offsets, variable slots), real indexes (shared by logical indexes with
 // the same columns and rules, as Access does), logical indexes.
 // UsageMapPages hands out usage-map rows on data pages kept for them.
@@ -15,15 +15,15 @@
 #include "jet/page_allocator.h"
 #include "jet/properties.h"
 #include "jet/table_def.h"
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 
 namespace jet {
 
-TableDef table_def_of(const TableSpec& spec, std::uint16_t sort_order = 0x0409);
+TableDef table_def_of(const TableDesign& design, std::uint16_t sort_order = 0x0409);
 
-// The property blob content of a spec: table properties, then one block per column with
+// The property blob content of a design: table properties, then one block per column with
 // DefaultValue, Required, AllowZeroLength, Description and the others.
-PropertySet properties_of(const TableSpec& spec);
+PropertySet properties_of(const TableDesign& design);
 
 class UsageMapPages {
  public:

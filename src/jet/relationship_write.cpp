@@ -58,18 +58,18 @@ void set(const TableDef& def, Row& row, std::string_view column, Value value) {
   row[c->definition_order] = std::move(value);
 }
 
-void add_foreign_keys(WritableDatabase& db, const RelationshipSpec& spec, PageNumber from_page, PageNumber to_page) {
+void add_foreign_keys(WritableDatabase& db, const RelationshipDesign& design, PageNumber from_page, PageNumber to_page) {
   if (from_page == to_page) refuse("relation d'une table avec elle-même");
   TableDef from = read_table_def(db.pager(), from_page);
   TableDef to = read_table_def(db.pager(), to_page);
-  const auto from_columns = column_numbers(from, spec.table, spec.columns);
-  const auto to_columns = column_numbers(to, spec.referenced_table, spec.referenced_columns);
+  const auto from_columns = column_numbers(from, design.table, design.columns);
+  const auto to_columns = column_numbers(to, design.referenced_table, design.referenced_columns);
   for (std::size_t i = 0; i < from_columns.size(); ++i)
     if (from.column_by_number(from_columns[i])->type != to.column_by_number(to_columns[i])->type)
       refuse("colonnes de types différents");
   auto unique = std::find_if(to.indexes.begin(), to.indexes.end(),
                              [&](const IndexDef& r) { return r.unique() && same_columns(r, to_columns); });
-  if (unique == to.indexes.end()) refuse("aucun index unique sur les colonnes référencées de " + spec.referenced_table);
+  if (unique == to.indexes.end()) refuse("aucun index unique sur les colonnes référencées de " + design.referenced_table);
 
   bool build = false;
   auto own = std::find_if(from.indexes.begin(), from.indexes.end(),
@@ -82,11 +82,11 @@ void add_foreign_keys(WritableDatabase& db, const RelationshipSpec& spec, PageNu
     real = from.indexes.back().number;
     build = true;
   }
-  const bool cascade_updates = spec.attributes & relationship_attributes::CascadeUpdates;
-  const bool cascade_deletes = spec.attributes & relationship_attributes::CascadeDeletes;
+  const bool cascade_updates = design.attributes & relationship_attributes::CascadeUpdates;
+  const bool cascade_deletes = design.attributes & relationship_attributes::CascadeDeletes;
 
   LogicalIndex key;
-  key.name = spec.name;
+  key.name = design.name;
   key.number = static_cast<std::uint32_t>(from.logical_indexes.size());
   key.real_index = real;
   key.kind = IndexKind::ForeignKey;
@@ -116,7 +116,7 @@ void add_foreign_keys(WritableDatabase& db, const RelationshipSpec& spec, PageNu
   write_table_def(db.pager(), db.allocator(), from);
   write_table_def(db.pager(), db.allocator(), to);
   if (build) {
-    const Table table(db.pager(), spec.table, read_table_def(db.pager(), from_page));
+    const Table table(db.pager(), design.table, read_table_def(db.pager(), from_page));
     OverlayIndexPageStore store(db.allocator());
     rebuild_index(store, table, *table.def().real_index(real));
   }
@@ -124,34 +124,34 @@ void add_foreign_keys(WritableDatabase& db, const RelationshipSpec& spec, PageNu
 
 }  // namespace
 
-void create_relationship(WritableDatabase& db, const RelationshipSpec& spec) {
-  if (spec.columns.empty() || spec.columns.size() > 10 || spec.columns.size() != spec.referenced_columns.size())
+void create_relationship(WritableDatabase& db, const RelationshipDesign& design) {
+  if (design.columns.empty() || design.columns.size() > 10 || design.columns.size() != design.referenced_columns.size())
     refuse("colonnes de la relation");
   for (const auto& r : db.catalog().relationships())
-    if (same_name(r.name, spec.name)) throw Error(ErrorCode::ObjectExists, spec.name);
-  if (db.catalog().find_object(spec.name, kRelationshipType)) throw Error(ErrorCode::ObjectExists, spec.name);
-  const CatalogEntry* from = db.catalog().find_table(spec.table);
-  if (!from) throw Error(ErrorCode::TableNotFound, spec.table);
-  const CatalogEntry* to = db.catalog().find_table(spec.referenced_table);
-  if (!to) throw Error(ErrorCode::TableNotFound, spec.referenced_table);
-  column_numbers(read_table_def(db.pager(), from->table_page()), spec.table, spec.columns);
-  column_numbers(read_table_def(db.pager(), to->table_page()), spec.referenced_table, spec.referenced_columns);
+    if (same_name(r.name, design.name)) throw Error(ErrorCode::ObjectExists, design.name);
+  if (db.catalog().find_object(design.name, kRelationshipType)) throw Error(ErrorCode::ObjectExists, design.name);
+  const CatalogEntry* from = db.catalog().find_table(design.table);
+  if (!from) throw Error(ErrorCode::TableNotFound, design.table);
+  const CatalogEntry* to = db.catalog().find_table(design.referenced_table);
+  if (!to) throw Error(ErrorCode::TableNotFound, design.referenced_table);
+  column_numbers(read_table_def(db.pager(), from->table_page()), design.table, design.columns);
+  column_numbers(read_table_def(db.pager(), to->table_page()), design.referenced_table, design.referenced_columns);
 
   jet::Statement statement(db.pager());
   {
     TableIndexHook hook(db.allocator());
     TableWriter writer = relationships_writer(db, hook);
     const TableDef def = writer.definition();
-    for (std::size_t i = 0; i < spec.columns.size(); ++i) {
+    for (std::size_t i = 0; i < design.columns.size(); ++i) {
       Row row(def.columns.size(), Value::null());
-      set(def, row, "szRelationship", Value::text(spec.name));
-      set(def, row, "grbit", Value::long_(static_cast<std::int32_t>(spec.attributes)));
-      set(def, row, "ccolumn", Value::long_(static_cast<std::int32_t>(spec.columns.size())));
+      set(def, row, "szRelationship", Value::text(design.name));
+      set(def, row, "grbit", Value::long_(static_cast<std::int32_t>(design.attributes)));
+      set(def, row, "ccolumn", Value::long_(static_cast<std::int32_t>(design.columns.size())));
       set(def, row, "icolumn", Value::long_(static_cast<std::int32_t>(i)));
       set(def, row, "szObject", Value::text(from->name));
-      set(def, row, "szColumn", Value::text(spec.columns[i]));
+      set(def, row, "szColumn", Value::text(design.columns[i]));
       set(def, row, "szReferencedObject", Value::text(to->name));
-      set(def, row, "szReferencedColumn", Value::text(spec.referenced_columns[i]));
+      set(def, row, "szReferencedColumn", Value::text(design.referenced_columns[i]));
       writer.insert(row);
     }
   }
@@ -159,11 +159,11 @@ void create_relationship(WritableDatabase& db, const RelationshipSpec& spec) {
   ObjectRow object;
   object.id = catalog.next_object_id();
   object.parent_id = object_ids::Relationships;
-  object.name = spec.name;
+  object.name = design.name;
   object.type = kRelationshipType;
   catalog.add(object);
-  if (!(spec.attributes & relationship_attributes::NoIntegrity))
-    add_foreign_keys(db, spec, from->table_page(), to->table_page());
+  if (!(design.attributes & relationship_attributes::NoIntegrity))
+    add_foreign_keys(db, design, from->table_page(), to->table_page());
   statement.commit();
   db.reload_catalog();
 }

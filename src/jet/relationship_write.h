@@ -24,7 +24,7 @@ inline constexpr std::uint32_t CascadeUpdates = 256;
 inline constexpr std::uint32_t CascadeDeletes = 4096;
 }  // namespace relationship_attributes
 
-struct RelationshipSpec {
+struct RelationshipDesign {
   std::string name;
   std::string table;                  // holds the foreign key
   std::string referenced_table;
@@ -35,7 +35,7 @@ struct RelationshipSpec {
 
 // 3012 name in use, 3078 missing table, 3265 missing column, 3251 when the columns do not
 // pair up or, for enforced integrity, the referenced columns have no unique index.
-void create_relationship(WritableDatabase& db, const RelationshipSpec& spec);
+void create_relationship(WritableDatabase& db, const RelationshipDesign& design);
 
 // Removes the rows, the catalog row and the foreign-key indexes (the index made for the
 // relationship goes too when nothing else uses it); 3265 when there is none.

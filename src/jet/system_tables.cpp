@@ -14,17 +14,17 @@ constexpr std::uint8_t kSystemBinary = 0x20;
 // System binary columns hold up to 510 bytes.
 constexpr std::uint16_t kSystemBinaryLength = 510;
 
-ColumnSpec col(const char* name, ColumnType type) {
-  ColumnSpec c;
+ColumnDesign col(const char* name, ColumnType type) {
+  ColumnDesign c;
   c.name = name;
   c.type = type;
   c.compressed_unicode = false;
   return c;
 }
 
-IndexSpec index(const char* name, std::vector<const char*> columns, bool primary, bool unique, bool ignore_nulls,
+IndexDesign index(const char* name, std::vector<const char*> columns, bool primary, bool unique, bool ignore_nulls,
                 bool required = false) {
-  IndexSpec s;
+  IndexDesign s;
   s.name = name;
   for (const char* c : columns) s.columns.push_back({c, false});
   s.primary = primary;
@@ -34,8 +34,8 @@ IndexSpec index(const char* name, std::vector<const char*> columns, bool primary
   return s;
 }
 
-TableDef system_def(const TableSpec& spec, std::uint16_t sort_order) {
-  TableDef def = table_def_of(spec, sort_order);
+TableDef system_def(const TableDesign& design, std::uint16_t sort_order) {
+  TableDef def = table_def_of(design, sort_order);
   def.system = true;
   for (ColumnDef& c : def.columns) {
     c.flags |= kSystemColumn;
@@ -59,7 +59,7 @@ TableDef system_def(const TableSpec& spec, std::uint16_t sort_order) {
 std::vector<SystemTable> system_tables(std::uint16_t sort_order) {
   std::vector<SystemTable> out;
 
-  TableSpec objects;
+  TableDesign objects;
   objects.name = "MSysObjects";
   objects.columns = {col("Id", ColumnType::Long),         col("ParentId", ColumnType::Long),
                      col("Name", ColumnType::Text),       col("Type", ColumnType::Integer),
@@ -76,14 +76,14 @@ std::vector<SystemTable> system_tables(std::uint16_t sort_order) {
   // Access keeps the identifier index unique without making it required.
   for (IndexDef& real : out.back().def.indexes) real.flags &= static_cast<std::uint8_t>(~index_flags::Required);
 
-  TableSpec aces;
+  TableDesign aces;
   aces.name = "MSysACEs";
   aces.columns = {col("ObjectId", ColumnType::Long), col("SID", ColumnType::Binary), col("ACM", ColumnType::Long),
                   col("FInheritable", ColumnType::Boolean)};
   aces.indexes = {index("ObjectId", {"ObjectId"}, false, false, false, true)};
   out.push_back({"MSysACEs", system_def(aces, sort_order)});
 
-  TableSpec queries;
+  TableDesign queries;
   queries.name = "MSysQueries";
   queries.columns = {col("ObjectId", ColumnType::Long), col("Attribute", ColumnType::Byte),
                      col("Order", ColumnType::Binary),  col("Name1", ColumnType::Text),
@@ -93,7 +93,7 @@ std::vector<SystemTable> system_tables(std::uint16_t sort_order) {
   out.push_back({"MSysQueries", system_def(queries, sort_order)});
   for (IndexDef& real : out.back().def.indexes) real.flags &= static_cast<std::uint8_t>(~index_flags::Required);
 
-  TableSpec relationships;
+  TableDesign relationships;
   relationships.name = "MSysRelationships";
   relationships.columns = {col("szRelationship", ColumnType::Text), col("grbit", ColumnType::Long),
                            col("ccolumn", ColumnType::Long),        col("icolumn", ColumnType::Long),

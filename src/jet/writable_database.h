@@ -13,7 +13,7 @@
 #include "jet/database.h"
 #include "jet/overlay_pager.h"
 #include "jet/page_allocator.h"
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "jet/table_writer.h"
 #include "jet/writable_file.h"
 
@@ -37,10 +37,10 @@ class WritableDatabase {
   TableWriter writer(std::string_view name, IndexHook* hook = nullptr);
 
   // Creates an empty table: definition, usage maps, empty index trees, its MSysObjects row
-  // with the properties of the spec and its access-control rows, all in one statement.
+  // with the properties of the design and its access-control rows, all in one statement.
   // 3010 when a table or query of that name exists; validation errors as validate().
   // Returns the definition page (the table's object id).
-  PageNumber create_table(const TableSpec& spec);
+  PageNumber create_table(const TableDesign& design);
 
   // Reads the catalog again through the overlay (after changes made with CatalogWriter).
   void reload_catalog();

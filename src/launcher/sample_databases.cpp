@@ -5,7 +5,7 @@
 
 #include "jet/create_database.h"
 #include "jet/error.h"
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "jet/sql/datetime.h"
 #include "platform/dao/dao.h"
 #include "platform/error.h"
@@ -57,30 +57,30 @@ jet::ColumnType TypeJet(int type) {
   }
 }
 
-jet::TableSpec Table(const char* nom, const std::vector<Colonne>& colonnes) {
-  jet::TableSpec spec;
-  spec.name = nom;
+jet::TableDesign Table(const char* nom, const std::vector<Colonne>& colonnes) {
+  jet::TableDesign design;
+  design.name = nom;
   for (const Colonne& c : colonnes) {
-    jet::ColumnSpec colonne;
+    jet::ColumnDesign colonne;
     colonne.name = c.nom;
     colonne.type = TypeJet(c.type);
     if (c.taille > 0) colonne.size = static_cast<std::uint16_t>(c.taille);
     colonne.allow_zero_length = colonne.type == jet::ColumnType::Text || colonne.type == jet::ColumnType::Memo;
-    spec.columns.push_back(std::move(colonne));
+    design.columns.push_back(std::move(colonne));
   }
-  return spec;
+  return design;
 }
 
-void AjouteIndex(jet::TableSpec& table, const char* nom, std::initializer_list<const char*> champs, bool primaire) {
-  jet::IndexSpec index;
+void AjouteIndex(jet::TableDesign& table, const char* nom, std::initializer_list<const char*> champs, bool primaire) {
+  jet::IndexDesign index;
   index.name = nom;
   index.primary = primaire;
   for (const char* champ : champs) index.columns.push_back({champ, false});
   table.indexes.push_back(std::move(index));
 }
 
-jet::TableSpec TableFiche() {
-  jet::TableSpec fiche = Table("FICHE", ColonnesFiche());
+jet::TableDesign TableFiche() {
+  jet::TableDesign fiche = Table("FICHE", ColonnesFiche());
   AjouteIndex(fiche, "PrimaryKey", {"NUFICHE", "COPERAUT", "NUPERMIS", "COCNE"}, true);
   AjouteIndex(fiche, "COFICCOM", {"COFICCOM"}, false);
   AjouteIndex(fiche, "DAFICDEP", {"DAFICDEP"}, false);
@@ -88,10 +88,10 @@ jet::TableSpec TableFiche() {
   return fiche;
 }
 
-jet::TableSpec TableVersion() { return Table("VERSION", {{"livers", dao::dbText, 20}, {"liverslexe", dao::dbText, 20}}); }
+jet::TableDesign TableVersion() { return Table("VERSION", {{"livers", dao::dbText, 20}, {"liverslexe", dao::dbText, 20}}); }
 
-jet::TableSpec TableCdif() {
-  jet::TableSpec cdif = Table("CDIF", {{"cocdidep", dao::dbText, 3},
+jet::TableDesign TableCdif() {
+  jet::TableDesign cdif = Table("CDIF", {{"cocdidep", dao::dbText, 3},
                                        {"cocdidir", dao::dbText, 2},
                                        {"cocdif", dao::dbText, 2},
                                        {"cocditype", dao::dbText, 1},
@@ -223,14 +223,14 @@ void RemplitCdif(dao::Database& bd, const SiteEchantillon& site) {
 
 // Creates the file with its tables, then fills them through the object model.
 template <class Remplissage>
-void CreeBase(dao::DBEngine& moteur, const std::string& chemin, const std::vector<jet::TableSpec>& tables,
+void CreeBase(dao::DBEngine& moteur, const std::string& chemin, const std::vector<jet::TableDesign>& tables,
               Remplissage&& remplissage) {
   const platform::ResolvedPath lieu = moteur.workstation().resolveOnDrive(chemin);
   jet::CreateOptions options;
   options.created = jet::sql::date_serial(2013, 1, 18);
   try {
     auto nouvelle = jet::create_database(lieu.local.string(), options);
-    for (const jet::TableSpec& table : tables) nouvelle->create_table(table);
+    for (const jet::TableDesign& table : tables) nouvelle->create_table(table);
   } catch (const jet::Error& e) {
     throw platform::fromJet(e);
   }

@@ -36,8 +36,8 @@ std::vector<std::string> verify(const std::string& path) {
   return jet::verify_database(*db, jet::verify_index);
 }
 
-jet::IndexSpec index(const std::string& name, std::vector<std::string> columns, bool unique = false) {
-  jet::IndexSpec s;
+jet::IndexDesign index(const std::string& name, std::vector<std::string> columns, bool unique = false) {
+  jet::IndexDesign s;
   s.name = name;
   for (auto& c : columns) s.columns.push_back({c, false});
   s.unique = unique;
@@ -100,7 +100,7 @@ TEST(AlterIndex, PrimaryKeysCanBeDroppedAndMadeAgain) {
   EXPECT_NE(lines[0].find("PrimaryKey"), std::string::npos);
   {
     auto db = jet::WritableDatabase::open(copy);
-    jet::IndexSpec primary = index("PrimaryKey", {"id"});
+    jet::IndexDesign primary = index("PrimaryKey", {"id"});
     primary.primary = true;
     jet::create_index(*db, "Table3", primary);
     EXPECT_EQ(error_of([&] { jet::create_index(*db, "Table3", primary); }), 3284);

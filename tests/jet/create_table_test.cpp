@@ -1,4 +1,4 @@
-// Tables created from a spec: what mdbtools and the engine read back (columns, types, sizes,
+// Tables created from a design: what mdbtools and the engine read back (columns, types, sizes,
 // indexes, properties), rows written through the index-maintaining writer, refusals.
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include "jet/index_row_key.h"
 #include "jet/index_maintain_hook.h"
 #include "jet/index_verify.h"
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "jet/transaction.h"
 #include "jet/verify.h"
 #include "jet_test_support.h"
@@ -38,18 +38,18 @@ std::string mdb(const std::string& command, const std::string& path, const std::
   return out;
 }
 
-jet::ColumnSpec column(const char* name, ColumnType type, std::uint16_t size = 255) {
-  jet::ColumnSpec c;
+jet::ColumnDesign column(const char* name, ColumnType type, std::uint16_t size = 255) {
+  jet::ColumnDesign c;
   c.name = name;
   c.type = type;
   c.size = size;
   return c;
 }
 
-// One column of every type the engine reads, with the rules and properties a spec can state.
-jet::TableSpec every_type() {
-  jet::TableSpec spec;
-  spec.name = "Fiche Éléments";
+// One column of every type the engine reads, with the rules and properties a design can state.
+jet::TableDesign every_type() {
+  jet::TableDesign design;
+  design.name = "Fiche Éléments";
   auto id = column("Id", ColumnType::Long);
   id.autonumber = true;
   auto code = column("Code", ColumnType::Text, 12);
@@ -63,21 +63,21 @@ jet::TableSpec every_type() {
   auto amount = column("Montant", ColumnType::Numeric);
   amount.precision = 12;
   amount.scale = 2;
-  spec.columns = {id, code, label, plain,
+  design.columns = {id, code, label, plain,
                   column("Actif", ColumnType::Boolean), column("Octet", ColumnType::Byte),
                   column("Entier", ColumnType::Integer), column("Prix", ColumnType::Currency),
                   column("Réel", ColumnType::Single), column("Double", ColumnType::Double),
                   column("Quand", ColumnType::DateTime), column("Octets", ColumnType::Binary, 16),
                   column("Note", ColumnType::Memo), column("Image", ColumnType::Ole),
                   column("Guid", ColumnType::Guid), amount};
-  spec.columns[4].description = "Case à cocher";
-  jet::IndexSpec pk{"PrimaryKey", {{"Id", false}}, true, false, false, false};
-  jet::IndexSpec by_code{"Code", {{"Code", false}}, false, true, false, false};
-  jet::IndexSpec by_label{"LibelléQuand", {{"Libellé", false}, {"Quand", true}}, false, false, true, false};
-  jet::IndexSpec by_amount{"Montant", {{"Montant", true}}, false, false, false, false};
-  spec.indexes = {pk, by_code, by_label, by_amount};
-  spec.properties = {{"Description", Value::text("Table d'essai")}};
-  return spec;
+  design.columns[4].description = "Case à cocher";
+  jet::IndexDesign pk{"PrimaryKey", {{"Id", false}}, true, false, false, false};
+  jet::IndexDesign by_code{"Code", {{"Code", false}}, false, true, false, false};
+  jet::IndexDesign by_label{"LibelléQuand", {{"Libellé", false}, {"Quand", true}}, false, false, true, false};
+  jet::IndexDesign by_amount{"Montant", {{"Montant", true}}, false, false, false, false};
+  design.indexes = {pk, by_code, by_label, by_amount};
+  design.properties = {{"Description", Value::text("Table d'essai")}};
+  return design;
 }
 
 struct Fixture {
@@ -118,10 +118,10 @@ TEST(CreateTable, MdbtoolsListsTheTableWithEveryTypeAndSize) {
 
 TEST(CreateTable, IndexesCarryTheirRulesAndOrder) {
   Fixture f;
-  jet::TableSpec spec = every_type();
+  jet::TableDesign design = every_type();
   // A second name over the primary key's columns and rules shares its real index.
-  spec.indexes.push_back({"Doublon", {{"Id", false}}, false, true, false, true});
-  jet::create_database(f.path)->create_table(spec);
+  design.indexes.push_back({"Doublon", {{"Id", false}}, false, true, false, true});
+  jet::create_database(f.path)->create_table(design);
   auto db = jet::Database::open(f.path);
   const jet::TableDef def = db->table("Fiche Éléments").def();
   ASSERT_EQ(def.logical_indexes.size(), 5u);
@@ -168,9 +168,9 @@ TEST(CreateTable, PropertiesAndPermissionsAreRecorded) {
   EXPECT_EQ(props.column("Actif")->find("Description")->value, Value::text("Case à cocher"));
   EXPECT_EQ(props.column("Octet"), nullptr);
 
-  // The spec read back from the file is the spec written.
-  const jet::TableSpec back = jet::spec_of(entry->name, db->table(entry->name).def(), props);
-  const jet::TableSpec given = every_type();
+  // The design read back from the file is the design written.
+  const jet::TableDesign back = jet::design_of(entry->name, db->table(entry->name).def(), props);
+  const jet::TableDesign given = every_type();
   ASSERT_EQ(back.columns.size(), given.columns.size());
   for (std::size_t i = 0; i < given.columns.size(); ++i) {
     SCOPED_TRACE(given.columns[i].name);
@@ -210,27 +210,27 @@ TEST(CreateTable, RefusesDuplicatesBadNamesAndBadIndexesWritingNothing) {
   db->create_table(every_type());
   const auto size_before = db->pager().page_count();
   EXPECT_EQ(error_of([&] { db->create_table(every_type()); }), 3010);
-  jet::TableSpec spec = every_type();
-  spec.name = "fiche éléments";  // names compare without case
-  EXPECT_EQ(error_of([&] { db->create_table(spec); }), 3010);
-  spec.name = "Autre";
-  spec.columns.push_back(column("CODE", ColumnType::Long));
-  EXPECT_EQ(error_of([&] { db->create_table(spec); }), 3191);
-  spec = every_type();
-  spec.name = "Mauvais.nom";
-  EXPECT_EQ(error_of([&] { db->create_table(spec); }), 3125);
-  spec.name = "Autre";
-  spec.indexes.push_back({"Code", {{"Entier", false}}, false, false, false, false});
-  EXPECT_EQ(error_of([&] { db->create_table(spec); }), 3284);
-  spec.indexes.back() = {"Second", {{"Entier", false}}, true, false, false, false};
-  EXPECT_EQ(error_of([&] { db->create_table(spec); }), 3283);
-  spec.indexes.back() = {"Manque", {{"Absente", false}}, false, false, false, false};
-  EXPECT_EQ(error_of([&] { db->create_table(spec); }), 3265);
-  spec.indexes.back() = {"SurMemo", {{"Note", false}}, false, false, false, false};
-  EXPECT_NE(error_of([&] { db->create_table(spec); }), 0);
-  spec.indexes.pop_back();
-  spec.columns[1].size = 256;
-  EXPECT_NE(error_of([&] { db->create_table(spec); }), 0);
+  jet::TableDesign design = every_type();
+  design.name = "fiche éléments";  // names compare without case
+  EXPECT_EQ(error_of([&] { db->create_table(design); }), 3010);
+  design.name = "Autre";
+  design.columns.push_back(column("CODE", ColumnType::Long));
+  EXPECT_EQ(error_of([&] { db->create_table(design); }), 3191);
+  design = every_type();
+  design.name = "Mauvais.nom";
+  EXPECT_EQ(error_of([&] { db->create_table(design); }), 3125);
+  design.name = "Autre";
+  design.indexes.push_back({"Code", {{"Entier", false}}, false, false, false, false});
+  EXPECT_EQ(error_of([&] { db->create_table(design); }), 3284);
+  design.indexes.back() = {"Second", {{"Entier", false}}, true, false, false, false};
+  EXPECT_EQ(error_of([&] { db->create_table(design); }), 3283);
+  design.indexes.back() = {"Manque", {{"Absente", false}}, false, false, false, false};
+  EXPECT_EQ(error_of([&] { db->create_table(design); }), 3265);
+  design.indexes.back() = {"SurMemo", {{"Note", false}}, false, false, false, false};
+  EXPECT_NE(error_of([&] { db->create_table(design); }), 0);
+  design.indexes.pop_back();
+  design.columns[1].size = 256;
+  EXPECT_NE(error_of([&] { db->create_table(design); }), 0);
   EXPECT_EQ(db->pager().page_count(), size_before);
   EXPECT_EQ(db->catalog().tables(false).size(), 1u);
 }

@@ -20,8 +20,8 @@ namespace {
 
 using jet::Value;
 
-jet::ColumnSpec column(const char* name, jet::ColumnType type, std::uint16_t size = 255) {
-  jet::ColumnSpec c;
+jet::ColumnDesign column(const char* name, jet::ColumnType type, std::uint16_t size = 255) {
+  jet::ColumnDesign c;
   c.name = name;
   c.type = type;
   c.size = size;
@@ -29,8 +29,8 @@ jet::ColumnSpec column(const char* name, jet::ColumnType type, std::uint16_t siz
   return c;
 }
 
-jet::TableSpec spec() {
-  jet::TableSpec s;
+jet::TableDesign design() {
+  jet::TableDesign s;
   s.name = "Modèle";
   auto id = column("Id", jet::ColumnType::Long);
   id.autonumber = true;
@@ -142,7 +142,7 @@ void check(const std::string& path, const Model& model, Generator& gen) {
 TEST(ModelTable, RandomChangesMatchTheModelAcrossReopenings) {
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "m.mdb").string();
-  jet::create_database(path)->create_table(spec());
+  jet::create_database(path)->create_table(design());
   Generator gen(20240611u);
   Model model;
   std::int32_t next_id = 1;

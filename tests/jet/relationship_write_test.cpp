@@ -44,8 +44,8 @@ const jet::LogicalIndex* logical(const jet::TableDef& def, const std::string& na
   return nullptr;
 }
 
-jet::RelationshipSpec spec(std::uint32_t attributes) {
-  jet::RelationshipSpec s;
+jet::RelationshipDesign design(std::uint32_t attributes) {
+  jet::RelationshipDesign s;
   s.name = "Table2Table1Bis";
   s.table = "Table1";
   s.referenced_table = "Table2";
@@ -61,7 +61,7 @@ TEST(RelationshipWrite, EnforcedRelationshipsGetForeignKeysOnBothTables) {
   const std::string copy = dir.write("r.mdb", jet_test::read_file(fixture));
   {
     auto db = jet::WritableDatabase::open(copy);
-    jet::create_relationship(*db, spec(jet::relationship_attributes::CascadeUpdates | jet::relationship_attributes::CascadeDeletes));
+    jet::create_relationship(*db, design(jet::relationship_attributes::CascadeUpdates | jet::relationship_attributes::CascadeDeletes));
   }
   EXPECT_EQ(joined(verify(copy)), "");
   auto db = jet::Database::open(copy);
@@ -118,7 +118,7 @@ TEST(RelationshipWrite, WithoutIntegrityOnlyTheRowsAreWritten) {
   const std::string copy = dir.write("r.mdb", jet_test::read_file(fixture));
   {
     auto db = jet::WritableDatabase::open(copy);
-    jet::create_relationship(*db, spec(jet::relationship_attributes::NoIntegrity));
+    jet::create_relationship(*db, design(jet::relationship_attributes::NoIntegrity));
   }
   const auto lines = jet::diff_files(fixture, copy);
   ASSERT_EQ(lines.size(), 1u) << joined(lines);
@@ -137,23 +137,23 @@ TEST(RelationshipWrite, ImpossibleRelationshipsAreRefusedWithoutWriting) {
   const auto before = jet_test::read_file(copy);
   {
     auto db = jet::WritableDatabase::open(copy);
-    auto s = spec(0);
+    auto s = design(0);
     s.name = "Table2Table1";
     EXPECT_EQ(error_of([&] { jet::create_relationship(*db, s); }), 3012);
-    s = spec(0);
+    s = design(0);
     s.referenced_table = "Absente";
     EXPECT_EQ(error_of([&] { jet::create_relationship(*db, s); }), 3078);
-    s = spec(0);
+    s = design(0);
     s.columns = {"absente"};
     EXPECT_EQ(error_of([&] { jet::create_relationship(*db, s); }), 3265);
     // Table1.otherfk1 has no unique index: it cannot be referenced with integrity.
-    s = spec(0);
+    s = design(0);
     s.table = "Table2";
     s.columns = {"id"};
     s.referenced_table = "Table1";
     s.referenced_columns = {"otherfk1"};
     EXPECT_EQ(error_of([&] { jet::create_relationship(*db, s); }), 3251);
-    s = spec(0);
+    s = design(0);
     s.referenced_columns = {"id", "data"};
     EXPECT_EQ(error_of([&] { jet::create_relationship(*db, s); }), 3251);
     EXPECT_EQ(error_of([&] { jet::delete_relationship(*db, "Absente"); }), 3265);

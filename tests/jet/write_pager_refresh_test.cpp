@@ -31,14 +31,14 @@ TEST(WritePagerRefresh, CommittedPagesAreServedByTheFileNotKeptInMemory) {
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "m.mdb").string();
   auto db = jet::create_database(path);
-  jet::TableSpec spec;
-  spec.name = "T";
-  jet::ColumnSpec c;
+  jet::TableDesign design;
+  design.name = "T";
+  jet::ColumnDesign c;
   c.name = "Texte";
   c.size = 200;
-  spec.columns = {c};
-  spec.indexes = {{"Texte", {{"Texte", false}}, false, false, false, false}};
-  db->create_table(spec);
+  design.columns = {c};
+  design.indexes = {{"Texte", {{"Texte", false}}, false, false, false, false}};
+  db->create_table(design);
   EXPECT_EQ(db->pager().held_pages(), 0u);
   jet::TableIndexHook hook(db->allocator());
   for (int round = 0; round < 3; ++round) {

@@ -19,25 +19,25 @@ namespace {
 
 using jet::Value;
 
-jet::ColumnSpec column(const char* name, jet::ColumnType type, std::uint16_t size = 255) {
-  jet::ColumnSpec c;
+jet::ColumnDesign column(const char* name, jet::ColumnType type, std::uint16_t size = 255) {
+  jet::ColumnDesign c;
   c.name = name;
   c.type = type;
   c.size = size;
   return c;
 }
 
-jet::TableSpec people() {
-  jet::TableSpec spec;
-  spec.name = "Personnes";
-  jet::ColumnSpec id = column("Id", jet::ColumnType::Long);
+jet::TableDesign people() {
+  jet::TableDesign design;
+  design.name = "Personnes";
+  jet::ColumnDesign id = column("Id", jet::ColumnType::Long);
   id.autonumber = true;
-  jet::ColumnSpec name = column("Nom", jet::ColumnType::Text, 40);
-  jet::ColumnSpec note = column("Note", jet::ColumnType::Memo);
-  spec.columns = {id, name, note};
-  spec.indexes = {{"PrimaryKey", {{"Id", false}}, true, false, false, false},
+  jet::ColumnDesign name = column("Nom", jet::ColumnType::Text, 40);
+  jet::ColumnDesign note = column("Note", jet::ColumnType::Memo);
+  design.columns = {id, name, note};
+  design.indexes = {{"PrimaryKey", {{"Id", false}}, true, false, false, false},
                   {"Nom", {{"Nom", false}}, false, true, true, false}};
-  return spec;
+  return design;
 }
 
 jet::Row person(const std::string& name, std::size_t note_length = 0) {

@@ -21,12 +21,12 @@ struct Built {
   Built() {
     auto db = jet::create_database(path);
     for (const char* name : {"A", "B"}) {
-      jet::TableSpec spec;
-      spec.name = name;
-      jet::ColumnSpec c;
+      jet::TableDesign design;
+      design.name = name;
+      jet::ColumnDesign c;
       c.name = "Texte";
-      spec.columns = {c};
-      db->create_table(spec);
+      design.columns = {c};
+      db->create_table(design);
       auto writer = db->writer(name);
       writer.insert({jet::Value::text("une ligne")});
     }

@@ -15,24 +15,24 @@ const Registration registration{[](CLI::App& app) {
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();
   auto columns = std::make_shared<std::string>();
-  auto spec = std::make_shared<jet::IndexSpec>();
+  auto design = std::make_shared<jet::IndexDesign>();
   sub->add_option("FILE", *file, "Base")->required();
   sub->add_option("TABLE", *table, "Table")->required();
-  sub->add_option("NAME", spec->name, "Nom de l'index")->required();
+  sub->add_option("NAME", design->name, "Nom de l'index")->required();
   sub->add_option("COLUMNS", *columns, "Colonnes, séparées par des virgules")->required();
-  sub->add_flag("--primary", spec->primary, "Clé primaire");
-  sub->add_flag("--unique", spec->unique, "Sans doublons");
-  sub->add_flag("--ignore-nulls", spec->ignore_nulls, "Ignorer les Null");
-  sub->add_flag("--required", spec->required, "Null interdit");
+  sub->add_flag("--primary", design->primary, "Clé primaire");
+  sub->add_flag("--unique", design->unique, "Sans doublons");
+  sub->add_flag("--ignore-nulls", design->ignore_nulls, "Ignorer les Null");
+  sub->add_flag("--required", design->required, "Null interdit");
   return Command{sub, [=](std::ostream& out) {
                    std::istringstream in(*columns);
                    for (std::string c; std::getline(in, c, ',');) {
                      const bool descending = !c.empty() && c[0] == '-';
-                     spec->columns.push_back({descending ? c.substr(1) : c, descending});
+                     design->columns.push_back({descending ? c.substr(1) : c, descending});
                    }
                    auto db = jet::WritableDatabase::open(*file);
-                   jet::create_index(*db, *table, *spec);
-                   out << "Index " << spec->name << " créé.\n";
+                   jet::create_index(*db, *table, *design);
+                   out << "Index " << design->name << " créé.\n";
                    return 0;
                  }};
 }};

@@ -71,17 +71,17 @@ int import_csv(const std::string& file, const std::string& table, const std::str
   jet::Transaction tx(db->pager());
   bool created = false;
   if (!db->catalog().find_table(table)) {
-    jet::TableSpec spec;
-    spec.name = table;
+    jet::TableDesign design;
+    design.name = table;
     for (const std::string& name : header) {
-      jet::ColumnSpec column;
+      jet::ColumnDesign column;
       column.name = name;
       column.type = jet::ColumnType::Text;
       column.size = 255;
       column.allow_zero_length = true;
-      spec.columns.push_back(std::move(column));
+      design.columns.push_back(std::move(column));
     }
-    db->create_table(spec);
+    db->create_table(design);
     created = true;
   }
   jet::TableIndexHook hook(db->allocator());

@@ -5,7 +5,7 @@
 #include "jet/index_maintain_hook.h"
 #include "jet/sql/exec_internal.h"
 #include "jet/sql/sql_error.h"
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "jet/transaction.h"
 
 namespace jet::sql::detail {
@@ -17,58 +17,58 @@ bool one_of(const std::string& word, std::initializer_list<std::string_view> wor
   return false;
 }
 
-jet::ColumnSpec column_spec(const sql::ColumnDef& c) {
-  jet::ColumnSpec spec;
-  spec.name = c.name;
-  spec.compressed_unicode = false;
+jet::ColumnDesign column_design(const sql::ColumnDef& c) {
+  jet::ColumnDesign design;
+  design.name = c.name;
+  design.compressed_unicode = false;
   const std::string& t = c.type.name;
   if (one_of(t, {"TEXT", "VARCHAR", "CHAR", "CHARACTER", "STRING"})) {
-    spec.type = ColumnType::Text;
-    spec.size = static_cast<std::uint16_t>(c.type.size.value_or(255));
-    if (spec.size < 1 || spec.size > 255) throw sql_error(SqlError::FieldDefinitionSyntax);
+    design.type = ColumnType::Text;
+    design.size = static_cast<std::uint16_t>(c.type.size.value_or(255));
+    if (design.size < 1 || design.size > 255) throw sql_error(SqlError::FieldDefinitionSyntax);
   } else if (one_of(t, {"MEMO", "LONGTEXT", "NOTE"})) {
-    spec.type = ColumnType::Memo;
+    design.type = ColumnType::Memo;
   } else if (one_of(t, {"BYTE", "TINYINT"})) {
-    spec.type = ColumnType::Byte;
+    design.type = ColumnType::Byte;
   } else if (one_of(t, {"SHORT", "SMALLINT", "INTEGER2"})) {
-    spec.type = ColumnType::Integer;
+    design.type = ColumnType::Integer;
   } else if (one_of(t, {"INTEGER", "INT", "LONG", "INTEGER4"})) {
-    spec.type = ColumnType::Long;
+    design.type = ColumnType::Long;
   } else if (one_of(t, {"COUNTER", "AUTOINCREMENT", "IDENTITY"})) {
-    spec.type = ColumnType::Long;
-    spec.autonumber = true;
+    design.type = ColumnType::Long;
+    design.autonumber = true;
   } else if (one_of(t, {"SINGLE", "REAL", "FLOAT4", "IEEESINGLE"})) {
-    spec.type = ColumnType::Single;
+    design.type = ColumnType::Single;
   } else if (one_of(t, {"DOUBLE", "FLOAT", "FLOAT8", "IEEEDOUBLE", "NUMBER"})) {
-    spec.type = ColumnType::Double;
+    design.type = ColumnType::Double;
   } else if (one_of(t, {"CURRENCY", "MONEY"})) {
-    spec.type = ColumnType::Currency;
+    design.type = ColumnType::Currency;
   } else if (one_of(t, {"DATETIME", "DATE", "TIME", "TIMESTAMP"})) {
-    spec.type = ColumnType::DateTime;
+    design.type = ColumnType::DateTime;
   } else if (one_of(t, {"BIT", "YESNO", "LOGICAL", "LOGICAL1", "BOOLEAN"})) {
-    spec.type = ColumnType::Boolean;
+    design.type = ColumnType::Boolean;
   } else if (one_of(t, {"GUID", "UNIQUEIDENTIFIER"})) {
-    spec.type = ColumnType::Guid;
+    design.type = ColumnType::Guid;
   } else if (one_of(t, {"BINARY", "VARBINARY"})) {
-    spec.type = ColumnType::Binary;
-    spec.size = static_cast<std::uint16_t>(c.type.size.value_or(255));
+    design.type = ColumnType::Binary;
+    design.size = static_cast<std::uint16_t>(c.type.size.value_or(255));
   } else if (one_of(t, {"LONGBINARY", "OLEOBJECT", "GENERAL", "IMAGE"})) {
-    spec.type = ColumnType::Ole;
+    design.type = ColumnType::Ole;
   } else if (one_of(t, {"DECIMAL", "NUMERIC", "DEC"})) {
-    spec.type = ColumnType::Numeric;
-    spec.precision = static_cast<std::uint8_t>(c.type.size.value_or(18));
-    spec.scale = static_cast<std::uint8_t>(c.type.scale.value_or(0));
+    design.type = ColumnType::Numeric;
+    design.precision = static_cast<std::uint8_t>(c.type.size.value_or(18));
+    design.scale = static_cast<std::uint8_t>(c.type.scale.value_or(0));
   } else {
     throw sql_error(SqlError::FieldDefinitionSyntax);
   }
-  spec.required = c.not_null;
-  return spec;
+  design.required = c.not_null;
+  return design;
 }
 
 // The index a PRIMARY KEY or UNIQUE constraint makes; NOT NULL marks its columns required.
-void apply_constraint(jet::TableSpec& spec, const Constraint& k, const std::vector<std::string>& columns) {
-  auto column = [&](const std::string& name) -> jet::ColumnSpec& {
-    for (auto& c : spec.columns)
+void apply_constraint(jet::TableDesign& design, const Constraint& k, const std::vector<std::string>& columns) {
+  auto column = [&](const std::string& name) -> jet::ColumnDesign& {
+    for (auto& c : design.columns)
       if (upper(c.name) == upper(name)) return c;
     throw sql_error(SqlError::ConstraintSyntax);
   };
@@ -81,7 +81,7 @@ void apply_constraint(jet::TableSpec& spec, const Constraint& k, const std::vect
       throw jet::Error(jet::ErrorCode::OperationNotSupported);
     case ConstraintKind::PrimaryKey:
     case ConstraintKind::Unique: {
-      jet::IndexSpec index;
+      jet::IndexDesign index;
       index.primary = k.kind == ConstraintKind::PrimaryKey;
       index.unique = true;
       index.required = index.primary;
@@ -90,7 +90,7 @@ void apply_constraint(jet::TableSpec& spec, const Constraint& k, const std::vect
         column(c);
         index.columns.push_back({c, false});
       }
-      spec.indexes.push_back(std::move(index));
+      design.indexes.push_back(std::move(index));
       return;
     }
   }
@@ -100,13 +100,13 @@ void apply_constraint(jet::TableSpec& spec, const Constraint& k, const std::vect
 
 std::int64_t run_create_table(Run& run, const CreateTable& create) {
   if (!run.writable()) fail(static_cast<int>(SqlError::ReadOnlyObject));
-  jet::TableSpec spec;
-  spec.name = create.name;
-  for (const auto& c : create.columns) spec.columns.push_back(column_spec(c));
+  jet::TableDesign design;
+  design.name = create.name;
+  for (const auto& c : create.columns) design.columns.push_back(column_design(c));
   for (const auto& c : create.columns)
-    for (const auto& k : c.constraints) apply_constraint(spec, k, {c.name});
-  for (const auto& k : create.constraints) apply_constraint(spec, k, k.columns);
-  run.writable()->create_table(spec);
+    for (const auto& k : c.constraints) apply_constraint(design, k, {c.name});
+  for (const auto& k : create.constraints) apply_constraint(design, k, k.columns);
+  run.writable()->create_table(design);
   return 0;
 }
 
@@ -116,23 +116,23 @@ std::int64_t run_select_into(Run& run, const Select& select) {
   if (!run.is_local(*select.into)) fail(static_cast<int>(SqlError::ReadOnlyObject));
   const ResultSet rs = run_select(run, select, nullptr);  // the INTO part is this function's
 
-  jet::TableSpec spec;
-  spec.name = select.into->name;
+  jet::TableDesign design;
+  design.name = select.into->name;
   for (const auto& rc : rs.columns()) {
-    jet::ColumnSpec c;
+    jet::ColumnDesign c;
     c.name = rc.name;
     c.type = rc.type;
     c.compressed_unicode = true;
     c.allow_zero_length = true;
     if (rc.type == ColumnType::Text) c.size = 255;
-    spec.columns.push_back(std::move(c));
+    design.columns.push_back(std::move(c));
   }
   jet::Statement statement(db.pager());
   try {
-    db.create_table(spec);
-    const jet::Table table = db.table(spec.name);
+    db.create_table(design);
+    const jet::Table table = db.table(design.name);
     jet::TableIndexHook hook(db.allocator());
-    jet::TableWriter writer = db.writer(spec.name, &hook);
+    jet::TableWriter writer = db.writer(design.name, &hook);
     for (const auto& row : rs.rows()) {
       Row values(row.size());
       for (std::size_t i = 0; i < row.size(); ++i) values[i] = convert_for_column(table.def().columns[i], row[i]);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 #include "platform/dao/field_impl.h"
 #include "platform/dao/state.h"
 
@@ -90,8 +90,8 @@ void saveQuery(const std::shared_ptr<DatabaseImpl>& db, QueryDefImpl& query);
 void deleteQuery(const std::shared_ptr<DatabaseImpl>& db, std::string_view name);
 void changeQuerySql(QueryDefImpl& query, const std::string& sql);
 
-// The engine's spec of a detached field / index.
-jet::ColumnSpec columnSpecOf(const FieldDef& field);
-jet::IndexSpec indexSpecOf(const IndexImpl& index);
+// The engine's design of a detached field / index.
+jet::ColumnDesign columnDesignOf(const FieldDef& field);
+jet::IndexDesign indexDesignOf(const IndexImpl& index);
 
 }  // namespace platform::dao::detail

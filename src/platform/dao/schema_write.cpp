@@ -12,33 +12,33 @@
 
 namespace platform::dao::detail {
 
-jet::ColumnSpec columnSpecOf(const FieldDef& field) {
-  jet::ColumnSpec spec;
-  spec.name = field.name;
-  spec.type = columnTypeOf(field.type);
-  if (spec.type == jet::ColumnType::Text || spec.type == jet::ColumnType::Binary) {
+jet::ColumnDesign columnDesignOf(const FieldDef& field) {
+  jet::ColumnDesign design;
+  design.name = field.name;
+  design.type = columnTypeOf(field.type);
+  if (design.type == jet::ColumnType::Text || design.type == jet::ColumnType::Binary) {
     if (field.size < 1 || field.size > 255) throw daoError(dao_errors::InvalidArgument);
-    spec.size = static_cast<std::uint16_t>(field.size);
+    design.size = static_cast<std::uint16_t>(field.size);
   }
-  spec.autonumber = (field.attributes & dbAutoIncrField) && spec.type == jet::ColumnType::Long;
-  spec.required = field.required;
-  spec.allow_zero_length = field.allowZeroLength;
-  if (!field.defaultValue.empty()) spec.default_value = field.defaultValue;
-  if (!field.validationRule.empty()) spec.properties.emplace_back("ValidationRule", jet::Value::text(field.validationRule));
-  if (!field.validationText.empty()) spec.properties.emplace_back("ValidationText", jet::Value::text(field.validationText));
-  return spec;
+  design.autonumber = (field.attributes & dbAutoIncrField) && design.type == jet::ColumnType::Long;
+  design.required = field.required;
+  design.allow_zero_length = field.allowZeroLength;
+  if (!field.defaultValue.empty()) design.default_value = field.defaultValue;
+  if (!field.validationRule.empty()) design.properties.emplace_back("ValidationRule", jet::Value::text(field.validationRule));
+  if (!field.validationText.empty()) design.properties.emplace_back("ValidationText", jet::Value::text(field.validationText));
+  return design;
 }
 
-jet::IndexSpec indexSpecOf(const IndexImpl& index) {
+jet::IndexDesign indexDesignOf(const IndexImpl& index) {
   if (index.fields.empty()) throw daoError(dao_errors::NoFieldDefined);
-  jet::IndexSpec spec;
-  spec.name = index.name;
-  spec.primary = index.primary;
-  spec.unique = index.unique || index.primary;
-  spec.ignore_nulls = index.ignoreNulls;
-  spec.required = index.required || index.primary;
-  for (const auto& f : index.fields) spec.columns.push_back({f->def.name, (f->def.attributes & dbDescending) != 0});
-  return spec;
+  jet::IndexDesign design;
+  design.name = index.name;
+  design.primary = index.primary;
+  design.unique = index.unique || index.primary;
+  design.ignore_nulls = index.ignoreNulls;
+  design.required = index.required || index.primary;
+  for (const auto& f : index.fields) design.columns.push_back({f->def.name, (f->def.attributes & dbDescending) != 0});
+  return design;
 }
 
 namespace {
@@ -90,8 +90,8 @@ void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
   if (table.saved()) throw daoError(dao_errors::NameExists);
   if (table.fields.empty()) throw daoError(dao_errors::NoFieldDefined);
   guarded([&] {
-    jet::TableSpec spec;
-    spec.name = table.name;
+    jet::TableDesign design;
+    design.name = table.name;
     // Fields go in the order of their OrdinalPosition, then of their appending.
     std::vector<std::shared_ptr<FieldImpl>> fields = table.fields;
     std::stable_sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) {
@@ -99,15 +99,15 @@ void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
     });
     for (const auto& f : fields) {
       if (f->def.type == 0) throw daoError(dao_errors::InvalidFieldType);
-      spec.columns.push_back(columnSpecOf(f->def));
+      design.columns.push_back(columnDesignOf(f->def));
     }
     bool primary = false;
     for (const auto& index : table.indexes) {
       if (index->primary && primary) throw daoError(dao_errors::PrimaryKeyExists);
       primary = primary || index->primary;
-      spec.indexes.push_back(indexSpecOf(*index));
+      design.indexes.push_back(indexDesignOf(*index));
     }
-    db->writable->create_table(spec);
+    db->writable->create_table(design);
     db->writable->reload_catalog();
     db->schemaChanged();
   });
@@ -124,7 +124,7 @@ void appendIndex(TableDefImpl& table, const std::shared_ptr<IndexImpl>& index) {
   db.checkWritable();
   if (index->saved()) throw daoError(dao_errors::IndexExists);
   guarded([&] {
-    jet::create_index(*db.writable, table.name, indexSpecOf(*index));
+    jet::create_index(*db.writable, table.name, indexDesignOf(*index));
     db.writable->reload_catalog();
     db.schemaChanged();
   });
@@ -150,16 +150,16 @@ void appendRelation(const std::shared_ptr<DatabaseImpl>& db, RelationImpl& relat
   if (relation.saved()) throw daoError(dao_errors::NameExists);
   if (relation.fields.empty()) throw daoError(dao_errors::RelationWithoutFields);
   guarded([&] {
-    jet::RelationshipSpec spec;
-    spec.name = relation.name;
-    spec.table = relation.foreignTable;      // holds the foreign key
-    spec.referenced_table = relation.table;  // the primary side
+    jet::RelationshipDesign design;
+    design.name = relation.name;
+    design.table = relation.foreignTable;      // holds the foreign key
+    design.referenced_table = relation.table;  // the primary side
     for (const auto& f : relation.fields) {
-      spec.referenced_columns.push_back(f->def.name);
-      spec.columns.push_back(f->def.foreignName);
+      design.referenced_columns.push_back(f->def.name);
+      design.columns.push_back(f->def.foreignName);
     }
-    spec.attributes = static_cast<std::uint32_t>(relation.attributes);
-    jet::create_relationship(*db->writable, spec);
+    design.attributes = static_cast<std::uint32_t>(relation.attributes);
+    jet::create_relationship(*db->writable, design);
     db->writable->reload_catalog();
     db->schemaChanged();
   });

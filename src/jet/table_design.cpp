@@ -1,4 +1,4 @@
-#include "jet/table_spec.h"
+#include "jet/table_design.h"
 
 #include <algorithm>
 
@@ -57,15 +57,15 @@ bool flag_property(const PropertyBlock* block, std::string_view name) {
 
 }  // namespace
 
-void validate(const TableSpec& spec) {
-  check_name(spec.name);
-  if (spec.columns.empty() || spec.columns.size() > kMaxColumns)
-    throw Error(ErrorCode::OperationNotSupported, spec.name);
-  for (std::size_t i = 0; i < spec.columns.size(); ++i) {
-    const ColumnSpec& c = spec.columns[i];
+void validate(const TableDesign& design) {
+  check_name(design.name);
+  if (design.columns.empty() || design.columns.size() > kMaxColumns)
+    throw Error(ErrorCode::OperationNotSupported, design.name);
+  for (std::size_t i = 0; i < design.columns.size(); ++i) {
+    const ColumnDesign& c = design.columns[i];
     check_name(c.name);
     for (std::size_t j = 0; j < i; ++j)
-      if (same_name(spec.columns[j].name, c.name)) throw Error(ErrorCode::FieldDefinedTwice, c.name);
+      if (same_name(design.columns[j].name, c.name)) throw Error(ErrorCode::FieldDefinedTwice, c.name);
     if (!known_type(c.type)) throw Error(ErrorCode::OperationNotSupported, c.name);
     if ((c.type == ColumnType::Text || c.type == ColumnType::Binary) && (c.size == 0 || c.size > 255))
       throw Error(ErrorCode::OperationNotSupported, c.name);
@@ -74,13 +74,13 @@ void validate(const TableSpec& spec) {
     if (c.type == ColumnType::Numeric && (c.precision == 0 || c.precision > 28 || c.scale > c.precision))
       throw Error(ErrorCode::OperationNotSupported, c.name);
   }
-  if (spec.indexes.size() > kMaxIndexes) throw Error(ErrorCode::OperationNotSupported, spec.name);
+  if (design.indexes.size() > kMaxIndexes) throw Error(ErrorCode::OperationNotSupported, design.name);
   bool primary = false;
-  for (std::size_t i = 0; i < spec.indexes.size(); ++i) {
-    const IndexSpec& index = spec.indexes[i];
+  for (std::size_t i = 0; i < design.indexes.size(); ++i) {
+    const IndexDesign& index = design.indexes[i];
     check_name(index.name);
     for (std::size_t j = 0; j < i; ++j)
-      if (same_name(spec.indexes[j].name, index.name)) throw Error(ErrorCode::IndexExists, index.name);
+      if (same_name(design.indexes[j].name, index.name)) throw Error(ErrorCode::IndexExists, index.name);
     if (index.primary) {
       if (primary) throw Error(ErrorCode::PrimaryKeyExists);
       primary = true;
@@ -88,9 +88,9 @@ void validate(const TableSpec& spec) {
     if (index.columns.empty() || index.columns.size() > kMaxIndexColumns)
       throw Error(ErrorCode::OperationNotSupported, index.name);
     for (std::size_t k = 0; k < index.columns.size(); ++k) {
-      const auto it = std::find_if(spec.columns.begin(), spec.columns.end(),
-                                   [&](const ColumnSpec& c) { return same_name(c.name, index.columns[k].column); });
-      if (it == spec.columns.end()) throw Error(ErrorCode::ItemNotFound, index.columns[k].column);
+      const auto it = std::find_if(design.columns.begin(), design.columns.end(),
+                                   [&](const ColumnDesign& c) { return same_name(c.name, index.columns[k].column); });
+      if (it == design.columns.end()) throw Error(ErrorCode::ItemNotFound, index.columns[k].column);
       if (is_long_value(it->type)) throw Error(ErrorCode::OperationNotSupported, index.columns[k].column);
       for (std::size_t m = 0; m < k; ++m)
         if (same_name(index.columns[m].column, index.columns[k].column))
@@ -99,11 +99,11 @@ void validate(const TableSpec& spec) {
   }
 }
 
-TableSpec spec_of(std::string_view name, const TableDef& def, const PropertySet& properties) {
-  TableSpec spec;
-  spec.name = std::string(name);
+TableDesign design_of(std::string_view name, const TableDef& def, const PropertySet& properties) {
+  TableDesign design;
+  design.name = std::string(name);
   for (const ColumnDef& c : def.columns) {
-    ColumnSpec col;
+    ColumnDesign col;
     col.name = c.name;
     col.type = c.type;
     if (c.type == ColumnType::Text) col.size = static_cast<std::uint16_t>(c.length / 2);
@@ -123,13 +123,13 @@ TableSpec spec_of(std::string_view name, const TableDef& def, const PropertySet&
         if (std::none_of(std::begin(kStated), std::end(kStated), [&](std::string_view s) { return same_name(s, p.name); }))
           col.properties.emplace_back(p.name, p.value);
       }
-    spec.columns.push_back(std::move(col));
+    design.columns.push_back(std::move(col));
   }
   for (const LogicalIndex& logical : def.logical_indexes) {
     if (logical.kind == IndexKind::ForeignKey) continue;
     const IndexDef* real = def.real_index(logical.real_index);
     if (!real) continue;
-    IndexSpec index;
+    IndexDesign index;
     index.name = logical.name;
     index.primary = logical.kind == IndexKind::Primary;
     index.unique = real->unique();
@@ -139,11 +139,11 @@ TableSpec spec_of(std::string_view name, const TableDef& def, const PropertySet&
       const ColumnDef* c = def.column_by_number(ic.column_number);
       if (c) index.columns.push_back({c->name, !ic.ascending});
     }
-    spec.indexes.push_back(std::move(index));
+    design.indexes.push_back(std::move(index));
   }
   if (const PropertyBlock* table = properties.object())
-    for (const Property& p : table->properties) spec.properties.emplace_back(p.name, p.value);
-  return spec;
+    for (const Property& p : table->properties) design.properties.emplace_back(p.name, p.value);
+  return design;
 }
 
 }  // namespace jet

@@ -1,6 +1,6 @@
 // What a table is made of, as its creator states it: columns with their types and
-// properties, indexes, table properties. create_table (writable_database.h) turns a spec into
-// a definition, usage maps, empty index trees and catalog rows; spec_of gives the spec of an
+// properties, indexes, table properties. create_table (writable_database.h) turns a design into
+// a definition, usage maps, empty index trees and catalog rows; design_of gives the design of an
 // existing table, so that a table can be rebuilt elsewhere (compaction, copies).
 #pragma once
 
@@ -16,7 +16,7 @@
 
 namespace jet {
 
-struct ColumnSpec {
+struct ColumnDesign {
   std::string name;
   ColumnType type = ColumnType::Text;
   // Text: characters (1..255); Binary: bytes (1..255); ignored for the other types, whose
@@ -34,34 +34,34 @@ struct ColumnSpec {
   std::vector<std::pair<std::string, Value>> properties;  // any other, in order
 };
 
-struct IndexColumnSpec {
+struct IndexColumnDesign {
   std::string column;
   bool descending = false;
 };
 
-struct IndexSpec {
+struct IndexDesign {
   std::string name;
-  std::vector<IndexColumnSpec> columns;  // 1..10
+  std::vector<IndexColumnDesign> columns;  // 1..10
   bool primary = false;   // implies unique and required
   bool unique = false;
   bool ignore_nulls = false;
   bool required = false;
 };
 
-struct TableSpec {
+struct TableDesign {
   std::string name;
-  std::vector<ColumnSpec> columns;
-  std::vector<IndexSpec> indexes;
+  std::vector<ColumnDesign> columns;
+  std::vector<IndexDesign> indexes;
   std::vector<std::pair<std::string, Value>> properties;  // table properties (Description...)
 };
 
-// Checks a spec before anything is written: names (non-empty, at most 64 characters, none of
+// Checks a design before anything is written: names (non-empty, at most 64 characters, none of
 // . ! ` [ ] and no leading space), no column or index named twice (3191 / 3284), index
 // columns that exist, sizes and types that can be stored. Throws jet::Error.
-void validate(const TableSpec& spec);
+void validate(const TableDesign& design);
 
-// The spec of an existing table: columns in definition order, logical indexes (foreign-key
+// The design of an existing table: columns in definition order, logical indexes (foreign-key
 // indexes left out: relationships recreate them), column and table properties from `properties`.
-TableSpec spec_of(std::string_view name, const TableDef& def, const PropertySet& properties);
+TableDesign design_of(std::string_view name, const TableDef& def, const PropertySet& properties);
 
 }  // namespace jet
