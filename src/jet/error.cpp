@@ -63,6 +63,7 @@ const std::map<int, std::string_view>& texts() {
       {3283, "La clé primaire existe déjà."},
       {3284, "L'index existe déjà."},
       {3012, "L'objet '|' existe déjà."},
+      {3058, "L'index ou la clé primaire ne peut pas contenir une valeur Null."},
   };
   return table;
 }

@@ -42,6 +42,7 @@ enum class ErrorCode : int {
   PrimaryKeyExists = 3283,
   IndexExists = 3284,
   ObjectExists = 3012,
+  IndexNullNotAllowed = 3058,
 };
 
 // Thrown for every failure of the engine. `number()` is the Jet error number; `what()`
