@@ -64,6 +64,8 @@ const std::map<int, std::string_view>& texts() {
       {3284, "L'index existe déjà."},
       {3012, "L'objet '|' existe déjà."},
       {3058, "L'index ou la clé primaire ne peut pas contenir une valeur Null."},
+      {3280, "Impossible de supprimer un champ qui fait partie d'un index ou qui est nécessaire au système."},
+      {3219, "Opération non valide."},
   };
   return table;
 }

@@ -43,6 +43,8 @@ enum class ErrorCode : int {
   IndexExists = 3284,
   ObjectExists = 3012,
   IndexNullNotAllowed = 3058,
+  FieldInUse = 3280,
+  InvalidOperation = 3219,
 };
 
 // Thrown for every failure of the engine. `number()` is the Jet error number; `what()`
