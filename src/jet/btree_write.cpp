@@ -10,64 +10,96 @@ namespace jet {
 namespace {
 
 constexpr std::size_t kMaxDepth = 32;
-constexpr std::size_t kLevelOffset = 26;
-
-std::strong_ordering compare_item(const IndexNodeItem& item, std::span<const std::uint8_t> key,
-                                  RowId row) {
-  return compare_entries(item.key, item.row, key, row);
-}
 
 [[noreturn]] void damaged_at(Pager& pager, PageNumber page, const char* what) {
   throw_damaged(pager.file_name(), "index, page " + std::to_string(page) + " : " + what);
 }
 
 // The last entry of the subtree under `number` (its key and row; child left 0).
-IndexNodeItem last_entry_below(Pager& pager, PageNumber number, std::size_t depth) {
+IndexNodeItem last_entry_below(IndexPageCache& cache, Pager& pager, PageNumber number,
+                               std::size_t depth) {
   for (;; ++depth) {
     if (depth > kMaxDepth) damaged_at(pager, number, "arbre d'index trop profond");
-    const IndexPage page = read_index_page(pager, number);
-    if (page.leaf) {
-      if (page.entries.empty()) damaged_at(pager, number, "feuille vide sous une page intermédiaire");
-      return {page.entries.back().key, page.entries.back().row, 0};
+    const auto page = cache.get(pager, number);
+    if (page->leaf) {
+      if (page->entries.empty()) damaged_at(pager, number, "feuille vide sous une page intermédiaire");
+      return {page->entries.back().key, page->entries.back().row, 0};
     }
-    if (page.tail != 0) {
-      number = page.tail;
-    } else if (!page.entries.empty()) {
-      number = page.entries.back().child;
+    if (page->tail != 0) {
+      number = page->tail;
+    } else if (!page->entries.empty()) {
+      number = page->entries.back().child;
     } else {
       damaged_at(pager, number, "page intermédiaire sans enfant");
     }
   }
 }
 
-}  // namespace
-
-IndexNode read_index_node(Pager& pager, PageNumber number) {
-  if (number == 0 || number >= pager.page_count()) {
-    damaged_at(pager, number, "numéro de page d'index hors du fichier");
-  }
-  const Page raw = pager.read(number);
-  const IndexPage page = parse_index_page(raw);
+// The node of a parsed page; the tail item's key is looked up below it only when
+// `derive_tail` (a caller about to replace that item has no use for it).
+IndexNode node_of(IndexPageCache& cache, Pager& pager, const CachedIndexPage& page, bool derive_tail) {
   IndexNode node;
-  node.number = number;
+  node.number = page.number;
   node.leaf = page.leaf;
   node.owner = page.owner;
   node.prev = page.prev;
   node.next = page.next;
-  node.level = raw.view().u8(kLevelOffset);
-  node.items.reserve(page.entries.size() + 1);
+  node.level = page.level;
+  node.items.reserve(page.entries.size() + 2);
   for (const auto& e : page.entries) node.items.push_back({e.key, e.row, e.child});
   if (!page.leaf && page.tail != 0) {
-    IndexNodeItem tail = last_entry_below(pager, page.tail, 1);
+    IndexNodeItem tail = derive_tail ? last_entry_below(cache, pager, page.tail, 1) : IndexNodeItem{};
     tail.child = page.tail;
     node.items.push_back(std::move(tail));
   }
-  if (!page.leaf && node.items.empty()) damaged_at(pager, number, "page intermédiaire sans enfant");
+  if (!page.leaf && node.items.empty()) damaged_at(pager, page.number, "page intermédiaire sans enfant");
   return node;
 }
 
+// What parse_index_page gives for the bytes encode_index_node made of `node`, taking the
+// node's keys (the node is spent).
+CachedIndexPage parsed_form(IndexNode&& node, const std::vector<std::uint8_t>& bytes) {
+  CachedIndexPage p;
+  p.number = node.number;
+  p.leaf = node.leaf;
+  p.level = node.level;
+  p.owner = node.owner;
+  p.prev = node.prev;
+  p.next = node.next;
+  p.free_space = static_cast<std::uint16_t>(bytes[2] | (bytes[3] << 8));
+  p.prefix_length = static_cast<std::uint16_t>(bytes[24] | (bytes[25] << 8));
+  const std::size_t stored = !node.leaf && node.items.size() >= 2 ? node.items.size() - 1 : node.items.size();
+  if (stored < node.items.size()) p.tail = node.items.back().child;
+  p.entries.reserve(stored);
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < stored; ++i) {
+    IndexNodeItem& item = node.items[i];
+    IndexEntry e;
+    e.offset = static_cast<std::uint16_t>(kIndexEntriesOffset + at);
+    at += index_item_size(item, node.leaf) - (i == 0 ? 0 : p.prefix_length);
+    e.row = item.row;
+    e.child = node.leaf ? 0 : item.child;
+    e.key = std::move(item.key);
+    p.entries.push_back(std::move(e));
+  }
+  p.used_bytes = static_cast<std::uint16_t>(at);
+  return p;
+}
+
+}  // namespace
+
+IndexNode read_index_node(IndexPageCache& cache, Pager& pager, PageNumber number) {
+  return node_of(cache, pager, *cache.get(pager, number), true);
+}
+
+IndexNode read_index_node(Pager& pager, PageNumber number) {
+  IndexPageCache cache(kMaxDepth + 1);
+  return read_index_node(cache, pager, number);
+}
+
 BtreeWriter::BtreeWriter(IndexPageStore& store, PageNumber table_page, PageNumber root)
-    : store_(&store), table_page_(table_page), root_(root) {}
+    : store_(&store), table_page_(table_page), root_(root),
+      cache_(store.page_cache() ? store.page_cache() : &own_cache_) {}
 
 void BtreeWriter::damaged(PageNumber page, const char* what) {
   throw_damaged(store_->pager().file_name(),
@@ -83,46 +115,91 @@ bool BtreeWriter::remove(std::span<const std::uint8_t> key, RowId row) {
 }
 
 // Applies the change under page `number`; nullopt when nothing changed (entry not found).
+// Pages on the path are rewritten only when what they hold changes: most inserts write the
+// leaf alone.
 std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const Target& t,
                                                        std::size_t depth) {
   if (depth > kMaxDepth) damaged(number, "arbre d'index trop profond");
-  IndexNode node = read_index_node(store_->pager(), number);
-  auto& items = node.items;
-  const auto it = std::partition_point(items.begin(), items.end(), [&](const IndexNodeItem& i) {
-    return compare_item(i, t.key, t.row) < 0;
-  });
-  const auto pos = static_cast<std::size_t>(it - items.begin());
-  bool at_end = false;
-  if (node.leaf) {
-    const bool present = it != items.end() && compare_item(*it, t.key, t.row) == 0;
+  Pager& pager = store_->pager();
+  const auto page = cache_->get(pager, number);
+  const auto& entries = page->entries;
+  const auto pos = static_cast<std::size_t>(
+      std::partition_point(entries.begin(), entries.end(),
+                           [&](const IndexEntry& e) { return compare_entries(e.key, e.row, t.key, t.row) < 0; }) -
+      entries.begin());
+  if (page->leaf) {
+    const bool present = pos < entries.size() && compare_entries(entries[pos].key, entries[pos].row, t.key, t.row) == 0;
+    if (t.insert && present) damaged(number, "entrée déjà présente dans l'index");
+    if (!t.insert && !present) return std::nullopt;
+    const std::size_t count = entries.size();
+    IndexNode node = node_of(*cache_, pager, *page, false);
+    const auto at = node.items.begin() + static_cast<std::ptrdiff_t>(pos);
+    bool at_end = false;
+    bool last_changed = false;
     if (t.insert) {
-      if (present) damaged(number, "entrée déjà présente dans l'index");
-      at_end = pos == items.size();
-      items.insert(it, IndexNodeItem{{t.key.begin(), t.key.end()}, t.row, 0});
+      at_end = last_changed = pos == count;
+      node.items.insert(at, IndexNodeItem{{t.key.begin(), t.key.end()}, t.row, 0});
     } else {
-      if (!present) return std::nullopt;
-      items.erase(it);
+      last_changed = pos + 1 == count;
+      node.items.erase(at);
     }
-  } else {
-    std::size_t child = pos;
-    if (child == items.size()) {
-      if (!t.insert) return std::nullopt;  // beyond the last entry of the whole subtree
-      child = items.size() - 1;
-    }
-    auto sub = modify(items[child].child, t, depth + 1);
-    if (!sub) return std::nullopt;
-    at_end = sub->at_end && child + 1 == items.size();
-    items.erase(items.begin() + static_cast<std::ptrdiff_t>(child));
-    items.insert(items.begin() + static_cast<std::ptrdiff_t>(child), sub->items.begin(),
-                 sub->items.end());
+    return stored(std::move(node), at_end, last_changed);
   }
-  return Change{store(std::move(node), at_end), at_end};
+
+  // Children: the entries' children, then the tail (which has no key on the page).
+  const bool has_tail = page->tail != 0;
+  const std::size_t children = entries.size() + (has_tail ? 1 : 0);
+  if (children == 0) damaged(number, "page intermédiaire sans enfant");
+  std::size_t child = pos;
+  if (child == children) {
+    if (!t.insert) return std::nullopt;  // beyond the last entry of the whole subtree
+    child = children - 1;
+  }
+  const PageNumber child_page = child < entries.size() ? entries[child].child : page->tail;
+  const bool child_is_tail = has_tail && child == entries.size();
+  const bool last_child = child + 1 == children;
+  auto sub = modify(child_page, t, depth + 1);
+  if (!sub) return std::nullopt;
+  const bool at_end = sub->at_end && last_child;
+  const bool last_changed = sub->last_changed && last_child;
+  if (!sub->moved && !(sub->last_changed && !child_is_tail)) {
+    // Same child page, same key for it here: this page stays as it is.
+    Change same;
+    same.at_end = at_end;
+    same.last_changed = last_changed;
+    if (last_changed) same.items = {{sub->items.back().key, sub->items.back().row, number}};
+    return same;
+  }
+  // Only pages of the levels below were written meanwhile: `page` still shows this one.
+  IndexNode node = node_of(*cache_, pager, *page, !child_is_tail);
+  auto& items = node.items;
+  items.erase(items.begin() + static_cast<std::ptrdiff_t>(child));
+  items.insert(items.begin() + static_cast<std::ptrdiff_t>(child), sub->items.begin(), sub->items.end());
+  return stored(std::move(node), at_end, last_changed);
 }
 
-void BtreeWriter::write(const IndexNode& node) {
+// Stores the node and describes the result to its parent.
+BtreeWriter::Change BtreeWriter::stored(IndexNode node, bool at_end, bool last_changed) {
+  const PageNumber number = node.number;
+  Change c;
+  c.at_end = at_end;
+  c.last_changed = last_changed;
+  c.items = store(std::move(node), at_end);
+  c.moved = c.items.size() != 1 || c.items[0].child != number;
+  return c;
+}
+
+void BtreeWriter::write(IndexNode node) {
   auto bytes = encode_index_node(node, store_->pager().page_size());
   if (!bytes) damaged(node.number, "entrées trop longues pour une page d'index");
-  store_->write_page(node.number, std::move(*bytes));
+  put(std::move(node), std::move(*bytes));
+}
+
+// Writes the page and keeps its parsed form, so the next change does not parse it again.
+void BtreeWriter::put(IndexNode node, std::vector<std::uint8_t> bytes) {
+  CachedIndexPage parsed = parsed_form(std::move(node), bytes);
+  store_->write_page(parsed.number, std::move(bytes));
+  cache_->put(store_->pager(), std::move(parsed));
 }
 
 void BtreeWriter::relink(PageNumber page, bool previous, PageNumber target) {
@@ -143,7 +220,7 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
     if (root) {
       node.leaf = true;
       node.level = 0;
-      write(node);
+      write(std::move(node));
     } else {
       relink(node.prev, false, node.next);
       relink(node.next, true, node.prev);
@@ -153,9 +230,9 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
   }
   const std::size_t page_size = store_->pager().page_size();
   if (auto bytes = encode_index_node(node, page_size)) {
-    store_->write_page(node.number, std::move(*bytes));
-    const auto& last = node.items.back();
-    return {{last.key, last.row, node.number}};
+    std::vector<IndexNodeItem> out{{node.items.back().key, node.items.back().row, node.number}};
+    put(std::move(node), std::move(*bytes));
+    return out;
   }
 
   std::vector<IndexNode> pieces;
@@ -181,9 +258,9 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
   }
   if (!root) relink(node.next, true, pieces.back().number);
   std::vector<IndexNodeItem> out;
-  for (const auto& p : pieces) {
-    write(p);
+  for (auto& p : pieces) {
     out.push_back({p.items.back().key, p.items.back().row, p.number});
+    write(std::move(p));
   }
   if (!root) return out;
 

@@ -16,6 +16,7 @@
 #include <span>
 #include <vector>
 
+#include "jet/btree_write_cache.h"
 #include "jet/btree_write_page.h"
 #include "jet/btree_write_store.h"
 
@@ -23,7 +24,11 @@ namespace jet {
 
 // Index page `number` as a node; the tail child's item gets the last entry of its subtree.
 IndexNode read_index_node(Pager& pager, PageNumber number);
+// The same, parsing pages through `cache`.
+IndexNode read_index_node(IndexPageCache& cache, Pager& pager, PageNumber number);
 
+// Pages are read through the store's page cache when it has one (else through a cache of
+// the writer's own), so consecutive changes parse only the pages that changed.
 class BtreeWriter {
  public:
   // `table_page` is the table's definition page (written as every new page's owner).
@@ -41,8 +46,12 @@ class BtreeWriter {
     bool insert;
   };
   struct Change {
-    std::vector<IndexNodeItem> items;  // what replaces the node's item in its parent
-    bool at_end = false;               // the change was an append after the last entry
+    // What replaces the node's item in its parent: the pieces when `moved`, else the node
+    // itself when its last entry changed (else nothing: the parent has no use for it).
+    std::vector<IndexNodeItem> items;
+    bool at_end = false;        // the change was an append after the last entry
+    bool moved = false;         // split, freed, or grown a level: the parent must change
+    bool last_changed = false;  // the last entry of the subtree is another one
   };
 
   std::optional<Change> modify(PageNumber number, const Target& t, std::size_t depth);
@@ -50,12 +59,17 @@ class BtreeWriter {
   void split_into(const IndexNode& node, std::size_t first, std::size_t last,
                   std::vector<IndexNode>& out);
   void relink(PageNumber page, bool previous, PageNumber target);
-  void write(const IndexNode& node);
+  void write(IndexNode node);
+  void put(IndexNode node, std::vector<std::uint8_t> bytes);
   [[noreturn]] void damaged(PageNumber page, const char* what);
+
+  Change stored(IndexNode node, bool at_end, bool last_changed);
 
   IndexPageStore* store_;
   PageNumber table_page_;
   PageNumber root_;
+  IndexPageCache own_cache_{64};
+  IndexPageCache* cache_;
 };
 
 }  // namespace jet

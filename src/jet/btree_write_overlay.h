@@ -19,9 +19,11 @@ class OverlayIndexPageStore final : public IndexPageStore {
   PageNumber allocate_page() override;
   void free_page(PageNumber number) override;
   void select_index(const IndexDef& index) override { usage_map_ = index.usage_map; }
+  IndexPageCache* page_cache() override { return &cache_; }
 
  private:
   PageAllocator* allocator_;
+  IndexPageCache cache_;
   std::uint32_t usage_map_ = 0;
 };
 

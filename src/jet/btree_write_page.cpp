@@ -26,12 +26,12 @@ void append_be(std::vector<std::uint8_t>& b, std::uint32_t v, int bytes) {
   for (int i = bytes - 1; i >= 0; --i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
 }
 
-std::vector<std::uint8_t> entry_bytes(const IndexNodeItem& item, bool leaf) {
-  std::vector<std::uint8_t> b(item.key);
+// Appends the stored bytes of one item as a whole entry.
+void append_entry(std::vector<std::uint8_t>& b, const IndexNodeItem& item, bool leaf) {
+  b.insert(b.end(), item.key.begin(), item.key.end());
   append_be(b, item.row.page, 3);
   b.push_back(item.row.row);
   if (!leaf) append_be(b, item.child, 4);
-  return b;
 }
 
 }  // namespace
@@ -54,27 +54,30 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
     tail = node.items.back().child;
     --stored;
   }
-  std::vector<std::vector<std::uint8_t>> entries;
-  entries.reserve(stored);
-  std::size_t whole = 0;
+  // Every entry whole, one after the other in one buffer; ends[i] is where entry i stops.
+  std::vector<std::uint8_t> flat;
+  std::vector<std::size_t> ends;
+  flat.reserve(room + 64);
+  ends.reserve(stored);
   for (std::size_t i = 0; i < stored; ++i) {
-    entries.push_back(entry_bytes(node.items[i], node.leaf));
-    whole += entries.back().size();
+    append_entry(flat, node.items[i], node.leaf);
+    ends.push_back(flat.size());
   }
+  const std::size_t whole = flat.size();
+  auto begin_of = [&](std::size_t i) { return i == 0 ? std::size_t{0} : ends[i - 1]; };
   std::size_t prefix = 0;
-  if (whole > room && !entries.empty()) {
-    prefix = entries.front().size();
-    for (const auto& e : entries) {
-      const auto m = std::mismatch(e.begin(), e.end(), entries.front().begin(),
-                                   entries.front().end());
-      prefix = std::min<std::size_t>(prefix, static_cast<std::size_t>(m.first - e.begin()));
-    }
-    // Every later entry must keep at least one byte of its own.
-    for (std::size_t i = 1; i < entries.size(); ++i) {
-      prefix = std::min(prefix, entries[i].size() - 1);
+  if (whole > room && stored > 0) {
+    prefix = ends[0];
+    for (std::size_t i = 1; i < stored && prefix > 0; ++i) {
+      const std::size_t start = begin_of(i);
+      // Every later entry must keep at least one byte of its own.
+      const std::size_t limit = std::min(prefix, ends[i] - start - 1);
+      std::size_t same = 0;
+      while (same < limit && flat[start + same] == flat[same]) ++same;
+      prefix = same;
     }
   }
-  const std::size_t used = whole - (entries.empty() ? 0 : (entries.size() - 1) * prefix);
+  const std::size_t used = whole - (stored == 0 ? 0 : (stored - 1) * prefix);
   if (used > room) return std::nullopt;
 
   std::vector<std::uint8_t> page(page_size, 0);
@@ -88,11 +91,12 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
   put_le16(page, kPrefixOffset, static_cast<std::uint16_t>(prefix));
   page[kLevelOffset] = node.level;
   std::size_t at = 0;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
+  for (std::size_t i = 0; i < stored; ++i) {
     const std::size_t skip = i == 0 ? 0 : prefix;
-    std::copy(entries[i].begin() + static_cast<std::ptrdiff_t>(skip), entries[i].end(),
+    const std::size_t start = begin_of(i) + skip;
+    std::copy(flat.begin() + static_cast<std::ptrdiff_t>(start), flat.begin() + static_cast<std::ptrdiff_t>(ends[i]),
               page.begin() + static_cast<std::ptrdiff_t>(kIndexEntriesOffset + at));
-    at += entries[i].size() - skip;
+    at += ends[i] - start;
     page[kIndexEntryMaskOffset + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
   }
   return page;

@@ -1,6 +1,9 @@
 // Where the index B-tree writer reads and puts pages. Reads go through pager(), which must
 // show every page written so far; the writer only ever writes whole pages.
 //
+// A store may keep a cache of parsed pages (page_cache) that every writer over it shares;
+// the cache checks each page against the pager, so it needs no notice of writes or rollbacks.
+//
 // allocate_page returns a page the index may fill (its content is irrelevant: the writer
 // overwrites it entirely); free_page gives back a page the index no longer uses. The store
 // keeps the usage maps right. MemoryIndexPageStore serves a database held in a
@@ -10,6 +13,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "jet/btree_write_cache.h"
 #include "jet/memory_pager.h"
 #include "jet/pager.h"
 #include "jet/table_def.h"
@@ -25,6 +29,8 @@ class IndexPageStore {
   virtual void free_page(PageNumber number) = 0;
   // The index whose pages the next allocations and frees concern (its own usage map).
   virtual void select_index(const IndexDef& /*index*/) {}
+  // Parsed pages kept across writers of this store (btree_write_cache.h), or null.
+  virtual IndexPageCache* page_cache() { return nullptr; }
 };
 
 // Pages of a MemoryPager: freed pages are blanked and reused first, new ones appended.
@@ -37,10 +43,12 @@ class MemoryIndexPageStore final : public IndexPageStore {
   PageNumber allocate_page() override;
   void free_page(PageNumber number) override;
   const std::vector<PageNumber>& free_pages() const noexcept { return free_; }
+  IndexPageCache* page_cache() override { return &cache_; }
 
  private:
   MemoryPager* pager_;
   std::vector<PageNumber> free_;
+  IndexPageCache cache_;
 };
 
 }  // namespace jet

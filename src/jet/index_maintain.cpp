@@ -1,8 +1,8 @@
 #include "jet/index_maintain.h"
 
 #include "jet/btree_write.h"
+#include "jet/btree_write_cache.h"
 #include "jet/error.h"
-#include "jet/index_cursor.h"
 #include "jet/index_row_key.h"
 
 namespace jet {
@@ -43,15 +43,14 @@ std::vector<IndexMaintainer::Change> IndexMaintainer::plan(const Row* old_row, R
 // 3022 when a new key of a unique index is held by a row other than `replaced`.
 void IndexMaintainer::check_unique(const std::vector<Change>& changes,
                                    const std::optional<RowId>& replaced) {
+  IndexPageCache local(64);
+  IndexPageCache& cache = store_->page_cache() ? *store_->page_cache() : local;
   for (const auto& c : changes) {
     if (!c.index->unique() || !c.new_key) continue;
-    IndexCursor cursor(store_->pager(), *table_, *c.index);
-    if (key_has_null(cursor.columns(), *c.new_key)) continue;
-    if (!cursor.seek(*c.new_key)) continue;
-    do {
-      if (compare_keys(cursor.entry().key, *c.new_key) != 0) break;
-      if (!replaced || cursor.entry().row != *replaced) throw Error(ErrorCode::DuplicateKey);
-    } while (cursor.next());
+    if (key_has_null(key_columns(*table_, *c.index), *c.new_key)) continue;
+    if (index_holds_key(cache, store_->pager(), c.index->root_page, *c.new_key, replaced ? &*replaced : nullptr)) {
+      throw Error(ErrorCode::DuplicateKey);
+    }
   }
 }
 

@@ -57,7 +57,30 @@ TableWriter::TableWriter(OverlayPager& pager, PageAllocator& allocator, std::str
     : pager_(pager), allocator_(allocator), long_values_(pager, allocator), name_(std::move(table_name)),
       page_(definition_page), rules_(std::move(rules)), hook_(hook) {}
 
-TableDef TableWriter::definition() const { return read_table_def(pager_, page_); }
+std::shared_ptr<TableWriter::Parsed> TableWriter::parsed() const {
+  if (parsed_) {
+    bool same = true;
+    PageNumber next = page_;
+    for (const Page& held : parsed_->pages) {
+      if (next == 0 || next >= pager_.page_count()) { same = false; break; }
+      const Page now = pager_.read(next);
+      if (now.view().data() != held.view().data()) { same = false; break; }
+      next = now.view().u32(4);
+    }
+    if (same && next == 0) return parsed_;
+  }
+  auto fresh = std::make_shared<Parsed>();
+  fresh->def = read_table_def(pager_, page_);
+  // The chain of definition pages, as read_table_def just followed it.
+  for (PageNumber next = page_; next != 0 && next < pager_.page_count() && fresh->pages.size() <= pager_.page_count();) {
+    fresh->pages.push_back(pager_.read(next));
+    next = fresh->pages.back().view().u32(4);
+  }
+  parsed_ = fresh;
+  return fresh;
+}
+
+TableDef TableWriter::definition() const { return parsed()->def; }
 
 void TableWriter::refuse_if_unindexed(const TableDef& def) const {
   if (!def.indexes.empty() && !hook_)
@@ -133,13 +156,20 @@ RowId TableWriter::place_row(const TableDef& def, const std::vector<std::uint8_t
   return {page, slot};
 }
 
-void TableWriter::write_counters(const TableDef& def, std::uint32_t rows, std::uint32_t next_auto) {
-  std::vector<std::uint8_t> bytes = pager_.read(def.page).view().copy();
+void TableWriter::write_counters(Parsed& parsed, std::uint32_t rows, std::uint32_t next_auto) {
+  const Page before = pager_.read(parsed.def.page);
+  std::vector<std::uint8_t> bytes = before.view().copy();
   for (int i = 0; i < 4; ++i) {
     bytes[kRowCountAt + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(rows >> (8 * i));
     bytes[kAutonumberAt + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(next_auto >> (8 * i));
   }
-  pager_.write(def.page, std::move(bytes));
+  pager_.write(parsed.def.page, std::move(bytes));
+  // The parsed definition follows when it was parsed from the page just replaced.
+  if (!parsed.pages.empty() && parsed.pages.front().view().data() == before.view().data()) {
+    parsed.def.row_count = rows;
+    parsed.def.next_autonumber = next_auto;
+    parsed.pages.front() = pager_.read(parsed.def.page);
+  }
 }
 
 void TableWriter::free_long_values(const TableDef& def, const ByteView& row) {
@@ -153,13 +183,14 @@ void TableWriter::free_long_values(const TableDef& def, const ByteView& row) {
 
 RowId TableWriter::insert(const Row& values) {
   Statement statement(pager_);
-  const TableDef def = definition();
+  const auto state = parsed();
+  const TableDef& def = state->def;
   refuse_if_unindexed(def);
   std::uint32_t next_auto = def.next_autonumber;
   const Row row = prepare(def, values, true, &next_auto);
   if (hook_) hook_->check(def, nullptr, &row, std::nullopt);
   const RowId id = place_row(def, encode(def, row), 0);
-  write_counters(def, def.row_count + 1, next_auto);
+  write_counters(*state, def.row_count + 1, next_auto);
   if (hook_) hook_->apply(def, nullptr, &row, id);
   statement.commit();
   return id;
@@ -167,7 +198,8 @@ RowId TableWriter::insert(const Row& values) {
 
 void TableWriter::update(RowId id, const Row& values) {
   Statement statement(pager_);
-  const TableDef def = definition();
+  const auto state = parsed();
+  const TableDef& def = state->def;
   refuse_if_unindexed(def);
   const std::optional<Row> old_values = read_row(pager_, def, id);
   if (!old_values) throw Error(ErrorCode::NoCurrentRecord);
@@ -201,14 +233,15 @@ void TableWriter::update(RowId id, const Row& values) {
     header.make_pointer(id.row, target);
     pager_.write(id.page, header.release());
   }
-  if (next_auto != def.next_autonumber) write_counters(def, def.row_count, next_auto);
+  if (next_auto != def.next_autonumber) write_counters(*state, def.row_count, next_auto);
   if (hook_) hook_->apply(def, &*old_values, &row, id);
   statement.commit();
 }
 
 void TableWriter::remove(RowId id) {
   Statement statement(pager_);
-  const TableDef def = definition();
+  const auto state = parsed();
+  const TableDef& def = state->def;
   refuse_if_unindexed(def);
   const std::optional<Row> old_values = read_row(pager_, def, id);
   if (!old_values) throw Error(ErrorCode::NoCurrentRecord);
@@ -231,7 +264,7 @@ void TableWriter::remove(RowId id) {
   DataPageEditor header(pager_.read(id.page).view().copy());
   header.mark_deleted(id.row);
   pager_.write(id.page, header.release());
-  write_counters(def, def.row_count > 0 ? def.row_count - 1 : 0, def.next_autonumber);
+  write_counters(*state, def.row_count > 0 ? def.row_count - 1 : 0, def.next_autonumber);
   if (hook_) hook_->apply(def, &*old_values, nullptr, id);
   statement.commit();
 }

@@ -18,9 +18,11 @@
 // page and its original slot points to it, so its RowId stays valid.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "jet/long_value_write.h"
 #include "jet/overlay_pager.h"
@@ -62,10 +64,17 @@ class TableWriter {
   TableDef definition() const;
 
  private:
+  // The parsed definition and the pages it was read from: reused while the pager still shows
+  // those very page buffers (any write, rollback or re-read gives a page a new buffer).
+  struct Parsed {
+    TableDef def;
+    std::vector<Page> pages;
+  };
+  std::shared_ptr<Parsed> parsed() const;
   Row prepare(const TableDef& def, const Row& values, bool assign_autonumbers, std::uint32_t* next_auto) const;
   void refuse_if_unindexed(const TableDef& def) const;
   RowId place_row(const TableDef& def, const std::vector<std::uint8_t>& row, std::uint16_t flags);
-  void write_counters(const TableDef& def, std::uint32_t rows, std::uint32_t next_auto);
+  void write_counters(Parsed& parsed, std::uint32_t rows, std::uint32_t next_auto);
   std::vector<std::uint8_t> encode(const TableDef& def, const Row& values);
   void free_long_values(const TableDef& def, const ByteView& row);
 
@@ -76,6 +85,7 @@ class TableWriter {
   PageNumber page_;
   ColumnRules rules_;
   IndexHook* hook_;
+  mutable std::shared_ptr<Parsed> parsed_;
 };
 
 }  // namespace jet
