@@ -87,7 +87,8 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
   for (const ColumnDef& column : def.columns) {
     const bool bit = present(column.number);
     if (column.type == ColumnType::Boolean) {
-      row.push_back(column.number < stored_columns ? Value::boolean(bit) : Value::null());
+      // A Yes/No column is never Null: rows written before it was added read No, as in Access.
+      row.push_back(Value::boolean(bit));
       continue;
     }
     if (!bit) { row.push_back(Value::null()); continue; }

@@ -1,7 +1,8 @@
 // Rows: decoding the stored bytes of one row into values, and reading a row by its id.
 // A row holds fixed-length data, variable-length data, a table of variable offsets and a
 // null mask (one bit per column number; for Yes/No columns the bit is the value).
-// Rows written before a column was added hold fewer columns: the missing ones read as Null.
+// Rows written before a column was added hold fewer columns: the missing ones read as Null
+// (Yes/No ones as No: they have no Null).
 // Memo/OLE columns hold a 12-byte reference resolved through the long-value reader.
 #pragma once
 
