@@ -37,7 +37,7 @@ IndexNodeItem last_entry_below(IndexPageCache& cache, Pager& pager, PageNumber n
 
 // The node of a parsed page; the tail item's key is looked up below it only when
 // `derive_tail` (a caller about to replace that item has no use for it).
-IndexNode node_of(IndexPageCache& cache, Pager& pager, const CachedIndexPage& page, bool derive_tail) {
+IndexNode header_of(const CachedIndexPage& page) {
   IndexNode node;
   node.number = page.number;
   node.leaf = page.leaf;
@@ -45,14 +45,33 @@ IndexNode node_of(IndexPageCache& cache, Pager& pager, const CachedIndexPage& pa
   node.prev = page.prev;
   node.next = page.next;
   node.level = page.level;
-  node.items.reserve(page.entries.size() + 2);
-  for (const auto& e : page.entries) node.items.push_back({e.key, e.row, e.child});
+  return node;
+}
+
+void add_tail(IndexPageCache& cache, Pager& pager, const CachedIndexPage& page, bool derive_tail,
+              IndexNode& node) {
   if (!page.leaf && page.tail != 0) {
     IndexNodeItem tail = derive_tail ? last_entry_below(cache, pager, page.tail, 1) : IndexNodeItem{};
     tail.child = page.tail;
     node.items.push_back(std::move(tail));
   }
   if (!page.leaf && node.items.empty()) damaged_at(pager, page.number, "page intermédiaire sans enfant");
+}
+
+IndexNode node_of(IndexPageCache& cache, Pager& pager, const CachedIndexPage& page, bool derive_tail) {
+  IndexNode node = header_of(page);
+  node.items.reserve(page.entries.size() + 2);
+  for (const auto& e : page.entries) node.items.push_back({e.key, e.row, e.child});
+  add_tail(cache, pager, page, derive_tail, node);
+  return node;
+}
+
+// The node of a parsed page nobody else holds: its keys are moved, not copied.
+IndexNode node_taken(IndexPageCache& cache, Pager& pager, CachedIndexPage& page, bool derive_tail) {
+  IndexNode node = header_of(page);
+  node.items.reserve(page.entries.size() + 2);
+  for (auto& e : page.entries) node.items.push_back({std::move(e.key), e.row, e.child});
+  add_tail(cache, pager, page, derive_tail, node);
   return node;
 }
 
@@ -121,7 +140,7 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
                                                        std::size_t depth) {
   if (depth > kMaxDepth) damaged(number, "arbre d'index trop profond");
   Pager& pager = store_->pager();
-  const auto page = cache_->get(pager, number);
+  auto page = cache_->get(pager, number);
   const auto& entries = page->entries;
   const auto pos = static_cast<std::size_t>(
       std::partition_point(entries.begin(), entries.end(),
@@ -132,7 +151,7 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
     if (t.insert && present) damaged(number, "entrée déjà présente dans l'index");
     if (!t.insert && !present) return std::nullopt;
     const std::size_t count = entries.size();
-    IndexNode node = node_of(*cache_, pager, *page, false);
+    IndexNode node = take_node(page);
     const auto at = node.items.begin() + static_cast<std::ptrdiff_t>(pos);
     bool at_end = false;
     bool last_changed = false;
@@ -176,6 +195,18 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
   items.erase(items.begin() + static_cast<std::ptrdiff_t>(child));
   items.insert(items.begin() + static_cast<std::ptrdiff_t>(child), sub->items.begin(), sub->items.end());
   return stored(std::move(node), at_end, last_changed);
+}
+
+// The node of a leaf about to be rewritten. The cache forgets the page (the write records
+// its new form); when nothing else holds the parsed page its keys move into the node.
+IndexNode BtreeWriter::take_node(std::shared_ptr<const CachedIndexPage>& page) {
+  cache_->forget(page->number);
+  if (page.use_count() != 1) return node_of(*cache_, store_->pager(), *page, false);
+  // Created non-const by the cache, and now held here alone.
+  auto& owned = const_cast<CachedIndexPage&>(*page);
+  IndexNode node = node_taken(*cache_, store_->pager(), owned, false);
+  page.reset();
+  return node;
 }
 
 // Stores the node and describes the result to its parent.

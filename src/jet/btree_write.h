@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -64,6 +65,7 @@ class BtreeWriter {
   [[noreturn]] void damaged(PageNumber page, const char* what);
 
   Change stored(IndexNode node, bool at_end, bool last_changed);
+  IndexNode take_node(std::shared_ptr<const CachedIndexPage>& page);
 
   IndexPageStore* store_;
   PageNumber table_page_;

@@ -47,7 +47,7 @@ std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNum
 void IndexPageCache::put(Pager& pager, CachedIndexPage parsed) {
   const PageNumber number = parsed.number;
   Page page = pager.read(number);
-  auto shared = std::make_shared<const CachedIndexPage>(std::move(parsed));
+  std::shared_ptr<const CachedIndexPage> shared = std::make_shared<CachedIndexPage>(std::move(parsed));
   auto it = slots_.find(number);
   if (it != slots_.end()) {
     it->second = Slot{std::move(page), std::move(shared), ++clock_};

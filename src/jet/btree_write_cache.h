@@ -40,6 +40,9 @@ class IndexPageCache {
   // would give for the page's bytes).
   void put(Pager& pager, CachedIndexPage parsed);
 
+  // Drops page `number` from the cache (a writer about to replace it).
+  void forget(PageNumber number) { slots_.erase(number); }
+
   void clear() noexcept { slots_.clear(); }
   std::size_t size() const noexcept { return slots_.size(); }
   // Lookups served from the cache and pages parsed, since construction.
