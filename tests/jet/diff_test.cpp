@@ -18,10 +18,6 @@ namespace {
 
 using jet::Value;
 
-std::string copy_fixture(const jet_test::ScratchDir& dir, const std::string& name, const std::string& as = {}) {
-  return dir.write(as.empty() ? name : as, jet_test::read_file(jet_test::fixture(name)));
-}
-
 std::string joined(const std::vector<std::string>& lines) {
   std::string s;
   for (const auto& l : lines) s += l + "\n";

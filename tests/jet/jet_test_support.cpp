@@ -9,6 +9,12 @@
 #include <iterator>
 #include <stdexcept>
 
+#include <gtest/gtest.h>
+
+#include "jet/database.h"
+#include "jet/error.h"
+#include "jet/verify.h"
+
 namespace jet_test {
 
 std::string fixture(const std::string& name) { return std::string(QUELIS_FIXTURES) + "/" + name; }
@@ -64,5 +70,32 @@ std::string shell_quote(const std::string& s) {
   }
   return q + "'";
 }
+
+std::string copy_fixture(const ScratchDir& dir, const std::string& name, const std::string& as) {
+  return dir.write(as.empty() ? name : as, read_file(fixture(name)));
+}
+
+int error_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const jet::Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+std::string mdb_export(const std::string& path, const std::string& table) {
+  bool ok = false;
+  const std::string out = run("mdb-export " + shell_quote(path) + " " + shell_quote(table) + " 2>&1", &ok);
+  EXPECT_TRUE(ok) << out;
+  return out;
+}
+
+std::vector<std::string> verify_problems(const std::string& path) {
+  auto db = jet::Database::open(path);
+  return jet::verify_database(*db);
+}
+
+std::string jet_program() { return std::string(QUELIS_BINARY_DIR) + "/src/app/jet"; }
 
 }  // namespace jet_test

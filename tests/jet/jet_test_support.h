@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,5 +36,16 @@ std::vector<std::uint8_t> read_file(const std::string& path);
 std::string run(const std::string& command, bool* ok = nullptr);
 // Quotes an argument for /bin/sh.
 std::string shell_quote(const std::string& s);
+
+// A scratch copy of a fixture inside `dir` (named `as` when given); returns its path.
+std::string copy_fixture(const ScratchDir& dir, const std::string& name, const std::string& as = {});
+// The Jet error number `action` raises (jet::Error), 0 when it raises nothing.
+int error_of(const std::function<void()>& action);
+// What mdbtools exports of a table (CSV with a header line); a failed export fails the test.
+std::string mdb_export(const std::string& path, const std::string& table);
+// What the engine's checker finds wrong with a database file (empty when sound).
+std::vector<std::string> verify_problems(const std::string& path);
+// The built `jet` program, for tests of its commands.
+std::string jet_program();
 
 }  // namespace jet_test

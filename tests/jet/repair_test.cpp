@@ -20,10 +20,6 @@
 
 namespace {
 
-std::string copy_fixture(const jet_test::ScratchDir& dir, const std::string& name) {
-  return dir.write(name, jet_test::read_file(jet_test::fixture(name)));
-}
-
 std::string joined(const std::vector<std::string>& lines) {
   std::string s;
   for (const auto& l : lines) s += l + "\n";

@@ -144,10 +144,6 @@ TEST_F(OverlayLevels, AnOuterLevelCannotEndWhileAnInnerOneIsOpen) {
 
 // ---- on a copy of an Access-made file ----
 
-std::string copy_fixture(const jet_test::ScratchDir& dir, const std::string& name) {
-  return dir.write(name, jet_test::read_file(jet_test::fixture(name)));
-}
-
 TEST(WritableFile, RollbackLeavesTheFileByteForByteAndCommitReachesIt) {
   jet_test::ScratchDir dir;
   const std::string path = copy_fixture(dir, "delColTestV2000.mdb");

@@ -26,10 +26,6 @@ int error_of(const std::function<void()>& action) {
   return 0;
 }
 
-std::string copy_fixture(const jet_test::ScratchDir& dir, const std::string& name) {
-  return dir.write(name, jet_test::read_file(jet_test::fixture(name)));
-}
-
 std::string export_table(const std::string& path, const std::string& table) {
   bool ok = false;
   const std::string out = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " " +
