@@ -33,6 +33,18 @@ const CatalogEntry& table_entry(WritableDatabase& db, const std::string& table) 
   return *entry;
 }
 
+// A primary or required index accepts no row with a Null in one of its columns (3058).
+void refuse_nulls(WritableDatabase& db, const CatalogEntry& entry, const TableDef& def, const IndexDef& wanted) {
+  std::vector<std::size_t> positions;
+  for (const IndexColumn& c : wanted.columns) positions.push_back(def.column_by_number(c.column_number)->definition_order);
+  bool found = false;
+  Table(db.pager(), entry.name, def).scan([&](RowId, const Row& row) {
+    found = std::any_of(positions.begin(), positions.end(), [&](std::size_t at) { return row[at].is_null(); });
+    return !found;
+  });
+  if (found) throw Error(ErrorCode::IndexNullNotAllowed);
+}
+
 }  // namespace
 
 void create_index(WritableDatabase& db, const std::string& table, const IndexDesign& design) {
@@ -52,6 +64,7 @@ void create_index(WritableDatabase& db, const std::string& table, const IndexDes
     wanted.columns.push_back({column->number, !c.descending});
   }
   wanted.flags = flags_of(design);
+  if (wanted.flags & index_flags::Required) refuse_nulls(db, entry, def, wanted);
 
   jet::Statement statement(db.pager());
   auto same = std::find_if(def.indexes.begin(), def.indexes.end(), [&](const IndexDef& r) {

@@ -2,6 +2,7 @@
 
 #include "jet/error.h"
 #include "jet/properties.h"
+#include "jet/referential.h"
 #include "jet/table_def.h"
 
 namespace jet {
@@ -16,6 +17,7 @@ std::unique_ptr<WritableDatabase> WritableDatabase::open(const std::string& path
   w->overlay_ = std::make_unique<OverlayPager>(w->db_->pager(), w->sink_.get());
   w->allocator_ = std::make_unique<PageAllocator>(*w->overlay_);
   w->catalog_ = std::make_unique<Catalog>(*w->overlay_);
+  w->referential_ = std::make_unique<ReferentialHook>(*w);
   return w;
 }
 
@@ -30,7 +32,8 @@ TableWriter WritableDatabase::writer(std::string_view name, IndexHook* hook) {
   if (!entry) throw Error(ErrorCode::TableNotFound, name);
   const TableDef def = read_table_def(*overlay_, entry->table_page());
   ColumnRules rules = ColumnRules::from_properties(def, parse_properties(entry->properties));
-  return TableWriter(*overlay_, *allocator_, entry->name, entry->table_page(), std::move(rules), hook);
+  return TableWriter(*overlay_, *allocator_, entry->name, entry->table_page(), std::move(rules),
+                     hook ? hook : referential_.get());
 }
 
 }  // namespace jet

@@ -33,7 +33,10 @@ class WritableDatabase {
   // A table read through the overlay (3078 when there is none).
   Table table(std::string_view name);
   // A writer for a local table (3078 when there is none), with the Required and
-  // AllowZeroLength rules of its properties. `hook` maintains its indexes (see table_writer.h).
+  // AllowZeroLength rules of its properties. Without `hook`, the database's own hook keeps
+  // the table's indexes and enforces its relationships (referential.h: 3200, 3201,
+  // cascades); a caller's `hook` replaces it (system tables keep only their indexes with a
+  // TableIndexHook). The writer must not outlive the database.
   TableWriter writer(std::string_view name, IndexHook* hook = nullptr);
 
   // Creates an empty table: definition, usage maps, empty index trees, its MSysObjects row
@@ -52,6 +55,7 @@ class WritableDatabase {
   std::unique_ptr<OverlayPager> overlay_;
   std::unique_ptr<PageAllocator> allocator_;
   std::unique_ptr<Catalog> catalog_;
+  std::unique_ptr<IndexHook> referential_;  // the hook of writer() without one of the caller's
 };
 
 }  // namespace jet
