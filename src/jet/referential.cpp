@@ -133,12 +133,23 @@ void cascade(WritableDatabase& db, const TableDef& def, const Row& old_values, c
   }
 }
 
+// Primary keys and required indexes take no row with a Null in one of their columns.
+void check_required_indexes(const TableDef& def, const Row& row) {
+  for (const IndexDef& index : def.indexes) {
+    if (!index.required()) continue;
+    for (const IndexColumn& c : index.columns)
+      if (const ColumnDef* column = def.column_by_number(c.column_number); column && row[column->definition_order].is_null())
+        throw Error(ErrorCode::IndexNullNotAllowed);
+  }
+}
+
 }  // namespace
 
 ReferentialHook::ReferentialHook(WritableDatabase& db) : db_(db), indexes_(db.allocator()) {}
 
 void ReferentialHook::check(const TableDef& def, const Row* old_values, const Row* new_values,
                             std::optional<RowId> id) {
+  if (new_values) check_required_indexes(def, *new_values);
   indexes_.check(def, old_values, new_values, id);
   if (new_values) check_referencing(db_, def, old_values, *new_values);
   if (old_values) check_referenced(db_, def, *old_values, new_values);

@@ -1,7 +1,8 @@
 // Referential integrity on row writes: the index hook of the database's own table writers
 // (WritableDatabase::writer without a hook of the caller's).
 //
-// It keeps the table's indexes (as TableIndexHook) and enforces each relationship whose
+// It keeps the table's indexes (as TableIndexHook; a Null in a primary key or required
+// index is refused with 3058) and enforces each relationship whose
 // foreign-key indexes the table carries (relationships without integrity have none):
 //  - a row holding a foreign key, inserted or with its key changed, needs the referenced row
 //    when none of the key's columns is Null: 3201 naming the referenced table otherwise;

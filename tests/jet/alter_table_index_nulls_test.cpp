@@ -1,5 +1,6 @@
 // Primary and required indexes added to tables holding rows: a Null in one of their
-// columns refuses the index (3058) and leaves the file as it was.
+// columns refuses the index (3058) and leaves the file as it was; the database's writers then
+// refuse rows with such a Null.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -42,6 +43,11 @@ TEST(AlterTableIndexNulls, NullsRefusePrimaryAndRequiredIndexes) {
     jet::create_index(*db, "Child", index_on("ByParentFree", {"ParentId"}, false, false));
     update(*db, "Child", find(*db, "Child", "Id", 13), {{"ParentId", jet::Value::long_(3)}});
     jet::create_index(*db, "Child", index_on("ByParent", {"ParentId"}, false, true));
+    EXPECT_EQ(rows(*db, "Child").size(), 4u);
+    // The database's writers keep the rule: no new row without the required values.
+    EXPECT_EQ(jet_test::error_of([&] { insert(*db, "Child", {{"Id", jet::Value::long_(40)}}); }), 3058);
+    EXPECT_EQ(jet_test::error_of([&] { insert(*db, "Child", {{"ParentId", jet::Value::long_(1)}}); }), 3058);  // primary key
+    EXPECT_EQ(jet_test::error_of([&] { update(*db, "Child", find(*db, "Child", "Id", 13), {{"ParentId", jet::Value::null()}}); }), 3058);
     EXPECT_EQ(rows(*db, "Child").size(), 4u);
   }
   EXPECT_EQ(problems(path), "");
