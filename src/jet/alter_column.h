@@ -5,9 +5,15 @@
 //
 // add_column: the new column takes the next free column number and goes last in display
 //   order (or at `ordinal_position`, the others moving up). Rows written before it read it as
-//   Null; its default value is a property that applies to rows added later (filling the
-//   existing rows is the caller's UPDATE). 3191 when the name is in use, 3078 when the table
-//   is missing, otherwise the checks of validate().
+//   Null (a Yes/No column as No); its default value is a property that applies to rows added
+//   later (filling the existing rows is the caller's UPDATE). 3191 when the name is in use,
+//   3078 when the table is missing, 3251 past 255 columns (dropped ones counted until a
+//   compaction) or for an autonumber added to a table holding rows, otherwise the checks of
+//   validate(). Numbers of dropped columns are never given again before a compaction.
+//
+// Display order (DAO's OrdinalPosition, 0-based) is the order of the column blocks in the
+// stored definition, ColumnDef::display_index; TableDef::columns and mdbtools list columns
+// by column number instead.
 //
 // drop_column: the column leaves the definition and its properties go with it; the other
 //   columns keep their numbers and their data (the gap is closed by compaction). 3280 when
