@@ -1,4 +1,5 @@
-// Data definition: CREATE TABLE (columns, NOT NULL, PRIMARY KEY and UNIQUE constraints) and
+// Data definition: CREATE TABLE (columns, NOT NULL, PRIMARY KEY, UNIQUE and FOREIGN KEY
+// constraints, the last as relationships made once the table exists) and
 // SELECT ... INTO (a new table made from a query's columns, then filled), through the
 // engine's table creation. Columns made by SQL take Jet's DDL defaults: texts of 255
 // characters when no size is given, stored uncompressed, zero-length texts refused.
@@ -16,6 +17,8 @@ bool one_of(const std::string& word, std::initializer_list<std::string_view> wor
     if (word == w) return true;
   return false;
 }
+
+}  // namespace
 
 jet::ColumnDesign column_design(const sql::ColumnDef& c) {
   jet::ColumnDesign design;
@@ -65,6 +68,8 @@ jet::ColumnDesign column_design(const sql::ColumnDef& c) {
   return design;
 }
 
+namespace {
+
 // The index a PRIMARY KEY or UNIQUE constraint makes; NOT NULL marks its columns required.
 void apply_constraint(jet::TableDesign& design, const Constraint& k, const std::vector<std::string>& columns) {
   auto column = [&](const std::string& name) -> jet::ColumnDesign& {
@@ -77,8 +82,7 @@ void apply_constraint(jet::TableDesign& design, const Constraint& k, const std::
       for (const auto& c : columns) column(c).required = true;
       return;
     case ConstraintKind::ForeignKey:
-      // Relationships are kept by the engine's schema layer, not here.
-      throw jet::Error(jet::ErrorCode::OperationNotSupported);
+      return;  // a relationship, made once the table exists
     case ConstraintKind::PrimaryKey:
     case ConstraintKind::Unique: {
       jet::IndexDesign index;
@@ -106,7 +110,21 @@ std::int64_t run_create_table(Run& run, const CreateTable& create) {
   for (const auto& c : create.columns)
     for (const auto& k : c.constraints) apply_constraint(design, k, {c.name});
   for (const auto& k : create.constraints) apply_constraint(design, k, k.columns);
-  run.writable()->create_table(design);
+  jet::WritableDatabase& db = *run.writable();
+  jet::Statement statement(db.pager());
+  try {
+    db.create_table(design);
+    for (const auto& c : create.columns)
+      for (const auto& k : c.constraints)
+        if (k.kind == ConstraintKind::ForeignKey) jet::create_relationship(db, relationship_of(db, design.name, k, {c.name}));
+    for (const auto& k : create.constraints)
+      if (k.kind == ConstraintKind::ForeignKey) jet::create_relationship(db, relationship_of(db, design.name, k, k.columns));
+    statement.commit();
+  } catch (...) {
+    statement.rollback();
+    db.reload_catalog();
+    throw;
+  }
   return 0;
 }
 

@@ -20,6 +20,8 @@
 #include "jet/sql/ast.h"
 #include "jet/sql/evaluator.h"
 #include "jet/sql/executor.h"
+#include "jet/relationship_write.h"
+#include "jet/table_design.h"
 
 namespace jet::sql::detail {
 
@@ -46,6 +48,14 @@ class Run {
   const Value* parameter(std::string_view name) const;
   jet::WritableDatabase* writable() const noexcept { return write_db_; }
   const EvalOptions& options() const noexcept { return options_; }
+
+  // What the writes do with a row the engine refuses (see executor.h).
+  RowErrors row_errors = RowErrors::Fail;
+  // Under RowErrors::Skip: whether `e` refuses one row only (the row is passed over).
+  bool skips_row(const jet::Error& e) const;
+  // A value converted for a column; under RowErrors::Skip a value that cannot be becomes
+  // Null, as Jet stores it.
+  Value convert(const jet::ColumnDef& column, const Value& value) const;
 
   // Names the statement could not bind, each once (upper-cased key, name as written).
   void missing(const std::string& name);
@@ -200,6 +210,16 @@ std::int64_t run_update(Run& run, const Update& update);
 std::int64_t run_delete(Run& run, const Delete& del);
 std::int64_t run_insert(Run& run, const Insert& insert);
 std::int64_t run_create_table(Run& run, const CreateTable& create);
+std::int64_t run_alter_table(Run& run, const AlterTable& alter);
+std::int64_t run_create_index(Run& run, const CreateIndex& create);
+std::int64_t run_drop_index(Run& run, const DropIndex& drop);
+std::int64_t run_drop_table(Run& run, const DropTable& drop);
+// The relationship a FOREIGN KEY constraint of `table` over `columns` asks for (the
+// referenced table's primary key when it names no columns).
+jet::RelationshipDesign relationship_of(jet::WritableDatabase& db, const std::string& table, const Constraint& k,
+                                        const std::vector<std::string>& columns);
+// The engine's column design of a column written in SQL (Jet's DDL defaults).
+jet::ColumnDesign column_design(const sql::ColumnDef& c);
 // SELECT ... INTO: the new table, then the query's rows in it; returns the rows.
 std::int64_t run_select_into(Run& run, const Select& select);
 

@@ -49,6 +49,32 @@ void Run::missing(const std::string& name) {
   if (missing_.insert(upper(name)).second) missing_order_.push_back(name);
 }
 
+bool Run::skips_row(const jet::Error& e) const {
+  if (row_errors != RowErrors::Skip) return false;
+  switch (e.number()) {
+    case 3022:  // duplicate key
+    case 3200:  // related records exist
+    case 3201:  // related record required
+    case 3314:  // Required
+    case 3315:  // zero-length text refused
+    case 3316:  // table validation rule
+    case 3317:  // field validation rule
+      return true;
+    default:
+      return false;
+  }
+}
+
+Value Run::convert(const jet::ColumnDef& column, const Value& value) const {
+  try {
+    return convert_for_column(column, value);
+  } catch (const jet::Error& e) {
+    const bool conversion = e.number() == 13 || e.number() == 6 || e.number() == 3163;
+    if (row_errors != RowErrors::Skip || !conversion) throw;
+    return Value::null();
+  }
+}
+
 jet::Table Run::table(const NamedTable& ref) {
   const std::string path = ref.database_path();
   if (path.empty()) return write_db_ ? write_db_->table(ref.name) : read_db_->table(ref.name);

@@ -1,7 +1,9 @@
 // UPDATE, DELETE and INSERT. Every row to change and every new value is worked out first,
 // reading the tables as they were before the statement; then the writes run inside one
 // Statement (a savepoint of the open transaction, or autocommitted), so a refused row (3022,
-// 3163, 3314, 3315...) leaves nothing of the statement behind.
+// 3163, 3314, 3315...) leaves nothing of the statement behind, unless the run passes refused
+// rows over (RowErrors::Skip): each write is a statement of its own inside that one, so a
+// refused row leaves nothing of itself and the others stay.
 #include <unordered_map>
 
 #include "jet/catalog.h"
@@ -47,6 +49,19 @@ std::vector<const std::int32_t*> matching(Scope& scope, const Relation& rel, con
   }
   scope.current = nullptr;
   return out;
+}
+
+// Runs one row's write; under RowErrors::Skip a refused row (the writer undid its own
+// part) is passed over. Returns whether the row was written.
+template <class Write>
+bool write_row(Run& run, Write write) {
+  try {
+    write();
+    return true;
+  } catch (const jet::Error& e) {
+    if (!run.skips_row(e)) throw;
+    return false;
+  }
 }
 
 // A writer of a local table with its indexes kept up to date.
@@ -117,20 +132,22 @@ std::int64_t run_update(Run& run, const Update& update) {
 
   jet::Statement statement(db.pager());
   std::unordered_map<int, std::unique_ptr<TableChange>> writers;
+  std::int64_t changed = 0;
   for (const auto& c : changes) {
     const Source& s = scope.sources[static_cast<std::size_t>(c.source)];
     auto& w = writers[c.source];
     if (!w) w = std::make_unique<TableChange>(db, s.name);
     const RowId id = s.ids[static_cast<std::size_t>(c.row)];
+    // Read again: a cascade of an earlier row may have changed or removed this one.
     std::optional<Row> full = s.table->read(id);
     if (!full) continue;
     const TableDef& def = s.table->def();
     for (const auto& [column, value] : c.values)
-      (*full)[static_cast<std::size_t>(column)] = convert_for_column(def.columns[static_cast<std::size_t>(column)], value);
-    w->writer.update(id, *full);
+      (*full)[static_cast<std::size_t>(column)] = run.convert(def.columns[static_cast<std::size_t>(column)], value);
+    if (write_row(run, [&] { w->writer.update(id, *full); })) ++changed;
   }
   statement.commit();
-  return static_cast<std::int64_t>(changes.size());
+  return changed;
 }
 
 std::int64_t run_delete(Run& run, const Delete& del) {
@@ -167,12 +184,14 @@ std::int64_t run_delete(Run& run, const Delete& del) {
   }
 
   jet::Statement statement(db.pager());
+  std::int64_t removed = 0;
   if (!ids.empty()) {
     TableChange change(db, s.name);
-    for (const RowId id : ids) change.writer.remove(id);
+    for (const RowId id : ids)
+      if (write_row(run, [&] { change.writer.remove(id); })) ++removed;
   }
   statement.commit();
-  return static_cast<std::int64_t>(ids.size());
+  return removed;
 }
 
 namespace {
@@ -248,19 +267,20 @@ std::int64_t run_insert(Run& run, const Insert& insert) {
 
   const std::vector<Value> defaults = default_values(run, db, def, table.name());
   jet::Statement statement(db.pager());
+  std::int64_t inserted = 0;
   if (!rows.empty()) {
     TableChange change(db, table.name());
     for (const auto& given : rows) {
       Row row = defaults;
       for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto c = static_cast<std::size_t>(columns[i]);
-        row[c] = convert_for_column(def.columns[c], given[i]);
+        row[c] = run.convert(def.columns[c], given[i]);
       }
-      change.writer.insert(row);
+      if (write_row(run, [&] { change.writer.insert(row); })) ++inserted;
     }
   }
   statement.commit();
-  return static_cast<std::int64_t>(rows.size());
+  return inserted;
 }
 
 }  // namespace jet::sql::detail

@@ -63,9 +63,10 @@ Executor::Executor(jet::Database& db, DatabaseOpener opener) : impl_(std::make_u
 
 Executor::~Executor() = default;
 
-std::int64_t Executor::execute(std::string_view sql, const Parameters& parameters) {
+std::int64_t Executor::execute(std::string_view sql, const Parameters& parameters, RowErrors row_errors) {
   const Statement st = parse_statement(sql);
   detail::Run run = impl_->make_run(st, parameters);
+  run.row_errors = row_errors;
   return std::visit(
       [&](const auto& body) -> std::int64_t {
         using T = std::decay_t<decltype(body)>;
@@ -80,10 +81,15 @@ std::int64_t Executor::execute(std::string_view sql, const Parameters& parameter
           return detail::run_insert(run, body);
         } else if constexpr (std::is_same_v<T, CreateTable>) {
           return detail::run_create_table(run, body);
+        } else if constexpr (std::is_same_v<T, AlterTable>) {
+          return detail::run_alter_table(run, body);
+        } else if constexpr (std::is_same_v<T, CreateIndex>) {
+          return detail::run_create_index(run, body);
+        } else if constexpr (std::is_same_v<T, DropIndex>) {
+          return detail::run_drop_index(run, body);
         } else {
-          if (!impl_->write_db) throw sql_error(SqlError::ReadOnlyObject);
-          // Table and index definitions are changed by the engine's schema layer.
-          throw jet::Error(jet::ErrorCode::OperationNotSupported);
+          static_assert(std::is_same_v<T, DropTable>);
+          return detail::run_drop_table(run, body);
         }
       },
       st.body);

@@ -5,9 +5,16 @@
 //     materialised ResultSet. A query that reads one local table without DISTINCT, grouping
 //     or aggregates is updatable: the set names the table and the RowId of each row.
 // Executor::execute  INSERT / UPDATE (joins included, tables of other databases read-only)
-//     / DELETE as one atomic statement: it either changes every row it should or nothing
-//     (inside an open transaction of the pager it is a savepoint of that transaction).
-//     Returns the number of records affected.
+//     / DELETE, and data definition (CREATE / DROP TABLE, ALTER TABLE, CREATE / DROP INDEX).
+//     With RowErrors::Fail the statement is atomic: it either changes every row it should or
+//     nothing (inside an open transaction of the pager it is a savepoint of that
+//     transaction), and the first refusal is raised. With RowErrors::Skip, Jet's behaviour
+//     when the caller does not ask to fail on errors, a row the engine refuses (duplicate
+//     key 3022, Required 3314, zero-length 3315, related record 3200/3201) is passed over and
+//     a value that cannot be converted to its column (13, 6, 3163) is stored as Null; the
+//     other rows are changed and nothing is raised. A statement that cannot run at all
+//     (syntax, missing table or column, too few parameters) raises either way.
+//     Returns the number of records affected (changed, not passed over).
 //
 // Names are bound without regard to case. A name that is neither a column of the sources
 // nor a parameter given a value counts as a missing parameter: 3061 "Trop peu de
@@ -83,6 +90,12 @@ class ResultSet {
   std::vector<RowId> row_ids_;
 };
 
+// What execute() does with a row the engine refuses.
+enum class RowErrors {
+  Fail,  // undo the whole statement and raise the refusal (dbFailOnError)
+  Skip,  // pass the row over, change the others, raise nothing
+};
+
 class Executor {
  public:
   // Full executor over a writable database.
@@ -93,9 +106,10 @@ class Executor {
   Executor(const Executor&) = delete;
   Executor& operator=(const Executor&) = delete;
 
-  // INSERT / UPDATE / DELETE (data definition: 3251 until the engine supports it). All or
-  // nothing; returns the records affected.
-  std::int64_t execute(std::string_view sql, const Parameters& parameters = {});
+  // Any statement but a plain SELECT (3065); returns the records affected (0 for data
+  // definition).
+  std::int64_t execute(std::string_view sql, const Parameters& parameters = {},
+                       RowErrors row_errors = RowErrors::Fail);
   ResultSet select(std::string_view sql, const Parameters& parameters = {});
 
   // Names the statement needs as parameters (declared or not bound to a column), in order
