@@ -174,6 +174,9 @@ TEST_F(DaoCreateTest, ARuleSetWhileARecordsetIsOpenAppliesToItsNextUpdate) {
   rs.AddNew();
   rs.Fields("id").SetValue(20);
   rs.Update();  // data may be empty for now
+  // Required is refused while a stored row lacks the value.
+  EXPECT_VB_ERROR(db.TableDefs("Table3").Fields("data").SetRequired(true), 3314);
+  db.Execute("UPDATE Table3 SET data = 'vingt' WHERE id = 20", dbFailOnError);
   db.TableDefs("Table3").Fields("data").SetRequired(true);
   rs.AddNew();
   rs.Fields("id").SetValue(21);

@@ -21,9 +21,9 @@ Recordset Database::OpenRecordset(std::string_view source, int type, int options
 
 void Database::Execute(std::string_view sql, int options) {
   impl_->checkWritable();
-  // Statements run all or nothing whatever the options: dbFailOnError only adds that the
-  // failure is raised, which every failure here is.
-  (void)options;
+  // With dbFailOnError the statement is all or nothing and its failure is raised; without,
+  // the rows the engine refuses are passed over silently, as Jet does.
+  const auto rows = (options & dbFailOnError) ? jet::sql::RowErrors::Fail : jet::sql::RowErrors::Skip;
   std::string text(sql);
   bool isName = !text.empty();
   for (char c : text)
@@ -32,7 +32,7 @@ void Database::Execute(std::string_view sql, int options) {
     text = guarded([&] { return detail::savedQuerySql(*impl_, text); });
   impl_->recordsAffected = 0;
   try {
-    impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->sql().execute(text)); });
+    impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->sql().execute(text, {}, rows)); });
   } catch (...) {
     impl_->catalogCache.reset();
     throw;

@@ -143,6 +143,7 @@ void Field::SetDefaultValue(const Variant& value) {
 int Field::OrdinalPosition() const { impl_->checkAlive(); return impl_->def.ordinalPosition; }
 void Field::SetOrdinalPosition(int position) {
   changeDefinition(*impl_, [&](detail::FieldDef& d) { d.ordinalPosition = position; });
+  if (impl_->owner == FieldImpl::Owner::Detached) impl_->ordinalPositionSet = true;
 }
 long Field::Attributes() const {
   impl_->checkAlive();
@@ -232,11 +233,34 @@ Collection<Property> Field::Properties() const {
           [f](const Variant& v) mutable { f.SetRequired(v.CBool()); });
       add("AllowZeroLength", dbBoolean, [f] { return Variant(f.AllowZeroLength()); },
           [f](const Variant& v) mutable { f.SetAllowZeroLength(v.CBool()); });
+      // Properties stored for the column (Description, Format...): settable on a saved field.
+      const bool saved = f.impl()->owner == FieldImpl::Owner::Table;
       for (const auto& [name, value] : f.impl()->extraProperties) {
-        Variant kept = value;
-        add(name, dbText, [kept] { return kept; }, nullptr);
+        std::string property = name;
+        std::function<void(const Variant&)> set;
+        if (saved)
+          set = [f, property](const Variant& v) { detail::setSavedFieldProperty(*f.impl(), property, v); };
+        add(name, storedType(value),
+            [f, property] {
+              for (const auto& [n, v] : f.impl()->extraProperties)
+                if (n == property) return v;
+              return Variant::Null();
+            },
+            std::move(set));
       }
       return list;
+    }
+    // The field type constant of a stored property's value.
+    static int storedType(const Variant& v) {
+      switch (v.kind()) {
+        case jet::ValueKind::Boolean: return dbBoolean;
+        case jet::ValueKind::Byte: return dbByte;
+        case jet::ValueKind::Integer: return dbInteger;
+        case jet::ValueKind::Long: return dbLong;
+        case jet::ValueKind::Double: return dbDouble;
+        case jet::ValueKind::Date: return dbDate;
+        default: return dbText;
+      }
     }
     static bool recordsetUpdatable(const Field& f) {
       const auto& impl = f.impl();

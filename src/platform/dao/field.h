@@ -80,7 +80,12 @@ class Field {
   // Every property the field has, in the engine's order (Value first for a record-set
   // field, then Attributes, CollatingOrder, Type, Name, OrdinalPosition, Size, SourceField,
   // SourceTable, ValidateOnSet, DataUpdatable, ForeignName, DefaultValue, ValidationRule,
-  // ValidationText, Required, AllowZeroLength...).
+  // ValidationText, Required, AllowZeroLength, then those stored for a saved column:
+  // Description, Format...). Reading Value of a definition field raises 3219, setting a
+  // read-only property 3219; a new field has none of the stored ones (3270), as in DAO,
+  // so copying a saved field's properties onto a new one with errors ignored carries its
+  // definition but not its Description or Format. OrdinalPosition set on a new field is
+  // where Append places it (else it goes last).
   Collection<Property> Properties() const;
   Property Properties(std::string_view name) const { return Properties()(name); }
 

@@ -45,6 +45,8 @@ struct FieldImpl {
   std::shared_ptr<TableDefImpl> table;
   // Other properties read from the database (Description, Format, Caption...), in order.
   std::vector<std::pair<std::string, Variant>> extraProperties;
+  // A new field whose OrdinalPosition was set goes there when appended (else last).
+  bool ordinalPositionSet = false;
 
   // Raises 3420 when the owner's database was closed.
   void checkAlive() const;

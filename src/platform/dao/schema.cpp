@@ -87,7 +87,11 @@ Field Index::CreateField(std::string_view name) {
 std::string TableDef::Name() const { impl_->checkAlive(); return impl_->name; }
 void TableDef::SetName(std::string_view name) {
   impl_->checkAlive();
-  if (impl_->saved()) throw daoError(dao_errors::NotSupported);
+  if (impl_->saved()) {
+    if (impl_->linked()) throw daoError(dao_errors::NotSupported);
+    detail::renameTable(*impl_, std::string(name));
+    return;
+  }
   impl_->name = std::string(name);
 }
 long TableDef::Attributes() const { impl_->checkAlive(); return impl_->attributes; }
@@ -115,7 +119,7 @@ Collection<Field> TableDef::Fields() const {
       for (auto& f : guarded([&] { return detail::savedFields(table); })) fields.emplace_back(f);
       return fields;
     }
-    void append(const Field& field) override { detail::appendField(*table, field.impl()); }
+    void append(const Field& field) override { detail::appendField(table, field.impl()); }
     void remove(std::string_view name) override { detail::deleteField(*table, name); }
   };
   auto source = std::make_shared<Source>();
@@ -292,11 +296,12 @@ Recordset QueryDef::OpenRecordset(int type, int options) {
 
 void QueryDef::Execute(int options) {
   impl_->checkAlive();
-  (void)options;  // statements run all or nothing with or without dbFailOnError
+  // All or nothing with dbFailOnError; without, refused rows are passed over (as Jet).
+  const auto rows = (options & dbFailOnError) ? jet::sql::RowErrors::Fail : jet::sql::RowErrors::Skip;
   const std::string sql = SQL();
   impl_->db->checkWritable();
   impl_->db->catalogCache.reset();
-  impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->db->sql().execute(sql)); });
+  impl_->recordsAffected = guarded([&] { return static_cast<long>(impl_->db->sql().execute(sql, {}, rows)); });
   impl_->db->recordsAffected = impl_->recordsAffected;
 }
 

@@ -77,10 +77,18 @@ std::vector<std::shared_ptr<RelationImpl>> savedRelations(const std::shared_ptr<
 std::vector<std::shared_ptr<QueryDefImpl>> savedQueries(const std::shared_ptr<DatabaseImpl>& db);
 
 // Changes to saved objects (raise what the engine raises, 3219 when it cannot be done).
+// A saved field's Name, Required, AllowZeroLength, OrdinalPosition, DefaultValue,
+// ValidationRule and ValidationText change the column; Type, Size and Attributes cannot (3219).
 void alterSavedField(FieldImpl& field, const FieldDef& changed);
+// Sets (or, with Null, removes) a stored property of a saved field (Description, Format...).
+void setSavedFieldProperty(FieldImpl& field, const std::string& name, const Variant& value);
+// The saved field read again from the database (after a change made elsewhere).
+void refreshSavedField(FieldImpl& field);
 void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table);
 void deleteTable(const std::shared_ptr<DatabaseImpl>& db, std::string_view name);
-void appendField(TableDefImpl& table, const std::shared_ptr<FieldImpl>& field);
+void renameTable(TableDefImpl& table, const std::string& name);
+// Appending makes the field object stand for the new column of the saved table.
+void appendField(const std::shared_ptr<TableDefImpl>& table, const std::shared_ptr<FieldImpl>& field);
 void deleteField(TableDefImpl& table, std::string_view name);
 void appendIndex(TableDefImpl& table, const std::shared_ptr<IndexImpl>& index);
 void deleteIndex(TableDefImpl& table, std::string_view name);

@@ -1,4 +1,6 @@
 // Saved definition objects read from the catalog and the table definitions.
+#include <algorithm>
+
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"
@@ -64,6 +66,38 @@ std::vector<std::shared_ptr<TableDefImpl>> savedTables(const std::shared_ptr<Dat
   return tables;
 }
 
+namespace {
+
+// Where a column stands among the table's fields as Access shows them (its OrdinalPosition).
+int displayPosition(const jet::TableDef& def, const jet::ColumnDef& column) {
+  int position = 0;
+  for (const jet::ColumnDef& c : def.columns)
+    if (c.display_index < column.display_index ||
+        (c.display_index == column.display_index && c.number < column.number))
+      ++position;
+  return position;
+}
+
+// A saved field's definition and stored properties.
+void readSavedField(FieldImpl& f, const jet::CatalogEntry& entry, const jet::TableDef& def,
+                    const jet::PropertySet& properties, const jet::ColumnDef& column) {
+  f.def = fieldDefOf(column, entry.name);
+  f.def.ordinalPosition = displayPosition(def, column);
+  f.extraProperties.clear();
+  if (const jet::PropertyBlock* block = properties.column(column.name)) {
+    for (const jet::Property& p : block->properties) {
+      if (EqualsNoCase(p.name, "Required")) f.def.required = truthy(p.value);
+      else if (EqualsNoCase(p.name, "AllowZeroLength")) f.def.allowZeroLength = truthy(p.value);
+      else if (EqualsNoCase(p.name, "DefaultValue")) f.def.defaultValue = Variant(p.value).Text();
+      else if (EqualsNoCase(p.name, "ValidationRule")) f.def.validationRule = Variant(p.value).Text();
+      else if (EqualsNoCase(p.name, "ValidationText")) f.def.validationText = Variant(p.value).Text();
+      else f.extraProperties.emplace_back(p.name, Variant(p.value));
+    }
+  }
+}
+
+}  // namespace
+
 std::vector<std::shared_ptr<FieldImpl>> savedFields(const std::shared_ptr<TableDefImpl>& table) {
   DatabaseImpl& db = *table->db;
   const jet::CatalogEntry& entry = db.tableEntry(table->name);
@@ -74,20 +108,23 @@ std::vector<std::shared_ptr<FieldImpl>> savedFields(const std::shared_ptr<TableD
     auto f = std::make_shared<FieldImpl>();
     f->owner = FieldImpl::Owner::Table;
     f->table = table;
-    f->def = fieldDefOf(column, entry.name);
-    if (const jet::PropertyBlock* block = properties.column(column.name)) {
-      for (const jet::Property& p : block->properties) {
-        if (EqualsNoCase(p.name, "Required")) f->def.required = truthy(p.value);
-        else if (EqualsNoCase(p.name, "AllowZeroLength")) f->def.allowZeroLength = truthy(p.value);
-        else if (EqualsNoCase(p.name, "DefaultValue")) f->def.defaultValue = Variant(p.value).Text();
-        else if (EqualsNoCase(p.name, "ValidationRule")) f->def.validationRule = Variant(p.value).Text();
-        else if (EqualsNoCase(p.name, "ValidationText")) f->def.validationText = Variant(p.value).Text();
-        else f->extraProperties.emplace_back(p.name, Variant(p.value));
-      }
-    }
+    readSavedField(*f, entry, def, properties, column);
     fields.push_back(std::move(f));
   }
+  // The collection walks the fields in the order Access shows them.
+  std::stable_sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) {
+    return a->def.ordinalPosition < b->def.ordinalPosition;
+  });
   return fields;
+}
+
+void refreshSavedField(FieldImpl& field) {
+  DatabaseImpl& db = *field.table->db;
+  const jet::CatalogEntry& entry = db.tableEntry(field.table->name);
+  const jet::TableDef def = jet::read_table_def(db.pager(), entry.table_page());
+  const jet::ColumnDef* column = def.find_column(field.def.name);
+  if (!column) throw daoError(dao_errors::ItemNotFound);
+  readSavedField(field, entry, def, entry.property_set(), *column);
 }
 
 std::vector<std::shared_ptr<IndexImpl>> savedIndexes(const std::shared_ptr<TableDefImpl>& table) {

@@ -1,10 +1,13 @@
 // Changes to saved definitions, through the engine's data-definition services.
 #include <algorithm>
 
+#include "jet/alter_column.h"
 #include "jet/alter_index.h"
+#include "jet/alter_table.h"
 #include "jet/catalog_write.h"
 #include "jet/query_write.h"
 #include "jet/relationship_write.h"
+#include "jet/transaction.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"
@@ -42,15 +45,86 @@ jet::IndexDesign indexDesignOf(const IndexImpl& index) {
 }
 
 namespace {
-[[noreturn]] void notYet() { throw daoError(dao_errors::NotSupported); }
-}  // namespace
 
-namespace {
+// The stored name of a saved table's column (3265 when none).
+std::string storedColumn(DatabaseImpl& db, const std::string& table, std::string_view name) {
+  const jet::TableDef def = db.tableDef(table);
+  const jet::ColumnDef* column = def.find_column(name);
+  if (!column) throw daoError(dao_errors::ItemNotFound);
+  return column->name;
+}
 
-// Sets or removes one property of a column block (an empty text removes it).
-void setTextProperty(jet::PropertyBlock& block, const char* name, const std::string& value) {
-  if (value.empty()) block.remove(name);
-  else block.set(name, jet::ColumnType::Memo, jet::Value::text(value), jet::property_flags::Ddl);
+// A value in the type a property is already stored in (VB's conversions).
+jet::Value asStoredType(jet::ColumnType type, const Variant& value) {
+  switch (type) {
+    case jet::ColumnType::Text:
+    case jet::ColumnType::Memo: return jet::Value::text(value.Text());
+    case jet::ColumnType::Boolean: return jet::Value::boolean(value.CBool());
+    case jet::ColumnType::Byte: return jet::Value::byte(static_cast<std::uint8_t>(value.CLng()));
+    case jet::ColumnType::Integer: return jet::Value::integer(value.CInt());
+    case jet::ColumnType::Long: return jet::Value::long_(value.CLng());
+    case jet::ColumnType::Double: return jet::Value::double_(value.CDbl());
+    default: return value.value();
+  }
+}
+
+// Sets or removes (empty text / Null) properties of a column's block with the types Access
+// stores them in: DefaultValue as a Memo, ValidationRule and ValidationText as Texts, all
+// three enforced by the engine (DDL); a property already stored keeps its type and flags.
+void writeColumnProperties(DatabaseImpl& db, const std::string& table, const std::string& column,
+                           const std::vector<std::pair<std::string, Variant>>& values) {
+  db.catalogCache.reset();  // the engine may just have changed the table
+  const jet::CatalogEntry& entry = db.tableEntry(table);
+  const std::int32_t id = entry.id;
+  jet::PropertySet properties = entry.property_set();
+  bool changed = false;
+  for (const auto& [name, value] : values) {
+    const bool removal = value.IsNull() || value.IsEmpty() ||
+                         (value.kind() == jet::ValueKind::Text && value.value().as_text().empty());
+    if (removal) {
+      for (jet::PropertyBlock& b : properties.blocks)
+        if (b.kind == jet::PropertyBlockKind::Column && EqualsNoCase(b.name, column)) changed |= b.remove(name);
+      continue;
+    }
+    jet::PropertyBlock& block = properties.column_block(column);
+    changed = true;
+    if (const jet::Property* existing = block.find(name)) {
+      const jet::ColumnType type = existing->type;
+      const std::uint8_t flags = existing->flags;
+      block.set(name, type, asStoredType(type, value), flags);
+    } else if (EqualsNoCase(name, "DefaultValue")) {
+      block.set(name, jet::ColumnType::Memo, jet::Value::text(value.Text()), jet::property_flags::Ddl);
+    } else if (EqualsNoCase(name, "ValidationRule") || EqualsNoCase(name, "ValidationText")) {
+      block.set(name, jet::ColumnType::Text, jet::Value::text(value.Text()), jet::property_flags::Ddl);
+    } else {
+      block.set(name, value.value());
+    }
+  }
+  if (!changed) return;
+  jet::CatalogWriter(db.writable->pager(), db.writable->allocator()).set_properties(id, properties);
+  db.writable->reload_catalog();
+  db.catalogCache.reset();
+}
+
+// Runs `body` as one statement: a failure half way undoes all of it and the catalog views
+// are read again so that they match the pages.
+template <class Body>
+void inStatement(DatabaseImpl& db, Body body) {
+  jet::Statement statement(db.writable->pager());
+  try {
+    body();
+    statement.commit();
+  } catch (...) {
+    statement.rollback();
+    db.writable->reload_catalog();
+    db.schemaChanged();
+    throw;
+  }
+}
+
+void afterSchemaChange(DatabaseImpl& db) {
+  db.writable->reload_catalog();  // also after a rollback: the catalog must match the pages
+  db.schemaChanged();
 }
 
 }  // namespace
@@ -63,28 +137,45 @@ void alterSavedField(FieldImpl& field, const FieldDef& changed) {
   // What the stored definition fixes cannot change on a saved field.
   if (changed.type != now.type || changed.size != now.size || changed.attributes != now.attributes)
     throw daoError(dao_errors::InvalidOperation);
-  if (changed.name != now.name || changed.ordinalPosition != now.ordinalPosition) notYet();
   guarded([&] {
-    const jet::CatalogEntry& entry = db.tableEntry(table.name);
-    const std::int32_t id = entry.id;
-    jet::PropertySet properties = entry.property_set();
-    jet::PropertyBlock& block = properties.column_block(now.name);
-    if (changed.required) block.set("Required", jet::ColumnType::Boolean, jet::Value::boolean(true), jet::property_flags::Ddl);
-    else block.remove("Required");
     const jet::TableDef definition = db.tableDef(table.name);
     const jet::ColumnDef* column = definition.find_column(now.name);
-    if (column && jet::is_textual(column->type))
-      block.set("AllowZeroLength", jet::ColumnType::Boolean, jet::Value::boolean(changed.allowZeroLength),
-                jet::property_flags::Ddl);
-    setTextProperty(block, "DefaultValue", changed.defaultValue);
-    setTextProperty(block, "ValidationRule", changed.validationRule);
-    setTextProperty(block, "ValidationText", changed.validationText);
-    jet::CatalogWriter(db.writable->pager(), db.writable->allocator()).set_properties(id, properties);
-    db.writable->reload_catalog();
-    db.schemaChanged();
+    if (!column) throw daoError(dao_errors::ItemNotFound);
+    jet::ColumnChange change;
+    if (changed.name != now.name) change.name = changed.name;
+    if (changed.required != now.required) change.required = changed.required;
+    if (changed.allowZeroLength != now.allowZeroLength && jet::is_textual(column->type))
+      change.allow_zero_length = changed.allowZeroLength;
+    if (changed.ordinalPosition != now.ordinalPosition)
+      change.ordinal_position = static_cast<std::uint16_t>(std::max(0, changed.ordinalPosition));
+    std::vector<std::pair<std::string, Variant>> texts;
+    if (changed.defaultValue != now.defaultValue) texts.emplace_back("DefaultValue", Variant(changed.defaultValue));
+    if (changed.validationRule != now.validationRule) texts.emplace_back("ValidationRule", Variant(changed.validationRule));
+    if (changed.validationText != now.validationText) texts.emplace_back("ValidationText", Variant(changed.validationText));
+    const std::string stored = column->name;
+    inStatement(db, [&] {
+      if (change.name || change.required || change.allow_zero_length || change.ordinal_position)
+        jet::alter_column(*db.writable, table.name, stored, change);
+      writeColumnProperties(db, table.name, change.name ? *change.name : stored, texts);
+    });
+    afterSchemaChange(db);
   });
   field.def = changed;
+  guarded([&] { refreshSavedField(field); });
 }
+
+void setSavedFieldProperty(FieldImpl& field, const std::string& name, const Variant& value) {
+  TableDefImpl& table = *field.table;
+  DatabaseImpl& db = *table.db;
+  db.checkWritable();
+  guarded([&] {
+    const std::string stored = storedColumn(db, table.name, field.def.name);
+    inStatement(db, [&] { writeColumnProperties(db, table.name, stored, {{name, value}}); });
+    afterSchemaChange(db);
+    refreshSavedField(field);
+  });
+}
+
 void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
   db->checkWritable();
   if (table.saved()) throw daoError(dao_errors::NameExists);
@@ -116,9 +207,67 @@ void appendTable(const std::shared_ptr<DatabaseImpl>& db, TableDefImpl& table) {
   table.fields.clear();
   table.indexes.clear();
 }
-void deleteTable(const std::shared_ptr<DatabaseImpl>&, std::string_view) { notYet(); }
-void appendField(TableDefImpl&, const std::shared_ptr<FieldImpl>&) { notYet(); }
-void deleteField(TableDefImpl&, std::string_view) { notYet(); }
+
+void deleteTable(const std::shared_ptr<DatabaseImpl>& db, std::string_view name) {
+  db->checkWritable();
+  guarded([&] {
+    const jet::CatalogEntry* entry = db->catalog().find_table(name);
+    if (!entry) throw daoError(dao_errors::ItemNotFound);
+    const std::string stored = entry->name;
+    jet::drop_table(*db->writable, stored);
+    afterSchemaChange(*db);
+  });
+}
+
+void renameTable(TableDefImpl& table, const std::string& name) {
+  DatabaseImpl& db = *table.db;
+  db.checkWritable();
+  guarded([&] {
+    jet::rename_table(*db.writable, db.tableEntry(table.name).name, name);
+    afterSchemaChange(db);
+  });
+  table.name = name;
+}
+
+void appendField(const std::shared_ptr<TableDefImpl>& table, const std::shared_ptr<FieldImpl>& field) {
+  DatabaseImpl& db = *table->db;
+  db.checkWritable();
+  if (table->linked()) throw daoError(dao_errors::InvalidOperation);
+  if (field->owner != FieldImpl::Owner::Detached) throw daoError(dao_errors::NameExists);
+  if (field->def.type == 0) throw daoError(dao_errors::InvalidFieldType);
+  guarded([&] {
+    jet::ColumnDesign design = columnDesignOf(field->def);
+    // The texts are written below with the types Access gives them.
+    design.default_value.reset();
+    design.properties.clear();
+    std::optional<std::uint16_t> position;
+    if (field->ordinalPositionSet) position = static_cast<std::uint16_t>(std::max(0, field->def.ordinalPosition));
+    inStatement(db, [&] {
+      jet::add_column(*db.writable, table->name, design, position);
+      writeColumnProperties(db, table->name, field->def.name,
+                            {{"DefaultValue", Variant(field->def.defaultValue)},
+                             {"ValidationRule", Variant(field->def.validationRule)},
+                             {"ValidationText", Variant(field->def.validationText)}});
+    });
+    afterSchemaChange(db);
+  });
+  // The object now stands for the saved column.
+  field->owner = FieldImpl::Owner::Table;
+  field->table = table;
+  field->ordinalPositionSet = false;
+  guarded([&] { refreshSavedField(*field); });
+}
+
+void deleteField(TableDefImpl& table, std::string_view name) {
+  DatabaseImpl& db = *table.db;
+  db.checkWritable();
+  if (table.linked()) throw daoError(dao_errors::InvalidOperation);
+  guarded([&] {
+    jet::drop_column(*db.writable, table.name, storedColumn(db, table.name, name));
+    afterSchemaChange(db);
+  });
+}
+
 void appendIndex(TableDefImpl& table, const std::shared_ptr<IndexImpl>& index) {
   DatabaseImpl& db = *table.db;
   db.checkWritable();
