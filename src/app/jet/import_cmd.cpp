@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/jet/command_registry.h"
+#include "app/jet/csv_values.h"
 #include "jet/error.h"
 #include "jet/names.h"
 #include "jet/transaction.h"
@@ -17,6 +18,11 @@
 
 namespace jet_tool {
 namespace {
+
+// A CSV file the command cannot read: the engine's "operation not allowed", with the reason.
+jet::Error bad_csv(const std::string& reason) {
+  return jet::Error(static_cast<int>(jet::ErrorCode::OperationNotSupported), "Fichier CSV illisible : " + reason);
+}
 
 // One record per call; false at the end of the input. Quoted fields may hold commas,
 // doubled quotes and line breaks.
@@ -53,7 +59,7 @@ bool next_record(std::istream& in, std::vector<std::string>& fields) {
       field += c;
     }
   }
-  if (quoted) throw jet::Error(jet::ErrorCode::OperationNotSupported, "guillemet non fermé dans le fichier CSV");
+  if (quoted) throw bad_csv("guillemet non fermé");
   if (any) fields.push_back(std::move(field));
   return any;
 }
@@ -63,7 +69,7 @@ int import_csv(const std::string& file, const std::string& table, const std::str
   if (!in) throw jet::Error(jet::ErrorCode::FileNotFound, csv);
   std::vector<std::string> header;
   if (!next_record(in, header) || header.empty() || (header.size() == 1 && header[0].empty()))
-    throw jet::Error(jet::ErrorCode::OperationNotSupported, "fichier CSV sans ligne d'en-tête");
+    throw bad_csv("pas de ligne d'en-tête");
   if (header[0].rfind("\xEF\xBB\xBF", 0) == 0) header[0].erase(0, 3);
 
   auto db = jet::WritableDatabase::open(file);
@@ -95,15 +101,16 @@ int import_csv(const std::string& file, const std::string& table, const std::str
   }
   std::vector<std::string> fields;
   std::size_t rows = 0;
+  std::size_t line = 1;  // records read, the header being the first
   while (next_record(in, fields)) {
+    ++line;
     if (fields.size() == 1 && fields[0].empty()) continue;  // blank line
     if (fields.size() != header.size())
-      throw jet::Error(jet::ErrorCode::OperationNotSupported,
-                       "ligne " + std::to_string(rows + 2) + " : " + std::to_string(fields.size()) + " champs au lieu de " +
-                           std::to_string(header.size()));
+      throw bad_csv("ligne " + std::to_string(line) + " : " + std::to_string(fields.size()) + " champs au lieu de " +
+                    std::to_string(header.size()));
     jet::Row row(def.columns.size(), jet::Value::null());
     for (std::size_t i = 0; i < fields.size(); ++i)
-      if (!fields[i].empty()) row[target[i]] = jet::Value::text(fields[i]);
+      if (!fields[i].empty()) row[target[i]] = csv_value(def.columns[target[i]], fields[i], line);
     writer.insert(row);
     ++rows;
   }
