@@ -284,7 +284,8 @@ TEST(TableWriter, IndexedTablesNeedTheHookWhichCanRefuseBeforeAnythingIsWritten)
   ASSERT_FALSE(indexed.empty());
   const jet::TableDef def = db->table(indexed).def();
   jet::Row row(def.columns.size(), Value::null());
-  jet::TableWriter bare = db->writer(indexed);
+  // A writer built without any hook (the database's own writers always have one).
+  jet::TableWriter bare(db->pager(), db->allocator(), indexed, def.page);
   EXPECT_EQ(error_of([&] { bare.insert(row); }), 3251);
 
   RecordingHook hook;
