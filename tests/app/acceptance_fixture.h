@@ -17,6 +17,7 @@
 #include "launcher/sample_databases.h"
 #include "platform/codepage.h"
 #include "platform/dao/dao.h"
+#include "support/dao_rows.h"
 #include "platform/workstation.h"
 
 namespace app_test {
@@ -143,18 +144,7 @@ class AcceptanceTest : public ::testing::Test {
 
   // The rows of `table`, each field as display text ("" for Null).
   std::vector<Lines> rows(const std::string& chemin, const std::string& table, const Lines& champs) {
-    std::vector<Lines> out;
-    dao::Database bd = moteur->OpenDatabase(chemin, false, true);
-    dao::Recordset rs = bd.OpenRecordset(table, dao::dbOpenTable);
-    while (!rs.Eof()) {
-      Lines row;
-      for (const auto& c : champs) row.push_back(rs(c).value().to_display());
-      out.push_back(row);
-      rs.MoveNext();
-    }
-    rs.Close();
-    bd.Close();
-    return out;
+    return test_support::TableRows(*moteur, chemin, table, champs);
   }
 
   fs::path root;

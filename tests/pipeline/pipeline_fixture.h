@@ -18,6 +18,7 @@
 #include "pipeline/frm_attente.h"
 #include "platform/codepage.h"
 #include "platform/dao/dao.h"
+#include "support/dao_rows.h"
 #include "platform/environment.h"
 #include "platform/ui/message_box.h"
 
@@ -120,18 +121,7 @@ class PipelineTest : public ::testing::Test {
   // Every row of `table` of the database at the Windows path `chemin`, each field as its
   // display text ("" for Null), fields in `champs` order.
   std::vector<Lines> rows(const std::string& chemin, const std::string& table, const Lines& champs) {
-    std::vector<Lines> out;
-    dao::Database bd = moteur->OpenDatabase(chemin, false, true);
-    dao::Recordset rs = bd.OpenRecordset(table, dao::dbOpenTable);
-    while (!rs.Eof()) {
-      Lines row;
-      for (const auto& c : champs) row.push_back(rs(c).value().to_display());
-      out.push_back(row);
-      rs.MoveNext();
-    }
-    rs.Close();
-    bd.Close();
-    return out;
+    return test_support::TableRows(*moteur, chemin, table, champs);
   }
 
   fs::path root;
