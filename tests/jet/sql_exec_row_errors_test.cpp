@@ -25,14 +25,17 @@ class SqlRowErrors : public ::testing::Test {
 };
 
 TEST_F(SqlRowErrors, UpdatePassesOverRowsThatWouldDuplicateAKey) {
-  // Table2 holds ids 0, 1, 2: only the row already at 1 can take it.
-  EXPECT_EQ(error_of([&] { db->x("UPDATE Table2 SET id = 1"); }), 3022);
-  EXPECT_EQ(db->q("SELECT id FROM Table2 ORDER BY id"), (Lines{"0", "1", "2"}));
-  EXPECT_EQ(skip("UPDATE Table2 SET id = 1"), 1);
-  EXPECT_EQ(db->q("SELECT id, data FROM Table2 ORDER BY id"), (Lines{"0|foo0", "1|foo1", "2|foo2"}));
-  // Distinct new keys all go through.
-  EXPECT_EQ(skip("UPDATE Table2 SET id = id + 10, data = data & '!'"), 3);
-  EXPECT_EQ(db->q("SELECT id, data FROM Table2 ORDER BY id"), (Lines{"10|foo0!", "11|foo1!", "12|foo2!"}));
+  // Table3 holds ids 10..13 (Table1 refers to them, updates cascade): only the row already
+  // at 11 can take it.
+  EXPECT_EQ(error_of([&] { db->x("UPDATE Table3 SET id = 11"); }), 3022);
+  EXPECT_EQ(db->q("SELECT id FROM Table3 ORDER BY id"), (Lines{"10", "11", "12", "13"}));
+  EXPECT_EQ(skip("UPDATE Table3 SET id = 11"), 1);
+  EXPECT_EQ(db->q("SELECT id, data FROM Table3 ORDER BY id"), (Lines{"10|bar10", "11|bar11", "12|bar12", "13|bar13"}));
+  // Distinct new keys all go through, and the rows referring to them follow.
+  EXPECT_EQ(skip("UPDATE Table3 SET id = id + 100, data = data & '!'"), 4);
+  EXPECT_EQ(db->q("SELECT id, data FROM Table3 ORDER BY id"),
+            (Lines{"110|bar10!", "111|bar11!", "112|bar12!", "113|bar13!"}));
+  EXPECT_EQ(db->q("SELECT otherfk2 FROM Table1 ORDER BY id"), (Lines{"110", "111", "111", "113"}));
 }
 
 TEST_F(SqlRowErrors, InsertSelectKeepsTheRowsThatFit) {

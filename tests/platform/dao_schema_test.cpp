@@ -120,8 +120,9 @@ TEST_F(DaoSchemaTest, ExecuteCountsTheRecordsItChangesAndFailsWholly) {
   EXPECT_EQ(db.RecordsAffected(), 2);
   db.Execute("DELETE FROM Table3 WHERE id > 100", dbFailOnError);
   EXPECT_EQ(db.RecordsAffected(), 0);
-  // A statement that would break the primary key changes nothing.
-  EXPECT_VB_ERROR(db.Execute("UPDATE Table2 SET id = 5", dbFailOnError), 3022);
+  // A statement that would change keys other rows refer to (no cascading updates) changes
+  // nothing.
+  EXPECT_VB_ERROR(db.Execute("UPDATE Table2 SET id = 5", dbFailOnError), 3200);
   Recordset rs = db.OpenRecordset("SELECT id FROM Table2 ORDER BY id", dbOpenSnapshot);
   rs.MoveLast();
   EXPECT_EQ(rs("id").CLng(), 2);

@@ -80,8 +80,7 @@ void change_column_type(jet::WritableDatabase& db, const std::string& table, con
       rows.emplace_back(id, row);
       return true;
     });
-    jet::TableIndexHook hook(db.allocator());
-    jet::TableWriter writer = db.writer(table, &hook);
+    jet::TableWriter writer = db.writer(table);
     for (auto& [id, row] : rows) {
       if (row[from_at].is_null()) continue;
       row[to_at] = convert_for_column(*to, row[from_at]);

@@ -149,8 +149,7 @@ std::int64_t run_select_into(Run& run, const Select& select) {
   try {
     db.create_table(design);
     const jet::Table table = db.table(design.name);
-    jet::TableIndexHook hook(db.allocator());
-    jet::TableWriter writer = db.writer(design.name, &hook);
+    jet::TableWriter writer = db.writer(design.name);
     for (const auto& row : rs.rows()) {
       Row values(row.size());
       for (std::size_t i = 0; i < row.size(); ++i) values[i] = convert_for_column(table.def().columns[i], row[i]);

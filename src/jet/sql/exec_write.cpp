@@ -64,12 +64,11 @@ bool write_row(Run& run, Write write) {
   }
 }
 
-// A writer of a local table with its indexes kept up to date.
+// A writer of a local table: the database's own, which keeps the indexes up to date and
+// enforces relationships (3201, 3200, cascades).
 struct TableChange {
-  TableIndexHook hook;
   TableWriter writer;
-  TableChange(jet::WritableDatabase& db, const std::string& name)
-      : hook(db.allocator()), writer(db.writer(name, &hook)) {}
+  TableChange(jet::WritableDatabase& db, const std::string& name) : writer(db.writer(name)) {}
 };
 
 }  // namespace

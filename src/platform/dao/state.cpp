@@ -68,12 +68,8 @@ jet::Table DatabaseImpl::table(std::string_view name) {
 
 jet::TableWriter DatabaseImpl::writer(std::string_view name) {
   checkWritable();
-  const jet::CatalogEntry& entry = tableEntry(name);
-  const jet::TableDef def = jet::read_table_def(pager(), entry.table_page());
-  jet::ColumnRules rules = jet::ColumnRules::from_properties(def, entry.property_set());
-  if (!hook) hook = std::make_unique<jet::TableIndexHook>(writable->allocator());
-  return jet::TableWriter(writable->pager(), writable->allocator(), entry.name, entry.table_page(),
-                          std::move(rules), hook.get());
+  // The database's own writer: indexes kept, relationships enforced (3201, 3200, cascades).
+  return writable->writer(tableEntry(name).name);
 }
 
 jet::sql::Executor& DatabaseImpl::sql() {
