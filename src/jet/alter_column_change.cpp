@@ -134,13 +134,7 @@ void alter_column(WritableDatabase& db, const std::string& table, const std::str
       return;
     }
     if (!block) block = &properties.column_block(new_name);
-    const Property* existing = block->find(property);
-    const std::uint8_t flags = existing ? existing->flags : engine_enforced(property) ? property_flags::Ddl : 0;
-    // Expressions and texts stay texts, as Access stores them, whatever the caller passed.
-    const bool text = (existing && existing->type == ColumnType::Text) || same_name(property, "DefaultValue") ||
-                      same_name(property, "ValidationRule") || same_name(property, "ValidationText");
-    if (text && value.kind() != ValueKind::Text) block->set(property, ColumnType::Text, Value::text(value.to_display()), flags);
-    else block->set(property, value, flags);
+    set_column_property(*block, property, value);
   };
   if (change.required) set("Required", Value::boolean(*change.required));
   if (change.allow_zero_length) set("AllowZeroLength", Value::boolean(*change.allow_zero_length));

@@ -53,9 +53,7 @@ bool relationship_uses(const Catalog& catalog, const std::string& table, const s
 void rename_in_relationships(WritableDatabase& db, const std::string& table, const std::string& old_name,
                              const std::string& new_name);
 
-// Properties the engine keeps itself (a caller cannot set them: 3219), and those it
-// enforces (stored with the DDL flag).
+// Properties the engine keeps itself (a caller cannot set them: 3219).
 bool engine_kept(std::string_view property);
-bool engine_enforced(std::string_view property);
 
 }  // namespace jet::column_change

@@ -47,12 +47,6 @@ bool engine_kept(std::string_view property) {
   return std::any_of(std::begin(kept), std::end(kept), [&](const char* k) { return same_name(k, property); });
 }
 
-bool engine_enforced(std::string_view property) {
-  static const char* const ddl[] = {"DefaultValue", "ValidationRule", "ValidationText", "Required",
-                                    "AllowZeroLength"};
-  return std::any_of(std::begin(ddl), std::end(ddl), [&](const char* k) { return same_name(k, property); });
-}
-
 }  // namespace column_change
 
 std::vector<ColumnProperty> column_properties(WritableDatabase& db, const std::string& table,

@@ -120,15 +120,15 @@ PropertySet properties_of(const TableDesign& design) {
   PropertySet set;
   for (const auto& [name, value] : design.properties) set.object_block().set(name, value);
   for (const ColumnDesign& c : design.columns) {
-    std::vector<std::pair<std::string, std::pair<Value, std::uint8_t>>> values;
-    if (c.default_value) values.push_back({"DefaultValue", {Value::text(*c.default_value), property_flags::Ddl}});
-    if (c.required) values.push_back({"Required", {Value::boolean(true), property_flags::Ddl}});
-    if (is_textual(c.type)) values.push_back({"AllowZeroLength", {Value::boolean(c.allow_zero_length), property_flags::Ddl}});
-    if (c.description) values.push_back({"Description", {Value::text(*c.description), 0}});
-    for (const auto& [name, value] : c.properties) values.push_back({name, {value, 0}});
+    std::vector<std::pair<std::string, Value>> values;
+    if (c.default_value) values.emplace_back("DefaultValue", Value::text(*c.default_value));
+    if (c.required) values.emplace_back("Required", Value::boolean(true));
+    if (is_textual(c.type)) values.emplace_back("AllowZeroLength", Value::boolean(c.allow_zero_length));
+    if (c.description) values.emplace_back("Description", Value::text(*c.description));
+    for (const auto& [name, value] : c.properties) values.emplace_back(name, value);
     if (values.empty()) continue;
     PropertyBlock& block = set.column_block(c.name);
-    for (auto& [name, v] : values) block.set(name, v.first, v.second);
+    for (const auto& [name, value] : values) set_column_property(block, name, value);
   }
   return set;
 }

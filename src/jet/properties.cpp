@@ -291,4 +291,32 @@ std::vector<std::uint8_t> encode_properties(const PropertySet& set) {
   return out;
 }
 
+std::optional<PropertyForm> engine_column_property_form(std::string_view property) {
+  struct Known {
+    std::string_view name;
+    ColumnType type;
+  };
+  static constexpr Known kKnown[] = {{"DefaultValue", ColumnType::Memo},
+                                     {"ValidationRule", ColumnType::Text},
+                                     {"ValidationText", ColumnType::Text},
+                                     {"Required", ColumnType::Boolean},
+                                     {"AllowZeroLength", ColumnType::Boolean}};
+  for (const Known& k : kKnown)
+    if (property_name_equals(k.name, property)) return PropertyForm{k.type, property_flags::Ddl};
+  return std::nullopt;
+}
+
+void set_column_property(PropertyBlock& block, std::string_view property, const Value& value) {
+  std::optional<PropertyForm> form;
+  if (const Property* existing = block.find(property)) form = PropertyForm{existing->type, existing->flags};
+  else form = engine_column_property_form(property);
+  if (!form) {
+    block.set(property, value);
+    return;
+  }
+  const bool textual = form->type == ColumnType::Text || form->type == ColumnType::Memo;
+  if (textual && value.kind() != ValueKind::Text) block.set(property, form->type, Value::text(value.to_display()), form->flags);
+  else block.set(property, form->type, value, form->flags);
+}
+
 }  // namespace jet

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -59,6 +60,21 @@ struct PropertyBlock {
 
   friend bool operator==(const PropertyBlock&, const PropertyBlock&) = default;
 };
+
+// The stored form Access gives the column properties the engine itself enforces:
+// DefaultValue as a Memo, ValidationRule and ValidationText as Texts, Required and
+// AllowZeroLength as Yes/No, all five marked Ddl. nullopt for any other property, which is
+// stored in its value's own type without flags.
+struct PropertyForm {
+  ColumnType type;
+  std::uint8_t flags;
+};
+std::optional<PropertyForm> engine_column_property_form(std::string_view property);
+
+// Sets a column property as Access would store it: a property already in the block keeps its
+// stored type and flags, an engine-enforced one takes its form above (expressions given as
+// numbers or dates are kept as their text), any other goes in as its value.
+void set_column_property(PropertyBlock& block, std::string_view property, const Value& value);
 
 struct PropertySet {
   // The name pool in stored order. Names a block uses but the pool lacks are added at the

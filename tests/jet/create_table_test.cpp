@@ -165,6 +165,9 @@ TEST(CreateTable, PropertiesAndPermissionsAreRecorded) {
   EXPECT_EQ(props.column("Code")->find("Required")->value, Value::boolean(true));
   EXPECT_EQ(props.column("Code")->find("AllowZeroLength")->value, Value::boolean(false));
   EXPECT_EQ(props.column("Libellé")->find("DefaultValue")->value, Value::text("\"sans\""));
+  // Stored as Access stores it: a Memo the engine enforces.
+  EXPECT_EQ(props.column("Libellé")->find("DefaultValue")->type, jet::ColumnType::Memo);
+  EXPECT_TRUE(props.column("Libellé")->find("DefaultValue")->is_ddl());
   EXPECT_EQ(props.column("Actif")->find("Description")->value, Value::text("Case à cocher"));
   EXPECT_EQ(props.column("Octet"), nullptr);
 

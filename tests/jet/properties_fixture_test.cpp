@@ -208,3 +208,50 @@ TEST(PropertyBlobs, EditedSetEncodesAndReadsBack) {
 }
 
 }  // namespace
+
+namespace {
+
+// The forms the engine gives the column properties it enforces are the ones Access stored in
+// every fixture (DefaultValue on GUID columns, GenGUID(), is the one Text Access writes).
+TEST(PropertyBlobs, EnforcedColumnPropertiesTakeTheFormAccessStores) {
+  std::map<std::string, int> seen;
+  for (const auto& b : blobs()) {
+    const jet::PropertySet set = jet::parse_properties(b.bytes);
+    for (const jet::PropertyBlock& block : set.blocks) {
+      if (block.kind != jet::PropertyBlockKind::Column) continue;
+      for (const jet::Property& p : block.properties) {
+        const auto form = jet::engine_column_property_form(p.name);
+        if (!form) continue;
+        if (p.value == jet::Value::text("GenGUID()")) continue;
+        ++seen[p.name];
+        EXPECT_EQ(p.type, form->type) << b.database << " " << b.object << "." << block.name << " " << p.name;
+        EXPECT_EQ(p.flags & jet::property_flags::Ddl, form->flags) << b.database << " " << p.name;
+      }
+    }
+  }
+  EXPECT_GT(seen["DefaultValue"], 0);
+  EXPECT_GT(seen["Required"], 0);
+  EXPECT_GT(seen["AllowZeroLength"], 0);
+}
+
+TEST(PropertyBlobs, ColumnPropertiesAreSetInTheirStoredForm) {
+  jet::PropertyBlock block;
+  jet::set_column_property(block, "DefaultValue", jet::Value::long_(0));  // an expression, kept as text
+  jet::set_column_property(block, "validationrule", jet::Value::text(">0"));
+  jet::set_column_property(block, "Format", jet::Value::text("Fixed"));
+  ASSERT_EQ(block.properties.size(), 3u);
+  EXPECT_EQ(block.find("DefaultValue")->type, jet::ColumnType::Memo);
+  EXPECT_EQ(block.find("DefaultValue")->value, jet::Value::text("0"));
+  EXPECT_TRUE(block.find("DefaultValue")->is_ddl());
+  EXPECT_EQ(block.find("ValidationRule")->type, jet::ColumnType::Text);
+  EXPECT_TRUE(block.find("ValidationRule")->is_ddl());
+  EXPECT_FALSE(block.find("Format")->is_ddl());
+
+  // A property already stored keeps the type Access gave it.
+  block.set("Caption", jet::ColumnType::Memo, jet::Value::text("Nom"), 0);
+  jet::set_column_property(block, "Caption", jet::Value::text("Nom complet"));
+  EXPECT_EQ(block.find("Caption")->type, jet::ColumnType::Memo);
+  EXPECT_EQ(block.find("Caption")->value, jet::Value::text("Nom complet"));
+}
+
+}  // namespace

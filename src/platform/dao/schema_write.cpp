@@ -89,13 +89,9 @@ void writeColumnProperties(DatabaseImpl& db, const std::string& table, const std
     jet::PropertyBlock& block = properties.column_block(column);
     changed = true;
     if (const jet::Property* existing = block.find(name)) {
-      const jet::ColumnType type = existing->type;
-      const std::uint8_t flags = existing->flags;
-      block.set(name, type, asStoredType(type, value), flags);
-    } else if (EqualsNoCase(name, "DefaultValue")) {
-      block.set(name, jet::ColumnType::Memo, jet::Value::text(value.Text()), jet::property_flags::Ddl);
-    } else if (EqualsNoCase(name, "ValidationRule") || EqualsNoCase(name, "ValidationText")) {
-      block.set(name, jet::ColumnType::Text, jet::Value::text(value.Text()), jet::property_flags::Ddl);
+      block.set(name, existing->type, asStoredType(existing->type, value), existing->flags);
+    } else if (const auto form = jet::engine_column_property_form(name)) {
+      block.set(name, form->type, asStoredType(form->type, value), form->flags);
     } else {
       block.set(name, value.value());
     }
