@@ -58,9 +58,11 @@ TEST(AlterTableDrop, AccessFileWithRelationshipsGivesBackEveryPage) {
   auto db = jet::Database::open(path);
   for (const auto& r : db->catalog().relationships()) EXPECT_FALSE(names_table(r, "Table2")) << r.name;
   // No foreign key of the remaining tables points at the dropped definition any more.
-  for (const jet::CatalogEntry* e : db->catalog().tables(false))
-    for (const auto& li : db->table(e->name).def().logical_indexes)
+  for (const jet::CatalogEntry* e : db->catalog().tables(false)) {
+    const jet::TableDef def = db->table(e->name).def();
+    for (const auto& li : def.logical_indexes)
       EXPECT_FALSE(li.kind == jet::IndexKind::ForeignKey && li.related_table_page == dropped) << e->name << "." << li.name;
+  }
   EXPECT_EQ(db->catalog().find_object("Table2Table1", static_cast<std::int16_t>(jet::ObjectType::Relationship)), nullptr);
   // Every page it owned is free now; nothing new is left unexplained.
   ASSERT_FALSE(owned.empty());

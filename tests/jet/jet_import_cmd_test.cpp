@@ -108,7 +108,8 @@ TEST_F(JetImport, ExistingTableConvertsToItsColumnTypes) {
     const auto rows = rows_of(db_, "Mesures");
     ASSERT_EQ(rows.size(), 2u);
     auto db = jet::Database::open(db_);
-    auto cursor = db->table("Mesures").cursor();
+    const jet::Table table = db->table("Mesures");
+    auto cursor = table.cursor();
     ASSERT_TRUE(cursor.next());
     EXPECT_EQ(cursor.row()[0].as_long(), 7);
     EXPECT_DOUBLE_EQ(cursor.row()[1].as_double(), 2.5);
