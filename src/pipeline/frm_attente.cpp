@@ -34,6 +34,11 @@ void FrmAttente::Message(std::string_view texte) {
   refresh();
 }
 
+dao::Database& FrmAttente::BaseEnCours() {
+  if (!Bd) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
+  return *Bd;
+}
+
 void FrmAttente::EcritJournalBase(const std::string& ligne) {
   if (!JournalBase) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
   JournalBase->WriteLine(ligne);

@@ -27,6 +27,8 @@
 #include "platform/ui/control.h"
 #include "platform/ui/desktop.h"
 #include "platform/ui/form.h"
+#include "schema/outils_schema.h"
+#include "steps/catalogue.h"
 
 namespace pipeline {
 
@@ -44,7 +46,9 @@ inline constexpr int kErrBaseEcoleNonChoisie = 6;
 inline constexpr std::string_view kVersionAvant = "4.4.0.1";
 inline constexpr std::string_view kVersionApres = "4.4.0.3";
 
-class FrmAttente : public ui::Form {
+// The form carries the schema toolkit (probes, structure changes, value helpers) on its open
+// database Bd and its per-database log.
+class FrmAttente : public ui::Form, public schema::OutilsSchema {
  public:
   // `moteur` is the program's one database engine; it must outlive the form.
   FrmAttente(platform::Environment& env, ui::Desktop& desktop, const launcher::ProgramState& state,
@@ -73,6 +77,11 @@ class FrmAttente : public ui::Form {
   // failure the error is reported, Succes is false, and the transaction and the database
   // are left open: nothing of the update reaches the file.
   void MiseAJour(const std::string& chemin);
+  // Runs one named step on the database at `cheminBase` (a file of DossierBases) the way an
+  // update runs: temporary copy, repair, the step in one transaction, compaction, then one
+  // rename over the live file. A step that reports an error changes nothing: the copy is
+  // dropped and the live file is left as it was. Logged in DossierBases like an update.
+  void TraitementEtape(const std::string& cheminBase, const std::string& nom, const steps::EtapePrete& etape);
   // Makes the reset database (RAZ\Quelis.mdb) a copy of the current database.
   void CopieRAZ();
   // Writes libelle.txt from the CDIF label of the site of the open database Bd.
@@ -82,7 +91,7 @@ class FrmAttente : public ui::Form {
   void Message(std::string_view texte);
   // Reports the current error `err` raised in `procedure`: message box (interactive), error
   // block in the per-database log, Succes false, default mouse pointer.
-  void ErreurInstallation(const std::string& procedure, const platform::Error& err);
+  void ErreurInstallation(const std::string& procedure, const platform::Error& err) override;
 
   // VB's "Unload frmAttente": hides the form and releases the per-database log and the
   // database objects. A transaction an error exit left open is rolled back here, so that it
@@ -111,21 +120,18 @@ class FrmAttente : public ui::Form {
   dao::DBEngine& moteur() const { return *moteur_; }
   // Opens the per-database log (replacing a file of the same name) and writes its header.
   void OuvreJournalBase();
+  // The open database Bd (error 91 when none is open).
+  dao::Database& BaseEnCours() override;
+  // A line written straight to the per-database log (error 91 when it is not open).
+  void EcritJournalBase(const std::string& ligne) override;
 
  private:
-  // The error trap of each procedure: a run-time error raised by `corps` goes to
-  // ErreurInstallation under `procedure`; returns false then.
-  template <class Corps>
-  bool piege(const std::string& procedure, Corps&& corps);
-
   void ConstruitChemins();
   void BrancheMiseAJour();
   void BrancheEcole();
   void MiseAJourRAZ();
   void VerifieVersion();
   void EcritFin();
-  // A line written straight to the per-database log (error 91 when it is not open).
-  void EcritJournalBase(const std::string& ligne);
   bool Existe(const std::string& chemin);
   void Supprime(const std::string& chemin);
   void Copie(const std::string& source, const std::string& destination);
@@ -134,21 +140,5 @@ class FrmAttente : public ui::Form {
   const launcher::ProgramState* state_;
   dao::DBEngine* moteur_;
 };
-
-// Programming faults (std::logic_error) and the end of the program pass through every trap.
-template <class Corps>
-bool FrmAttente::piege(const std::string& procedure, Corps&& corps) {
-  try {
-    corps();
-    return true;
-  } catch (const platform::ProgramEnd&) {
-    throw;
-  } catch (const std::logic_error&) {
-    throw;
-  } catch (...) {
-    ErreurInstallation(procedure, platform::currentError());
-    return false;
-  }
-}
 
 }  // namespace pipeline

@@ -4,6 +4,10 @@
 //   quelis-maj demo [DIR] [--fiches N]
 //       builds a sample workstation in DIR (or a new temporary folder), runs the tool on it and
 //       prints its run log, each database's log and a few case records before and after.
+//   quelis-maj etape NOM [ARGUMENTS...] --base CHEMIN [--workstation DIR]
+//       runs one step of the catalogue on one database through temporary copies (see etape.h);
+//       `quelis-maj etape --liste` lists the steps. Exit status 0 done, 1 failed (database
+//       unchanged), 2 unknown step or wrong arguments, 3 database out of reach.
 //   --horloge "AAAA-MM-JJ hh:mm:ss" fixes the date and time the tool reads (reproducible logs).
 // The options only place the program on this machine: the tool itself reads no command line.
 // Exit status: 0 run complete, 1 run failed (see the run log), 2 stopped by an untrapped
@@ -22,8 +26,10 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "demo_report.h"
+#include "etape.h"
 #include "launcher/program.h"
 #include "launcher/sample_workstation.h"
 #include "platform/clock.h"
@@ -156,6 +162,16 @@ int main(int argc, char** argv) {
   demo->add_option("DIR", demoFolder, "dossier du poste d'exemple (absent ou vide)");
   int fiches = 200;
   demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 5000));
+  auto* etape = app.add_subcommand(
+      "etape", "lance une étape de mise à jour sur une base (copie temporaire, transaction, compactage, remplacement)");
+  std::string nomEtape, baseEtape;
+  std::vector<std::string> argumentsEtape;
+  bool listeEtapes = false;
+  etape->fallthrough();  // --workstation and --horloge may follow the step's arguments
+  etape->add_option("NOM", nomEtape, "nom de l'étape");
+  etape->add_option("ARGUMENTS", argumentsEtape, "arguments de l'étape");
+  etape->add_option("--base", baseEtape, "la base : fichier de cette machine, ou chemin Windows avec --workstation");
+  etape->add_flag("--liste", listeEtapes, "liste les étapes et leurs arguments");
   std::string horloge;
   app.add_option("--horloge", horloge, "date et heure lues par l'outil, \"AAAA-MM-JJ hh:mm:ss\"");
 
@@ -169,6 +185,17 @@ int main(int argc, char** argv) {
     return kUnusableWorkstation;
   }
 
+  if (etape->parsed()) {
+    if (listeEtapes) {
+      etape::Liste(std::cout);
+      return kRunComplete;
+    }
+    if (nomEtape.empty() || baseEtape.empty()) {
+      std::cerr << "quelis-maj etape: NOM et --base CHEMIN sont nécessaires\n" << etape->help();
+      return 2;
+    }
+    return etape::Lance(workstation, baseEtape, nomEtape, argumentsEtape, fixe, std::cout, std::cerr);
+  }
   if (demo->parsed()) {
     try {
       const fs::path root = demoFolder.empty() ? NewDemoFolder() : fs::absolute(demoFolder);

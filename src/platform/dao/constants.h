@@ -34,7 +34,13 @@ inline constexpr int dbText = 10;
 inline constexpr int dbLongBinary = 11;
 inline constexpr int dbMemo = 12;
 inline constexpr int dbGUID = 15;
+inline constexpr int dbBigInt = 16;
+inline constexpr int dbChar = 18;
+inline constexpr int dbNumeric = 19;
 inline constexpr int dbDecimal = 20;
+inline constexpr int dbFloat = 21;
+inline constexpr int dbTime = 22;
+inline constexpr int dbTimeStamp = 23;
 
 // Field attributes (Field.Attributes).
 inline constexpr long dbFixedField = 1;

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "jet/sql/format.h"
 #include "jet/sql/value_ops.h"
 #include "jet/sql/vb_convert.h"
 #include "platform/dao/dao_error.h"
@@ -77,6 +78,10 @@ bool operator==(const Variant& a, const Variant& b) {
 bool operator!=(const Variant& a, const Variant& b) {
   auto c = compareVb(a.value_, b.value_);
   return c && *c != 0;
+}
+
+Variant Format(const Variant& value, std::string_view pattern) {
+  return Variant(guarded([&] { return jet::sql::format_value(value.value(), pattern); }));
 }
 
 }  // namespace platform::dao

@@ -29,6 +29,8 @@ class Variant {
   Variant(long long v);       // Long when it fits, else Double
   Variant(double v) : value_(jet::Value::double_(v)) {}
   static Variant Null() { return Variant(jet::Value::null()); }
+  // A Date holding the date serial `serial` (days since 30 December 1899).
+  static Variant Date(double serial) { return Variant(jet::Value::date(serial)); }
 
   const jet::Value& value() const noexcept { return value_; }
   jet::ValueKind kind() const noexcept { return value_.kind(); }
@@ -56,5 +58,9 @@ class Variant {
  private:
   jet::Value value_;
 };
+
+// VB's Format(value, pattern) on a French workstation: date, number and named patterns
+// (see jet/sql/format.h for the patterns understood). Null gives Null.
+Variant Format(const Variant& value, std::string_view pattern);
 
 }  // namespace platform::dao
