@@ -163,26 +163,13 @@ class Compactor {
     return true;
   }
 
-  // The new database's own access rows give way to the source's, for every object.
+  // The new database's own access rows give way to the source's, for every object; they
+  // are overwritten rather than deleted, so the compacted MSysACEs keeps no deleted slot.
   void replace_access_rows() {
-    const CatalogEntry* aces = destination_.catalog().find_table("MSysACEs");
-    if (!aces) cannot_carry("table MSysACEs absente de la nouvelle base");
-    std::vector<RowId> old;
-    destination_.table("MSysACEs").scan([&](RowId id, const Row&) {
-      old.push_back(id);
-      return true;
-    });
-    {
-      class NoIndexes final : public IndexHook {
-        void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
-        void apply(const TableDef&, const Row*, const Row*, RowId) override {}
-      } none;
-      TableWriter writer(destination_.pager(), destination_.allocator(), aces->name, aces->table_page(), {}, &none);
-      for (RowId id : old) writer.remove(id);
-    }
-    copy_rows(source_, "MSysACEs", destination_, [&](const TableDef& def, Row& row) {
-      return map_object_id(def, row, "ObjectId");
-    });
+    if (!destination_.catalog().find_table("MSysACEs")) cannot_carry("table MSysACEs absente de la nouvelle base");
+    copy_rows(
+        source_, "MSysACEs", destination_,
+        [&](const TableDef& def, Row& row) { return map_object_id(def, row, "ObjectId"); }, true);
   }
 
   void check_sound() {

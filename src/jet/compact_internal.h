@@ -36,7 +36,10 @@ void finish_foreign_keys(Database& source, WritableDatabase& destination, const 
 
 // Copies every row of a table of the source into the table of that name in the destination,
 // columns matched by name, `adjust` applied to each row first. Returns the rows copied.
+// With `overwrite`, the rows the destination table holds are replaced: overwritten in
+// place first, the ones left over removed, so that no deleted slot is left where the
+// copied rows could have gone.
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
-                        const std::function<bool(const TableDef&, Row&)>& adjust = {});
+                        const std::function<bool(const TableDef&, Row&)>& adjust = {}, bool overwrite = false);
 
 }  // namespace jet::compact_detail

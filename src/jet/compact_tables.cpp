@@ -84,10 +84,17 @@ bool engine_table(std::string_view name) {
 }
 
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
-                        const std::function<bool(const TableDef&, Row&)>& adjust) {
+                        const std::function<bool(const TableDef&, Row&)>& adjust, bool overwrite) {
   const Table from = source.table(table);
   const CatalogEntry* entry = destination.catalog().find_table(table);
   if (!entry) throw Error(ErrorCode::TableNotFound, table);
+  std::vector<RowId> existing;
+  if (overwrite)
+    destination.table(entry->name).scan([&](RowId id, const Row&) {
+      existing.push_back(id);
+      return true;
+    });
+  std::size_t reused = 0;
   DeferredIndexes deferred;
   TableWriter writer(destination.pager(), destination.allocator(), entry->name, entry->table_page(), {}, &deferred);
   const TableDef to = writer.definition();
@@ -101,10 +108,12 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
     for (std::size_t i = 0; i < row.size(); ++i)
       if (position[i]) out[*position[i]] = row[i];
     if (adjust && !adjust(to, out)) return true;
-    writer.insert(out);
+    if (reused < existing.size()) writer.update(existing[reused++], out);
+    else writer.insert(out);
     ++copied;
     return true;
   });
+  for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
   rebuild_indexes(destination, entry->table_page(), entry->name);
   return copied;
 }

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "jet/data_page.h"
 #include "jet/data_page_write.h"
 #include "jet/error.h"
 #include "jet/long_value.h"
@@ -20,17 +21,23 @@ void put32(std::vector<std::uint8_t>& out, std::size_t at, std::uint32_t v) {
 }  // namespace
 
 RowId LongValueWriter::place(std::span<const std::uint8_t> bytes) {
-  if (current_) {
-    DataPageEditor page(pager_.read(*current_).view().copy());
-    if (page.fits(bytes.size())) {
-      const std::uint8_t row = page.add_row(bytes);
-      pager_.write(*current_, page.release());
-      return {*current_, row};
+  if (!current_) current_ = allocator_.long_value_page();
+  if (current_ && *current_ < pager_.page_count()) {
+    const Page existing = pager_.read(*current_);
+    const ByteView v = existing.view();
+    if (v.u8(0) == static_cast<std::uint8_t>(PageKind::Data) && v.u32(4) == kLongValueOwner) {
+      DataPageEditor page(v.copy());
+      if (page.fits(bytes.size())) {
+        const std::uint8_t row = page.add_row(bytes);
+        pager_.write(*current_, page.release());
+        return {*current_, row};
+      }
     }
   }
   DataPageEditor page = DataPageEditor::blank(pager_.page_size(), kLongValueOwner);
   const std::uint8_t row = page.add_row(bytes);
   current_ = allocator_.allocate(page.release());
+  allocator_.set_long_value_page(*current_);
   return {*current_, row};
 }
 

@@ -3,8 +3,9 @@
 // Placement follows Access: up to 64 bytes inline after the reference (when the row has
 // room), up to one long-value row (page size - header - slot - 4 bytes) on a long-value page,
 // longer values as a chain of rows each starting with the pointer to the next one.
-// Long-value pages (data pages marked "LVAL") are shared by the values of one writer and
-// allocated through the PageAllocator when the current one is full.
+// Long-value pages (data pages marked "LVAL") are shared by the values of every writer of
+// the database (the allocator remembers the page started last) and allocated through the
+// PageAllocator when the current one is full.
 // free() marks the rows of a stored value deleted; an inline value has none.
 #pragma once
 

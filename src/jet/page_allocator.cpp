@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "jet/error.h"
+#include "jet/free_page_map.h"
 #include "jet/usage_map_write.h"
 
 namespace jet {
@@ -18,7 +19,8 @@ PageNumber PageAllocator::allocate(std::vector<std::uint8_t> bytes) {
     return hole;
   }
   const PageNumber page = pager_.append(std::move(bytes));
-  // A page the global map covers must read as used; one past its reach already does.
+  // The free-page map must reach the new last page before the page is marked used in it.
+  cover_file(pager_, pager_.page_count());
   set_usage_bit(pager_, kGlobalUsageMap, page, false, false);
   return page;
 }
@@ -28,6 +30,7 @@ void PageAllocator::release(PageNumber page) {
     throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
                 describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (page réservée ou absente)");
   pager_.write(page, std::vector<std::uint8_t>(pager_.page_size(), 0));
+  cover_file(pager_, pager_.page_count());  // a file grown by an older writer may lack the reach
   set_usage_bit(pager_, kGlobalUsageMap, page, true, false);
 }
 

@@ -9,6 +9,7 @@
 #include "jet/btree_write_page.h"
 #include "jet/data_page.h"
 #include "jet/error.h"
+#include "jet/free_page_map.h"
 #include "jet/index_verify.h"
 #include "jet/transaction.h"
 #include "jet/usage_map_write.h"
@@ -47,6 +48,7 @@ class Repairer {
       const auto free_pages = marked_pages(pager_, kGlobalUsageMap, count);
       free_.insert(free_pages.begin(), free_pages.end());
       global_map_known_ = true;
+      widen_free_map(count);
     } catch (const Error&) {
     }
     for (PageNumber p = 2; p < count; ++p) {
@@ -55,6 +57,16 @@ class Repairer {
       if (v.size() < 8 || v.u8(0) != static_cast<std::uint8_t>(PageKind::Data)) continue;
       owned_by_[v.u32(4)].push_back(p);
     }
+  }
+
+  // A free-page map that stops short of the file's end (left by an older writer) is widened;
+  // the pages it did not reach are recorded as in use.
+  void widen_free_map(PageNumber count) {
+    const FreeMapReach reach = free_map_reach(pager_);
+    if (reach.first == 0 && reach.end >= count) return;
+    cover_file(pager_, count);
+    report_.actions.push_back("table des pages libres étendue à toutes les pages du fichier (" + std::to_string(count) +
+                              " pages ; elle en couvrait " + std::to_string(reach.end > reach.first ? reach.end - reach.first : 0) + ")");
   }
 
   TableDef read_def(const CatalogEntry& entry) {

@@ -6,7 +6,8 @@
 // - an index that disagrees with its table (damaged tree, missing or extra entries, wrong
 //   keys) is rebuilt from the rows; the pages of its old tree are given back;
 // - data pages of a table missing from its usage map are added back, and pages in use
-//   that the file's global map marks free are marked used again;
+//   that the file's global map marks free are marked used again; a global map that does
+//   not reach the end of the file is widened to the whole file;
 // - the row count of a user table's definition is set to the rows actually present.
 // Damage that cannot be rebuilt (an unreadable catalog, table definition, data page, row
 // or long value, an index key the engine cannot compute) raises 3049 for the file and

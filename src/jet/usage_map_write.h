@@ -6,7 +6,8 @@
 //   its inline map); a missing usage-map page of a reference map is allocated.
 // - The global map (page 1, row 0) marks FREE pages, including those past the end of the
 //   file. Pages it does not cover count as in use here, so a page is never handed out
-//   twice: marking such a page free is simply not recorded (an unused hole, harmless).
+//   twice: marking such a page free is simply not recorded. The page allocator widens the
+//   map to the whole file before it sets a bit (free_page_map.h).
 #pragma once
 
 #include <functional>

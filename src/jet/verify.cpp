@@ -1,14 +1,12 @@
 #include "jet/verify.h"
 
-#include <algorithm>
-#include <map>
 #include <set>
 
 #include "jet/data_page.h"
 #include "jet/error.h"
 #include "jet/long_value.h"
 #include "jet/table_def.h"
-#include "jet/usage_map_write.h"
+#include "jet/verify_pages.h"
 
 namespace jet {
 namespace {
@@ -91,77 +89,9 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
   return problems;
 }
 
-namespace {
-
-// Free space a data page should record: what lies between its slot table and its lowest row.
-std::size_t expected_free_space(const DataPage& page, std::size_t page_size) {
-  std::size_t lowest = page_size;
-  for (std::uint16_t r = 0; r < page.row_count(); ++r) lowest = std::min<std::size_t>(lowest, page.page().view().u16(14 + 2 * std::size_t{r}) & 0x1FFF);
-  const std::size_t used = 14 + 2 * std::size_t{page.row_count()};
-  return lowest > used ? lowest - used : 0;
-}
-
-// Pages against the maps that claim them: a table's owned-pages map lists only data pages
-// of that table, no page is claimed twice, none the global map calls free, every data page
-// records its true free space.
-void check_pages(Database& db, std::vector<std::string>& problems) {
-  Pager& pager = db.pager();
-  const PageNumber count = pager.page_count();
-  std::set<PageNumber> free_pages;
-  try {
-    for (PageNumber p : marked_pages(pager, kGlobalUsageMap, count)) free_pages.insert(p);
-  } catch (const Error&) {
-    // Some Access files keep a reference-kind global map whose entries do not all name
-    // pages of the file; the free-page check is then left out.
-    free_pages.clear();
-  }
-  std::map<PageNumber, std::string> claimed;
-  auto claim = [&](PageNumber p, const std::string& by) {
-    if (free_pages.count(p)) problems.push_back(by + " : la page " + std::to_string(p) + " est marquée libre");
-    auto [it, fresh] = claimed.emplace(p, by);
-    if (!fresh && it->second != by)
-      problems.push_back("page " + std::to_string(p) + " revendiquée par " + it->second + " et par " + by);
-  };
-  for (const CatalogEntry* entry : db.catalog().tables(true)) {
-    const std::string who = "table « " + entry->name + " »";
-    try {
-      const TableDef def = read_table_def(pager, entry->table_page());
-      claim(def.page, who);
-      for (PageNumber p : marked_pages(pager, RowId::from_pointer(def.owned_pages), count)) {
-        const Page page = pager.read(p);
-        if (page.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || DataPage(page).owner() != def.page) {
-          problems.push_back(who + " : sa table d'utilisation compte la page " + std::to_string(p) +
-                             ", qui n'est pas une de ses pages de données");
-          continue;
-        }
-        claim(p, who);
-      }
-      for (const IndexDef& index : def.indexes)
-        for (PageNumber p : marked_pages(pager, RowId::from_pointer(index.usage_map), count))
-          claim(p, who + ", index " + std::to_string(index.number));
-    } catch (const Error& e) {
-      problems.push_back(who + " : " + e.description());
-    }
-  }
-  for (PageNumber p = 2; p < count; ++p) {
-    try {
-      const Page page = pager.read(p);
-      if (page.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data)) continue;
-      const DataPage data(page);
-      if (data.free_space() != expected_free_space(data, pager.page_size()))
-        problems.push_back("page " + std::to_string(p) + " : espace libre annoncé " + std::to_string(data.free_space()) +
-                           ", réel " + std::to_string(expected_free_space(data, pager.page_size())));
-    } catch (const Error& e) {
-      problems.push_back("page " + std::to_string(p) + " : " + e.description());
-    }
-  }
-}
-
-}  // namespace
-
 std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index) {
   std::vector<std::string> problems;
-  check_pages(db, problems);
+  verify_pages(db, problems);
   Pager& pager = db.pager();
   for (const CatalogEntry* entry : db.catalog().tables(true)) {
     try {

@@ -5,7 +5,10 @@
 #include "jet/data_page.h"
 #include "jet/database.h"
 #include "jet/index_verify.h"
+#include "jet/transaction.h"
+#include "jet/usage_map_write.h"
 #include "jet/verify.h"
+#include "jet/writable_database.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
 
@@ -121,6 +124,28 @@ TEST(JetVerify, DataPageHandedToAnotherTable) {
   for (jet::PageNumber p : pages) jet_test::put32(copy.bytes, std::size_t{p} * 4096 + 4, other);
   const std::string report = joined(copy.verify());
   EXPECT_NE(report.find("Table1"), std::string::npos) << report;
+}
+
+TEST(JetVerify, PageListedByTwoTablesMaps) {
+  jet_test::ScratchDir dir;
+  const std::string path = jet_test::copy_fixture(dir, "testV2000.mdb");
+  jet::PageNumber shared = 0;
+  {
+    auto db = jet::WritableDatabase::open(path);
+    const auto pages = db->table("Table1").data_pages();
+    ASSERT_FALSE(pages.empty());
+    shared = pages.front();
+    // Table2's map also lists a page holding Table1's rows: both tables now own it.
+    jet::Transaction tx(db->pager());
+    jet::set_usage_bit(db->pager(), jet::RowId::from_pointer(db->table("Table2").def().owned_pages), shared, true, true,
+                      [&](std::vector<std::uint8_t> b) { return db->allocator().allocate(std::move(b)); });
+    tx.commit();
+  }
+  const std::string report = joined(jet_test::verify_problems(path));
+  const std::string expected = "page " + std::to_string(shared) + " revendiquée par table « ";
+  EXPECT_NE(report.find(expected), std::string::npos) << report;
+  EXPECT_NE(report.find("Table1"), std::string::npos) << report;
+  EXPECT_NE(report.find("et par table « Table"), std::string::npos) << report;
 }
 
 }  // namespace
