@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "app_fixture.h"
-#include "launcher/sample_databases.h"
+#include "sample/sample_databases.h"
 #include "platform/codepage.h"
 #include "platform/dao/dao.h"
 #include "support/dao_rows.h"
@@ -112,15 +112,15 @@ class AcceptanceTest : public ::testing::Test {
 
   // A live database with its label file and (unless told otherwise) its backup, in the
   // data folder `dossier` (Windows path ending in "\"), which is created.
-  void dossier(const std::string& dossier, const std::string& relatif, const launcher::SiteEchantillon& site,
+  void dossier(const std::string& dossier, const std::string& relatif, const echantillon::SiteEchantillon& site,
                std::optional<std::string> livers = std::string("4.4.0.1"), int fiches = 12, bool sauvegarde = true) {
     folder(relatif + "Bases");
-    launcher::BaseEchantillon base;
+    echantillon::BaseEchantillon base;
     base.livers = std::move(livers);
     base.site = site;
     base.fiches = fiches;
-    launcher::CreeBaseQuelis(*moteur, dossier + "Bases\\Quelis.mdb", base);
-    if (sauvegarde) launcher::CreeBaseSauvegarde(*moteur, dossier + "Bases\\QuelisSauv_18012013.mdb", fiches);
+    echantillon::CreeBaseQuelis(*moteur, dossier + "Bases\\Quelis.mdb", base);
+    if (sauvegarde) echantillon::CreeBaseSauvegarde(*moteur, dossier + "Bases\\QuelisSauv_18012013.mdb", fiches);
     std::string texte = site.licdif;
     file(relatif + "Bases/libelle.txt", texte);
   }
@@ -152,7 +152,7 @@ class AcceptanceTest : public ::testing::Test {
   std::unique_ptr<dao::DBEngine> moteur;
 };
 
-inline launcher::SiteEchantillon Lille() { return {"059", "01", "00", "Centre des impôts fonciers de Lille"}; }
-inline launcher::SiteEchantillon Arras() { return {"062", "02", "00", "Centre des impôts fonciers d'Arras"}; }
+inline echantillon::SiteEchantillon Lille() { return {"059", "01", "00", "Centre des impôts fonciers de Lille"}; }
+inline echantillon::SiteEchantillon Arras() { return {"062", "02", "00", "Centre des impôts fonciers d'Arras"}; }
 
 }  // namespace app_test

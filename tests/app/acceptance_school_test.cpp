@@ -14,8 +14,8 @@ class SchoolTest : public AcceptanceTest {
   void SetUp() override {
     AcceptanceTest::SetUp();
     folder("C/QUELISECOLE");
-    launcher::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", launcher::SiteTorvandes(), 6);
-    launcher::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleMiranel_4.4.0.mdb", launcher::SiteMiranel(), 6);
+    echantillon::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", echantillon::SiteTorvandes(), 6);
+    echantillon::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleMiranel_4.4.0.mdb", echantillon::SiteMiranel(), 6);
     file("C/QUELISECOLE/Quelis.ini", "[INIT]\r\nChemin donnees=C:\\QuelisEcole\\Donnees\\\r\n");
   }
   std::string logRun() { return read("C/QUELISECOLE/" + kLog); }
@@ -46,12 +46,12 @@ TEST_F(SchoolTest, WithoutDataFolderTheTorvandesDatabaseIsInstalledAndLabelled) 
 }
 
 TEST_F(SchoolTest, CurrentDatabaseIsKeptAndUpdatedWithItsResetDatabase) {
-  dossier(kDossier, kRel, launcher::SiteTorvandes(), std::string("4.4.0.1"), 10);
+  dossier(kDossier, kRel, echantillon::SiteTorvandes(), std::string("4.4.0.1"), 10);
   folder(kRel + "RAZ");
-  launcher::BaseEchantillon raz;
-  raz.site = launcher::SiteTorvandes();
+  echantillon::BaseEchantillon raz;
+  raz.site = echantillon::SiteTorvandes();
   raz.fiches = 10;
-  launcher::CreeBaseQuelis(*moteur, kDossier + "RAZ\\Quelis.mdb", raz);
+  echantillon::CreeBaseQuelis(*moteur, kDossier + "RAZ\\Quelis.mdb", raz);
   const Outcome sortie = run("C:\\QUELISECOLE");
   ASSERT_EQ(sortie.status, 0) << sortie.output;
   EXPECT_NE(logRun().find("-- Choix mise à jour base Ecole actuelle\r\n"), std::string::npos) << logRun();
@@ -78,7 +78,7 @@ TEST_F(SchoolTest, CurrentDatabaseIsKeptAndUpdatedWithItsResetDatabase) {
 }
 
 TEST_F(SchoolTest, CurrentDatabaseWithoutResetDatabaseGetsACopyOfTheUpdatedOne) {
-  dossier(kDossier, kRel, launcher::SiteTorvandes(), std::string("4.4.0.1"), 4);
+  dossier(kDossier, kRel, echantillon::SiteTorvandes(), std::string("4.4.0.1"), 4);
   const Outcome sortie = run("C:\\QUELISECOLE");
   ASSERT_EQ(sortie.status, 0) << sortie.output;
   EXPECT_NE(read(kRel + "Bases/" + kLog)

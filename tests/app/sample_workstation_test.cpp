@@ -6,7 +6,7 @@
 
 #include "app_fixture.h"
 #include "launcher/program.h"
-#include "launcher/sample_workstation.h"
+#include "sample/sample_workstation.h"
 #include "platform/dao/dao.h"
 #include "platform/environment.h"
 #include "platform/workstation.h"
@@ -33,7 +33,7 @@ class SampleWorkstationTest : public ::testing::Test {
 };
 
 TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
-  const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(parent / "poste", 6);
+  const echantillon::SampleWorkstation sample = echantillon::BuildSampleWorkstation(parent / "poste", 6);
   const fs::path program = parent / "poste" / "C" / "QUELIS";
   EXPECT_EQ(ReadBytes(program / "Quelis.ini"), "[INIT]\r\nChemin donnees=C:\\Quelis\\\r\n");
   EXPECT_GE(std::distance(fs::directory_iterator(program / "Lettres"), fs::directory_iterator{}), 1);
@@ -60,11 +60,11 @@ TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
 
 TEST_F(SampleWorkstationTest, RefusesAFolderInUse) {
   std::ofstream(parent / "garde.txt") << "x";
-  EXPECT_THROW(launcher::BuildSampleWorkstation(parent), std::runtime_error);
+  EXPECT_THROW(echantillon::BuildSampleWorkstation(parent), std::runtime_error);
   EXPECT_FALSE(fs::exists(parent / "C"));
   // An empty existing folder is fine.
   fs::create_directories(parent / "vide");
-  EXPECT_NO_THROW(launcher::BuildSampleWorkstation(parent / "vide"));
+  EXPECT_NO_THROW(echantillon::BuildSampleWorkstation(parent / "vide"));
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ class TraitementEcoleTest : public PipelineTest {
     state.TypeConfiguration = launcher::kConfigurationEcole;
     state.CheminAppli = "C:\\QUELISECOLE\\";
     fs::create_directories(local(kLocalEcole + "Bases"));
-    launcher::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", launcher::SiteTorvandes(), 6);
-    launcher::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleMiranel_4.4.0.mdb", launcher::SiteMiranel(), 6);
+    echantillon::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", echantillon::SiteTorvandes(), 6);
+    echantillon::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleMiranel_4.4.0.mdb", echantillon::SiteMiranel(), 6);
   }
   std::unique_ptr<pipeline::FrmAttente> ecole(std::string* rendu) {
     auto f = form(kBasesEcole);
@@ -65,13 +65,13 @@ TEST_F(TraitementEcoleTest, MiranelLabelOnTwoLinesIsStoredOnOne) {
 
 TEST_F(TraitementEcoleTest, KeptDatabaseIsUpdatedAndItsResetDatabaseFollows) {
   state.ChoixBaseEcole = 1;
-  launcher::BaseEchantillon base;
-  base.site = launcher::SiteTorvandes();
+  echantillon::BaseEchantillon base;
+  base.site = echantillon::SiteTorvandes();
   base.fiches = 8;
-  launcher::CreeBaseQuelis(*moteur, kBasesEcole + "Quelis.mdb", base);
-  launcher::CreeBaseSauvegarde(*moteur, kBasesEcole + "QuelisSauv_18012013.mdb", 8);
+  echantillon::CreeBaseQuelis(*moteur, kBasesEcole + "Quelis.mdb", base);
+  echantillon::CreeBaseSauvegarde(*moteur, kBasesEcole + "QuelisSauv_18012013.mdb", 8);
   fs::create_directories(local(kLocalEcole + "RAZ"));
-  launcher::CreeBaseQuelis(*moteur, "C:\\QUELISECOLE\\Donnees\\BSECOLE\\RAZ\\Quelis.mdb", base);
+  echantillon::CreeBaseQuelis(*moteur, "C:\\QUELISECOLE\\Donnees\\BSECOLE\\RAZ\\Quelis.mdb", base);
   std::string rendu;
   auto f = ecole(&rendu);
   f->Traitement();
@@ -102,11 +102,11 @@ TEST_F(TraitementEcoleTest, KeptDatabaseIsUpdatedAndItsResetDatabaseFollows) {
 
 TEST_F(TraitementEcoleTest, KeptDatabaseWithoutResetFolderGetsOneCopied) {
   state.ChoixBaseEcole = 1;
-  launcher::BaseEchantillon base;
-  base.site = launcher::SiteTorvandes();
+  echantillon::BaseEchantillon base;
+  base.site = echantillon::SiteTorvandes();
   base.fiches = 4;
-  launcher::CreeBaseQuelis(*moteur, kBasesEcole + "Quelis.mdb", base);
-  launcher::CreeBaseSauvegarde(*moteur, kBasesEcole + "QuelisSauv_18012013.mdb", 4);
+  echantillon::CreeBaseQuelis(*moteur, kBasesEcole + "Quelis.mdb", base);
+  echantillon::CreeBaseSauvegarde(*moteur, kBasesEcole + "QuelisSauv_18012013.mdb", 4);
   std::string rendu;
   auto f = ecole(&rendu);
   f->Traitement();
@@ -121,10 +121,10 @@ TEST_F(TraitementEcoleTest, SchoolDatabaseWithoutSiteRecordKeepsTheOldLabel) {
   state.ChoixBaseEcole = 2;
   // The delivered file is replaced by a database whose CDIF has no record of type '1'.
   fs::remove(local("C/QUELISECOLE/QuelisEcoleTorvandes_4.4.0.mdb"));
-  launcher::BaseEchantillon base;
-  base.site = launcher::SiteTorvandes();
+  echantillon::BaseEchantillon base;
+  base.site = echantillon::SiteTorvandes();
   base.fiches = 2;
-  launcher::CreeBaseQuelis(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", base);
+  echantillon::CreeBaseQuelis(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", base);
   {
     dao::Database bd = moteur->OpenDatabase("C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", true);
     bd.Execute("UPDATE CDIF SET cocditype = '3' WHERE cocditype = '1'", dao::dbFailOnError);

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "launcher/program_state.h"
-#include "launcher/sample_databases.h"
+#include "sample/sample_databases.h"
 #include "pipeline/frm_attente.h"
 #include "platform/codepage.h"
 #include "platform/dao/dao.h"
@@ -57,7 +57,7 @@ inline Lines BlocErreur(const std::string& procedure, const std::string& numero,
 
 inline const Lines kFin{"", "Fin : 15/01/2013 à 14:30:05"};
 
-inline launcher::SiteEchantillon SiteLille() { return {"059", "01", "00", "Centre des impôts fonciers de Lille"}; }
+inline echantillon::SiteEchantillon SiteLille() { return {"059", "01", "00", "Centre des impôts fonciers de Lille"}; }
 
 class PipelineTest : public ::testing::Test {
  protected:
@@ -110,12 +110,12 @@ class PipelineTest : public ::testing::Test {
   // The sample live database (and its backup) of the data folder of `dossierBases`.
   void baseVivante(std::optional<std::string> livers = std::string("4.4.0.1"), int fiches = 24,
                    const std::string& dossierBases = kBases, bool sauvegarde = true) {
-    launcher::BaseEchantillon base;
+    echantillon::BaseEchantillon base;
     base.livers = std::move(livers);
     base.site = SiteLille();
     base.fiches = fiches;
-    launcher::CreeBaseQuelis(*moteur, dossierBases + "Quelis.mdb", base);
-    if (sauvegarde) launcher::CreeBaseSauvegarde(*moteur, dossierBases + "QuelisSauv_18012013.mdb", fiches);
+    echantillon::CreeBaseQuelis(*moteur, dossierBases + "Quelis.mdb", base);
+    if (sauvegarde) echantillon::CreeBaseSauvegarde(*moteur, dossierBases + "QuelisSauv_18012013.mdb", fiches);
   }
 
   // Every row of `table` of the database at the Windows path `chemin`, each field as its

@@ -39,7 +39,7 @@ std::optional<std::string> Version(dao::Database& bd) {
 
 }  // namespace
 
-Etat LitEtat(const launcher::SampleWorkstation& sample) {
+Etat LitEtat(const echantillon::SampleWorkstation& sample) {
   const platform::Workstation poste(sample.root);
   dao::DBEngine moteur(poste);
   Etat etat;
@@ -89,7 +89,7 @@ void AfficheAvantApres(std::ostream& out, const Etat& avant, const Etat& apres) 
       << " ont retrouvé leurs informations topo de la sauvegarde du 18/01/2013.\n";
 }
 
-bool CommePrevu(std::ostream& out, const launcher::SampleWorkstation& sample, const Etat& avant, const Etat& apres) {
+bool CommePrevu(std::ostream& out, const echantillon::SampleWorkstation& sample, const Etat& avant, const Etat& apres) {
   std::vector<std::string> ecarts;
   if (apres.versionMiseAJour != std::optional<std::string>("4.4.0.3"))
     ecarts.push_back("la base de Lille n'est pas en version 4.4.0.3");

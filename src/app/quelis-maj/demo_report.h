@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "launcher/sample_workstation.h"
+#include "sample/sample_workstation.h"
 
 namespace demo {
 
@@ -24,13 +24,13 @@ struct Etat {
 };
 
 // Reads the sample's two databases, before the run (Lille still in the old layout) or after.
-Etat LitEtat(const launcher::SampleWorkstation& sample);
+Etat LitEtat(const echantillon::SampleWorkstation& sample);
 
 // Prints Lille's case records whose survey fields changed (a few), and a count.
 void AfficheAvantApres(std::ostream& out, const Etat& avant, const Etat& apres);
 
 // Lille updated to 4.4.0.3 with survey data restored, Arras refused with error 1 and its file
 // unchanged. Prints the verdict and, when it fails, why.
-bool CommePrevu(std::ostream& out, const launcher::SampleWorkstation& sample, const Etat& avant, const Etat& apres);
+bool CommePrevu(std::ostream& out, const echantillon::SampleWorkstation& sample, const Etat& avant, const Etat& apres);
 
 }  // namespace demo

@@ -31,7 +31,7 @@
 #include "demo_report.h"
 #include "etape.h"
 #include "launcher/program.h"
-#include "launcher/sample_workstation.h"
+#include "sample/sample_workstation.h"
 #include "platform/clock.h"
 #include "platform/codepage.h"
 #include "platform/environment.h"
@@ -199,7 +199,7 @@ int main(int argc, char** argv) {
   if (demo->parsed()) {
     try {
       const fs::path root = demoFolder.empty() ? NewDemoFolder() : fs::absolute(demoFolder);
-      const launcher::SampleWorkstation sample = launcher::BuildSampleWorkstation(root, fiches);
+      const echantillon::SampleWorkstation sample = echantillon::BuildSampleWorkstation(root, fiches);
       std::cout << "Poste d'exemple : " << sample.root.string() << "\n"
                 << "Programme : " << sample.programFolder << "\\, données : C:\\Quelis\\ (ancienne organisation)"
                 << "\n\n";

@@ -1,14 +1,14 @@
-#include "launcher/sample_workstation.h"
+#include "sample/sample_workstation.h"
 
 #include <fstream>
 #include <stdexcept>
 
-#include "launcher/sample_databases.h"
+#include "sample/sample_databases.h"
 #include "platform/codepage.h"
 #include "platform/dao/dbengine.h"
 #include "platform/workstation.h"
 
-namespace launcher {
+namespace echantillon {
 namespace {
 
 namespace fs = std::filesystem;
@@ -83,4 +83,4 @@ SampleWorkstation BuildSampleWorkstation(const fs::path& root, int fiches) {
   return sample;
 }
 
-}  // namespace launcher
+}  // namespace echantillon

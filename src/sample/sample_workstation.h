@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace launcher {
+namespace echantillon {
 
 struct SampleWorkstation {
   std::filesystem::path root;                     // the workstation folder
@@ -29,4 +29,4 @@ struct SampleWorkstation {
 // number of case records of each database.
 SampleWorkstation BuildSampleWorkstation(const std::filesystem::path& root, int fiches = 200);
 
-}  // namespace launcher
+}  // namespace echantillon

@@ -17,7 +17,7 @@
 
 #include "platform/dao/dbengine.h"
 
-namespace launcher {
+namespace echantillon {
 
 // The site a database belongs to: its CDIF code in three parts and its label.
 struct SiteEchantillon {
@@ -52,4 +52,4 @@ void CreeBaseEcole(platform::dao::DBEngine& moteur, const std::string& chemin, c
 SiteEchantillon SiteTorvandes();
 SiteEchantillon SiteMiranel();
 
-}  // namespace launcher
+}  // namespace echantillon

@@ -1,4 +1,4 @@
-#include "launcher/sample_databases.h"
+#include "sample/sample_databases.h"
 
 #include <array>
 #include <vector>
@@ -11,7 +11,7 @@
 #include "platform/error.h"
 #include "platform/workstation.h"
 
-namespace launcher {
+namespace echantillon {
 namespace {
 
 namespace dao = platform::dao;
@@ -274,4 +274,4 @@ void CreeBaseEcole(dao::DBEngine& moteur, const std::string& chemin, const SiteE
 SiteEchantillon SiteTorvandes() { return {"099", "01", "00", "CDIF de Torvandes (base Ecole)"}; }
 SiteEchantillon SiteMiranel() { return {"099", "02", "00", "Centre des impôts fonciers\r\nde Miranel (CDI-CDIF)"}; }
 
-}  // namespace launcher
+}  // namespace echantillon
