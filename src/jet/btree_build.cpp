@@ -7,6 +7,7 @@
 #include "jet/error.h"
 #include "jet/index_page.h"
 #include "jet/index_row_key.h"
+#include "jet/index_stored_key.h"
 
 namespace jet {
 namespace {
@@ -32,11 +33,18 @@ std::vector<std::vector<IndexNodeItem>> pack(const std::vector<IndexNodeItem>& i
 
 }  // namespace
 
-std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index) {
+std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index,
+                                                 const StoredKeyOf& stored) {
   std::vector<IndexNodeItem> out;
   table.scan([&](RowId id, const Row& row) {
-    if (!row_left_out_of_index(table.def(), index, row)) {
+    if (row_left_out_of_index(table.def(), index, row)) return true;
+    try {
       out.push_back({index_key_for_row(table.def(), index, row), id, 0});
+    } catch (const Error& e) {
+      if (!key_not_computable(e) || !stored) throw;
+      auto key = stored(id);
+      if (!key) throw;
+      out.push_back({std::move(*key), id, 0});
     }
     return true;
   });
@@ -116,9 +124,11 @@ void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber r
   }
 }
 
-void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index) {
+void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index,
+                   const StoredKeyOf& stored) {
   store.select_index(index);
-  build_index_tree(store, table.def().page, index.root_page, index_entries_of_rows(table, index));
+  build_index_tree(store, table.def().page, index.root_page,
+                   index_entries_of_rows(table, index, stored));
 }
 
 }  // namespace jet

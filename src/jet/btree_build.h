@@ -5,6 +5,9 @@
 // The pages of the previous tree, root excepted, are freed first.
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "jet/btree_write_page.h"
@@ -14,9 +17,14 @@
 
 namespace jet {
 
-// Entries (key, row) of every row of `table` the index lists, in index order. Throws the
-// key errors (3431 unknown character...) before anything is written.
-std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index);
+// The key an index already holds for a row whose key cannot be computed (nullopt: none).
+using StoredKeyOf = std::function<std::optional<std::vector<std::uint8_t>>(RowId)>;
+
+// Entries (key, row) of every row of `table` the index lists, in index order. A row whose key
+// cannot be computed takes the one `stored` gives; the key errors (3431 unknown character...)
+// are raised before anything is written when there is none.
+std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index,
+                                                 const StoredKeyOf& stored = {});
 
 // Pages of the tree under `root` (root included), in walking order; 3049 on a damaged tree.
 std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root);
@@ -26,6 +34,7 @@ void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber r
                       const std::vector<IndexNodeItem>& sorted);
 
 // index_entries_of_rows then build_index_tree for the index's root page.
-void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index);
+void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index,
+                   const StoredKeyOf& stored = {});
 
 }  // namespace jet

@@ -1,11 +1,14 @@
 // Tables carried by the compaction: definition, rows in storage order, indexes built in bulk.
 #include <algorithm>
 #include <map>
+#include <optional>
+#include <unordered_map>
 
 #include "jet/btree_build.h"
 #include "jet/btree_write_overlay.h"
 #include "jet/compact_internal.h"
 #include "jet/error.h"
+#include "jet/index_stored_key.h"
 #include "jet/names.h"
 #include "jet/table_design.h"
 #include "jet/table_writer.h"
@@ -29,11 +32,46 @@ class DeferredIndexes final : public IndexHook {
   throw_damaged(path, "compactage impossible : " + what);
 }
 
-void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name) {
+// The source's real index over the same columns (by name) in the same directions.
+const IndexDef* source_index(const TableDef& source, const TableDef& def, const IndexDef& index) {
+  const auto same = [&](const IndexDef& candidate) {
+    if (candidate.columns.size() != index.columns.size()) return false;
+    for (std::size_t i = 0; i < index.columns.size(); ++i) {
+      const ColumnDef* a = def.column_by_number(index.columns[i].column_number);
+      const ColumnDef* b = source.column_by_number(candidate.columns[i].column_number);
+      if (!a || !b || !same_name(a->name, b->name) ||
+          index.columns[i].ascending != candidate.columns[i].ascending) {
+        return false;
+      }
+    }
+    return true;
+  };
+  for (const IndexDef& candidate : source.indexes)
+    if (same(candidate)) return &candidate;
+  return nullptr;
+}
+
+// Builds the indexes of the filled table. A row whose key cannot be computed carries the
+// entry the source's matching index holds for the row it was copied from (`copied_from`:
+// destination row pointer -> source row).
+void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name,
+                     const Table& source, const std::unordered_map<std::uint32_t, RowId>& copied_from) {
   const TableDef def = read_table_def(db.pager(), page);
   OverlayIndexPageStore store(db.allocator());
   const Table table(db.pager(), name, def);
-  for (const IndexDef& index : def.indexes) rebuild_index(store, table, index);
+  for (const IndexDef& index : def.indexes) {
+    const IndexDef* from = source_index(source.def(), def, index);
+    std::optional<std::unordered_map<std::uint32_t, std::vector<std::uint8_t>>> held;
+    const auto stored = [&](RowId row) -> std::optional<std::vector<std::uint8_t>> {
+      const auto origin = copied_from.find(row.pointer());
+      if (!from || origin == copied_from.end()) return std::nullopt;
+      if (!held) held = stored_keys_by_row(source.pager(), source.def(), *from);
+      const auto it = held->find(origin->second.pointer());
+      if (it == held->end()) return std::nullopt;
+      return it->second;
+    };
+    rebuild_index(store, table, index, stored);
+  }
 }
 
 void put_u32(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint32_t v) {
@@ -103,18 +141,24 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
   for (const ColumnDef& c : from.def().columns)
     if (const ColumnDef* d = to.find_column(c.name)) position[c.definition_order] = d->definition_order;
   std::uint64_t copied = 0;
-  from.scan([&](RowId, const Row& row) {
+  std::unordered_map<std::uint32_t, RowId> copied_from;
+  from.scan([&](RowId id, const Row& row) {
     Row out(to.columns.size(), Value::null());
     for (std::size_t i = 0; i < row.size(); ++i)
       if (position[i]) out[*position[i]] = row[i];
     if (adjust && !adjust(to, out)) return true;
-    if (reused < existing.size()) writer.update(existing[reused++], out);
-    else writer.insert(out);
+    // A row overwritten in place keeps its row id, even when its bytes move elsewhere.
+    if (reused < existing.size()) {
+      writer.update(existing[reused], out);
+      copied_from.emplace(existing[reused++].pointer(), id);
+    } else {
+      copied_from.emplace(writer.insert(out).pointer(), id);
+    }
     ++copied;
     return true;
   });
   for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
-  rebuild_indexes(destination, entry->table_page(), entry->name);
+  rebuild_indexes(destination, entry->table_page(), entry->name, from, copied_from);
   return copied;
 }
 

@@ -4,6 +4,7 @@
 #include "jet/btree_write_cache.h"
 #include "jet/error.h"
 #include "jet/index_row_key.h"
+#include "jet/index_stored_key.h"
 
 namespace jet {
 namespace {
@@ -14,6 +15,22 @@ bool key_has_null(const std::vector<KeyColumn>& columns, const std::vector<std::
     if (r.next(c).is_null) return true;
   }
   return false;
+}
+
+const Value& value_of(const TableDef& table, const Row& row, std::uint16_t number) {
+  static const Value kNull = Value::null();
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    if (table.columns[i].number == number) return i < row.size() ? row[i] : kNull;
+  }
+  return kNull;
+}
+
+// The same values in every column of the index: the same entry, whatever its key.
+bool same_indexed_values(const TableDef& table, const IndexDef& index, const Row& a, const Row& b) {
+  for (const auto& ic : index.columns) {
+    if (!(value_of(table, a, ic.column_number) == value_of(table, b, ic.column_number))) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -27,13 +44,30 @@ std::optional<std::vector<std::uint8_t>> IndexMaintainer::key_of(const IndexDef&
   return index_key_for_row(*table_, index, row);
 }
 
+// The entry a row has now: its key when it can be computed, else the bytes stored for it.
+std::optional<std::vector<std::uint8_t>> IndexMaintainer::held_key_of(const IndexDef& index,
+                                                                      const Row& row,
+                                                                      RowId id) const {
+  try {
+    return key_of(index, row);
+  } catch (const Error& e) {
+    if (!key_not_computable(e)) throw;
+    auto stored = stored_key_of_row(store_->pager(), *table_, index, id);
+    if (!stored) throw;
+    return stored;
+  }
+}
+
 std::vector<IndexMaintainer::Change> IndexMaintainer::plan(const Row* old_row, RowId old_id,
                                                            const Row* new_row, RowId new_id) {
   std::vector<Change> out;
   for (const auto& index : table_->indexes) {
+    const bool same_values =
+        old_row && new_row && same_indexed_values(*table_, index, *old_row, *new_row);
+    if (same_values && old_id == new_id) continue;
     Change c{&index, std::nullopt, std::nullopt, old_id, new_id};
-    if (old_row) c.old_key = key_of(index, *old_row);
-    if (new_row) c.new_key = key_of(index, *new_row);
+    if (old_row) c.old_key = held_key_of(index, *old_row, old_id);
+    if (new_row) c.new_key = same_values ? c.old_key : key_of(index, *new_row);
     if (old_row && new_row && old_id == new_id && c.old_key == c.new_key) continue;
     if (c.old_key || c.new_key) out.push_back(std::move(c));
   }

@@ -1,10 +1,14 @@
 // Keeping every real index of a table right when a row is added, changed or deleted.
 //
-// Each call first works out every key change (key codecs, General text order: a character
-// without a known key raises the engine's error) and checks the unique indexes (a key already
+// Each call first works out every key change (key codecs, General text order) and checks the unique indexes (a key already
 // held by another row raises 3022; keys with a Null column are exempt, as in Jet), and only
 // then touches the B-trees: a refused write changes nothing. Ignore-nulls indexes leave out
 // rows whose indexed columns are all Null. The table's own pages are not touched here.
+//
+// Only entries that change need keys: an index whose columns keep their values is left
+// alone, and the entry a row has now (to remove or move) is found by its stored bytes when
+// its key cannot be computed (a character without a known code). A new key that cannot be
+// computed still raises the engine's error (3431).
 //
 // IndexWriteHook is what the table writer calls around each row write; IndexMaintainer is
 // its implementation over an IndexPageStore.
@@ -57,6 +61,8 @@ class IndexMaintainer final : public IndexWriteHook {
   void check_unique(const std::vector<Change>& changes, const std::optional<RowId>& replaced);
   void apply(const std::vector<Change>& changes);
   std::optional<std::vector<std::uint8_t>> key_of(const IndexDef& index, const Row& row) const;
+  std::optional<std::vector<std::uint8_t>> held_key_of(const IndexDef& index, const Row& row,
+                                                       RowId id) const;
 
   IndexPageStore* store_;
   const TableDef* table_;

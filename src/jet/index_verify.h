@@ -4,7 +4,8 @@
 // mis-typed index pages, free-space counts that disagree with the entries, pages reached
 // twice (cycles, shared children), leaves at different depths, entries out of order (key, then row id), intermediate entries that are not the last
 // entry of their child, previous/next links that disagree with the tree, keys that do not
-// decode, entries whose key differs from the encoding of their row's values, entries of
+// decode, entries whose key differs from the encoding of their row's values (a row whose key
+// cannot be computed keeps its stored entry unchecked), entries of
 // missing or deleted rows, live rows without exactly one entry (rows an ignore-nulls index
 // leaves out must have none) and duplicate keys in a unique index.
 // An empty result means the index is sound.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
+#include <unordered_map>
 
 #include "jet/btree_build.h"
 #include "jet/btree_write_overlay.h"
@@ -10,6 +12,7 @@
 #include "jet/data_page.h"
 #include "jet/error.h"
 #include "jet/free_page_map.h"
+#include "jet/index_stored_key.h"
 #include "jet/index_verify.h"
 #include "jet/transaction.h"
 #include "jet/usage_map_write.h"
@@ -132,11 +135,29 @@ class Repairer {
   void repair_index(const Table& table, const IndexDef& index) {
     const auto problems = verify_index(table, index);
     if (problems.empty()) return;
+    // A row whose key cannot be computed keeps the entry the old tree holds for it, as far
+    // as that tree can be read.
+    std::optional<std::unordered_map<std::uint32_t, std::vector<std::uint8_t>>> held;
+    const auto stored = [&](RowId row) -> std::optional<std::vector<std::uint8_t>> {
+      if (!held) {
+        try {
+          held = stored_keys_by_row(pager_, table.def(), index);
+        } catch (const Error&) {
+          held.emplace();
+        }
+      }
+      const auto it = held->find(row.pointer());
+      if (it == held->end()) return std::nullopt;
+      return it->second;
+    };
+    const std::string which = "table « " + table.name() + " », index " + std::to_string(index.number);
     std::vector<IndexNodeItem> entries;
     try {
-      entries = index_entries_of_rows(table, index);
+      entries = index_entries_of_rows(table, index, stored);
     } catch (const Error& e) {
-      refuse("table « " + table.name() + " », index " + std::to_string(index.number) + " : " + e.description());
+      // Not a damage of the file: say what it is.
+      if (key_not_computable(e)) throw Error(e.number(), which + " : " + e.description());
+      refuse(which + " : " + e.description());
     }
     store_.select_index(index);
     // The old tree may be unreadable: give back the pages its usage map holds that are

@@ -1,9 +1,12 @@
-// Builds general-order text keys. A key is made of three runs, each ranked after the one
+// Builds general-order text keys. A key is made of up to four runs, each ranked after the one
 // before: the primary bytes of every character (then 0x01), the accent codes by character
-// position (only when some character has one), and the positional codes of hidden characters
-// such as hyphens and apostrophes (introduced by three 0x01 bytes).
+// position (only when some character has one), then, after two more 0x01 bytes when the text
+// holds kana or hidden characters, the kana size marks and the positional codes of hidden
+// characters such as hyphens and apostrophes (introduced by one more 0x01).
 #include "jet/text_sort.h"
 
+#include <iterator>
+#include <span>
 #include <string>
 
 #include "jet/error.h"
@@ -23,6 +26,10 @@ constexpr std::uint8_t kHiddenMarker = 0x06;  // between a hidden character's po
 constexpr unsigned kHiddenBase = 7;           // position code = (7 + 4 * position) | 0x8000
 constexpr unsigned kHiddenStep = 4;
 constexpr unsigned kHiddenFlag = 0x8000;
+constexpr std::uint8_t kFullSizeKana = 0x03;
+constexpr std::uint8_t kKanaMarkPrefix = 0x80;
+constexpr std::uint8_t kKanaMarksEnd[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
+constexpr std::uint8_t kKanaThenHidden = 0xFF;  // between the kana marks and a hidden run
 
 [[noreturn]] void unsupported(std::string_view text) {
   throw Error(ErrorCode::UnsupportedKeyCharacter, text);
@@ -74,8 +81,18 @@ std::u16string to_utf16(std::string_view s) {
   return out;
 }
 
-void append_bytes(std::vector<std::uint8_t>& out, std::string_view bytes) {
-  for (char c : bytes) out.push_back(static_cast<std::uint8_t>(c));
+// Kana size marks, three 2-bit marks to a byte under a 0x80 prefix; trailing full-size marks
+// say nothing and are dropped. The closing bytes are written even when no mark is left.
+void append_kana_marks(std::vector<std::uint8_t> marks, std::vector<std::uint8_t>& out) {
+  while (!marks.empty() && marks.back() == kFullSizeKana) marks.pop_back();
+  for (std::size_t i = 0; i < marks.size(); i += 3) {
+    std::uint8_t byte = kKanaMarkPrefix;
+    for (std::size_t k = 0; k < 3 && i + k < marks.size(); ++k) {
+      byte = static_cast<std::uint8_t>(byte | (marks[i + k] << (2 * (2 - k))));
+    }
+    out.push_back(byte);
+  }
+  out.insert(out.end(), std::begin(kKanaMarksEnd), std::end(kKanaMarksEnd));
 }
 
 // Accent codes by character position; positions before the last accented one that carry no
@@ -97,7 +114,7 @@ struct AccentRun {
 
 }  // namespace
 
-bool general_text_key_known(char32_t c) { return find_char_code(c) != nullptr; }
+bool general_text_key_known(char32_t c) { return find_char_code(c).has_value(); }
 
 void append_general_text_key(std::string_view utf8_text, bool ascending,
                              std::vector<std::uint8_t>& out) {
@@ -108,28 +125,36 @@ void append_general_text_key(std::string_view utf8_text, bool ascending,
   const std::size_t start = out.size();
   AccentRun accents;
   std::vector<std::uint8_t> hidden;
+  std::vector<std::uint8_t> kana_marks;  // one per kana, in text order
   std::size_t position = 0;  // characters that produced primary bytes so far
 
   for (char16_t unit : text) {
-    const CharCode* code = find_char_code(unit);
-    if (code == nullptr) unsupported(utf8_text);
+    const auto code = find_char_code(unit);
+    if (!code) unsupported(utf8_text);
+    const auto primary = std::span(code->primary).first(code->primary_size);
+    const auto extra = std::span(code->extra).first(code->extra_size);
     switch (code->kind) {
+      case CharKind::Unknown:
       case CharKind::Ignored:
         break;
       case CharKind::Plain:
-        append_bytes(out, code->primary);
+        out.insert(out.end(), primary.begin(), primary.end());
         ++position;
         break;
       case CharKind::Accented:
-        append_bytes(out, code->primary);
-        accents.pad_to(position);
-        append_bytes(accents.bytes, code->extra);
-        accents.positions = position + 1;
+      case CharKind::Kana:
+        out.insert(out.end(), primary.begin(), primary.end());
+        if (!extra.empty()) {
+          accents.pad_to(position);
+          accents.bytes.insert(accents.bytes.end(), extra.begin(), extra.end());
+          accents.positions = position + 1;
+        }
+        if (code->kind == CharKind::Kana) kana_marks.push_back(code->kana_mark);
         ++position;
         break;
       case CharKind::Modifier: {
         accents.pad_to(position);
-        const auto addend = static_cast<std::uint8_t>(code->extra.at(0));
+        const std::uint8_t addend = extra.empty() ? 0 : extra[0];
         if (accents.bytes.empty()) {
           accents.bytes.push_back(addend);
           accents.lead = 1;
@@ -148,7 +173,7 @@ void append_general_text_key(std::string_view utf8_text, bool ascending,
         hidden.push_back(static_cast<std::uint8_t>((mark >> 8) & 0xFF));
         hidden.push_back(static_cast<std::uint8_t>(mark & 0xFF));
         hidden.push_back(kHiddenMarker);
-        append_bytes(hidden, code->extra);
+        hidden.insert(hidden.end(), extra.begin(), extra.end());
         break;
       }
     }
@@ -157,9 +182,16 @@ void append_general_text_key(std::string_view utf8_text, bool ascending,
 
   while (!accents.bytes.empty() && accents.bytes.back() <= kNoAccent) accents.bytes.pop_back();
   out.insert(out.end(), accents.bytes.begin(), accents.bytes.end());
-  if (!hidden.empty()) {
-    out.insert(out.end(), {kEndOfPrimary, kEndOfPrimary, kEndOfPrimary});
-    out.insert(out.end(), hidden.begin(), hidden.end());
+  if (!hidden.empty() || !kana_marks.empty()) {
+    out.insert(out.end(), {kEndOfPrimary, kEndOfPrimary});
+    if (!kana_marks.empty()) {
+      append_kana_marks(kana_marks, out);
+      if (!hidden.empty()) out.push_back(kKanaThenHidden);
+    }
+    if (!hidden.empty()) {
+      out.push_back(kEndOfPrimary);
+      out.insert(out.end(), hidden.begin(), hidden.end());
+    }
   }
 
   if (!ascending) {

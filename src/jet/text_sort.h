@@ -6,10 +6,10 @@
 // apostrophes only break ties after the accents, trailing spaces are ignored and only the
 // first 255 UTF-16 code units count. Keys cannot be turned back into text (case is lost).
 //
-// The table of character codes covers Latin (with extensions), IPA, spacing modifiers,
-// combining accents, Greek, Cyrillic, general punctuation, currency and letterlike symbols,
-// which includes every character of Windows-1252. Any other character raises
-// jet::Error(ErrorCode::UnsupportedKeyCharacter): a wrong key would silently break an index.
+// Every character of the Basic Multilingual Plane has its code. Characters beyond it (stored
+// as surrogate pairs) have none known and raise jet::Error(ErrorCode::UnsupportedKeyCharacter):
+// a wrong key would silently break an index. Writes that leave such an entry unchanged find
+// it by its stored bytes instead (see index_maintain.h).
 #pragma once
 
 #include <cstddef>

@@ -96,7 +96,7 @@ TEST(BtreeMaintain, DuplicateKeysAreRefusedWithNothingWritten) {
   changed[f.column("data")] = rows[0].second[f.column("data")];
   expect_error(3022, [&] { f.maintainer.row_updated(rows[1].first, rows[1].second, rows[1].first, changed); });
   // A text whose key is unknown.
-  copy[f.column("data")] = jet::Value::text("donnée \xE4\xB8\xAD");
+  copy[f.column("data")] = jet::Value::text("donnée \xF0\x9F\x98\x80");
   expect_error(static_cast<int>(jet::ErrorCode::UnsupportedKeyCharacter),
                [&] { f.maintainer.row_inserted(fresh, copy); });
   EXPECT_EQ(btree_test::image(*f.pager), before);

@@ -120,8 +120,8 @@ TEST(TextSort, EveryWindows1252CharacterHasAKey) {
   expect_order({"od", "Œ", "of"});  // Œ sorts as OE
 }
 
-TEST(TextSort, UnknownCharactersAndBadUtf8AreRefused) {
-  for (const std::string bad : {"\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\xC3", "\xC0\xAF", "\xED\xA0\x80"}) {
+TEST(TextSort, CharactersBeyondThePlaneAndBadUtf8AreRefused) {
+  for (const std::string bad : {"\xF0\x9F\x98\x80", "\xF0\x90\x8C\xB0", "\xC3", "\xC0\xAF", "\xED\xA0\x80"}) {
     try {
       key("a" + bad);
       ADD_FAILURE() << "accepted " << bad;
@@ -129,12 +129,13 @@ TEST(TextSort, UnknownCharactersAndBadUtf8AreRefused) {
       EXPECT_EQ(e.number(), static_cast<int>(jet::ErrorCode::UnsupportedKeyCharacter));
     }
   }
-  EXPECT_FALSE(jet::general_text_key_known(0x4E2D));
+  EXPECT_FALSE(jet::general_text_key_known(0x1F600));
+  EXPECT_FALSE(jet::general_text_key_known(0xD83D));
   // A refused text leaves a key being built untouched.
   jet::KeyWriter w;
   w.long_integer(1);
   const auto before_text = w.bytes();
-  EXPECT_THROW(w.text("\xE4\xB8\xAD"), jet::Error);
+  EXPECT_THROW(w.text("\xF0\x9F\x98\x80"), jet::Error);
   EXPECT_EQ(w.bytes(), before_text);
 }
 
