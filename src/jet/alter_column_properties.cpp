@@ -29,6 +29,11 @@ std::int32_t attributes_of(const ColumnDef& c) {
   return a;
 }
 
+bool stored_true(const PropertyBlock* block, std::string_view name) {
+  const Property* p = block ? block->find(name) : nullptr;
+  return p && p->value.is_numeric() && p->value.to_double() != 0;
+}
+
 std::int32_t size_of(const ColumnDef& c) {
   if (is_long_value(c.type)) return 0;
   if (c.type == ColumnType::Text) return c.length / 2;
@@ -65,7 +70,10 @@ std::vector<ColumnProperty> column_properties(WritableDatabase& db, const std::s
   out.push_back({"Size", Value::long_(size_of(c)), c.type == ColumnType::Text});
   out.push_back({"OrdinalPosition", Value::integer(static_cast<std::int16_t>(display_position(def, c.number))), true});
   out.push_back({"Required", Value::boolean(rules.required.count(c.name) > 0), true});
-  out.push_back({"AllowZeroLength", Value::boolean(textual && rules.zero_length_allowed.count(c.name) > 0), textual});
+  // As DAO reports it: True only when stored so (a column made by SQL DDL reads False, though
+  // the writers accept "" in it).
+  out.push_back({"AllowZeroLength", Value::boolean(textual && stored_true(properties.column(c.name), "AllowZeroLength")),
+                 textual});
   out.push_back({"Attributes", Value::long_(attributes_of(c)), false});
   out.push_back({"CollatingOrder", Value::long_(textual ? c.sort_order : 0x0409), false});
   if (const PropertyBlock* block = properties.column(c.name))

@@ -123,7 +123,7 @@ PropertySet properties_of(const TableDesign& design) {
     std::vector<std::pair<std::string, Value>> values;
     if (c.default_value) values.emplace_back("DefaultValue", Value::text(*c.default_value));
     if (c.required) values.emplace_back("Required", Value::boolean(true));
-    if (is_textual(c.type)) values.emplace_back("AllowZeroLength", Value::boolean(c.allow_zero_length));
+    if (is_textual(c.type) && c.allow_zero_length) values.emplace_back("AllowZeroLength", Value::boolean(*c.allow_zero_length));
     if (c.description) values.emplace_back("Description", Value::text(*c.description));
     for (const auto& [name, value] : c.properties) values.emplace_back(name, value);
     if (values.empty()) continue;

@@ -50,6 +50,7 @@ const std::map<int, std::string_view>& texts() {
        "Le champ '|' ne peut pas contenir de valeur Null car la propriété Required de ce champ "
        "est True. Entrez une valeur dans ce champ."},
       {3315, "Le champ '|' ne peut pas être une chaîne de longueur nulle."},
+      {3349, "Dépassement de capacité du champ numérique."},
       {3343, "Format de base de données '|' non reconnu."},
       {3356,
        "Vous tentez d'ouvrir une base de données déjà ouverte en mode exclusif par "

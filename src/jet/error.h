@@ -31,6 +31,7 @@ enum class ErrorCode : int {
   RelatedRecordRequired = 3201,
   ItemNotFound = 3265,
   FieldRequired = 3314,
+  NumericFieldOverflow = 3349,
   ZeroLengthNotAllowed = 3315,
   UnrecognizedFormat = 3343,
   OpenedExclusively = 3356,

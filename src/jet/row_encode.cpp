@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+#include "jet/decimal.h"
 #include "jet/error.h"
 
 namespace jet {
@@ -32,23 +33,6 @@ std::int64_t whole(const Value& v, std::int64_t low, std::int64_t high) {
   const std::int64_t n = v.to_int64();
   if (n < low || n > high) overflow();
   return n;
-}
-
-constexpr unsigned __int128 kMaxMagnitude = (static_cast<unsigned __int128>(1) << 96) - 1;
-
-Decimal rescale(Decimal d, std::uint8_t scale) {
-  while (d.scale < scale) {
-    d.magnitude *= 10;
-    if (d.magnitude > kMaxMagnitude) overflow();
-    ++d.scale;
-  }
-  while (d.scale > scale) {  // half away from zero, as Jet rounds stored decimals
-    const auto rest = static_cast<unsigned>(d.magnitude % 10);
-    d.magnitude /= 10;
-    if (rest >= 5) ++d.magnitude;
-    --d.scale;
-  }
-  return d;
 }
 
 bool known_type(ColumnType type) {
@@ -80,6 +64,7 @@ Value coerce_to_column(const ColumnDef& column, const Value& value) {
                                                           std::numeric_limits<std::int32_t>::max())));
     case ColumnType::Currency: {
       if (value.kind() == ValueKind::Currency) return value;
+      if (value.kind() == ValueKind::Decimal) return Value::currency(currency_of_decimal(value.as_decimal()));
       if (!value.is_numeric()) mismatch();
       const double scaled = std::nearbyint(value.to_double() * 10000.0);
       if (!(std::fabs(scaled) < 9.2e18)) overflow();
@@ -113,26 +98,11 @@ Value coerce_to_column(const ColumnDef& column, const Value& value) {
     case ColumnType::Guid:
       if (value.kind() != ValueKind::Guid) mismatch();
       return value;
-    case ColumnType::Numeric: {
-      Decimal d;
-      if (value.kind() == ValueKind::Decimal) {
-        d = value.as_decimal();
-      } else {
-        const std::int64_t n = whole(value, std::numeric_limits<std::int64_t>::min() + 1,
-                                     std::numeric_limits<std::int64_t>::max());
-        if (value.kind() == ValueKind::Single || value.kind() == ValueKind::Double ||
-            value.kind() == ValueKind::Currency)
-          mismatch();  // fractional kinds would lose digits through whole numbers
-        d.negative = n < 0;
-        d.magnitude = static_cast<unsigned __int128>(n < 0 ? -n : n);
-      }
-      d = rescale(d, column.scale);
-      unsigned __int128 limit = 1;
-      for (int i = 0; i < column.precision; ++i) limit *= 10;
-      if (column.precision > 0 && d.magnitude >= limit) overflow();
-      if (d.magnitude == 0) d.negative = false;
-      return Value::decimal(d);
-    }
+    case ColumnType::Numeric:
+      // Every number converts (Double with 15 digits, Single with 7, Currency exactly); 3349
+      // when the whole part does not fit the column's precision.
+      if (!value.is_numeric()) mismatch();
+      return Value::decimal(fit_decimal(decimal_of(value), column.precision, column.scale));
   }
   return value;
 }

@@ -55,6 +55,13 @@ bool flag_property(const PropertyBlock* block, std::string_view name) {
   return p->value.is_numeric() && p->value.to_int64() != 0;
 }
 
+// A Yes/No property as stored, nullopt when the block has none.
+std::optional<bool> stored_flag(const PropertyBlock* block, std::string_view name) {
+  const Property* p = block ? block->find(name) : nullptr;
+  if (!p || p->value.is_null() || p->value.is_empty()) return std::nullopt;
+  return flag_property(block, name);
+}
+
 }  // namespace
 
 void validate(const TableDesign& design) {
@@ -115,7 +122,7 @@ TableDesign design_of(std::string_view name, const TableDef& def, const Property
     const PropertyBlock* block = properties.column(c.name);
     col.default_value = text_property(block, "DefaultValue");
     col.required = flag_property(block, "Required");
-    col.allow_zero_length = flag_property(block, "AllowZeroLength");
+    col.allow_zero_length = stored_flag(block, "AllowZeroLength");  // absent stays absent
     col.description = text_property(block, "Description");
     if (block)
       for (const Property& p : block->properties) {

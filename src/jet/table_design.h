@@ -29,7 +29,9 @@ struct ColumnDesign {
   // Column properties kept in the table's property blob.
   std::optional<std::string> default_value;
   bool required = false;
-  bool allow_zero_length = false;    // Text and Memo
+  // Text and Memo. nullopt stores no AllowZeroLength property, as Jet's SQL DDL does; Jet then
+  // accepts "" in the column (the rule is enforced only once the property is stored false).
+  std::optional<bool> allow_zero_length;
   std::optional<std::string> description;
   std::vector<std::pair<std::string, Value>> properties;  // any other, in order
 };

@@ -47,7 +47,8 @@ ColumnRules ColumnRules::from_properties(const TableDef& def, const PropertySet&
   for (const ColumnDef& column : def.columns) {
     const PropertyBlock* block = properties.column(column.name);
     if (property_true(block, "Required", false)) rules.required.insert(column.name);
-    if (property_true(block, "AllowZeroLength", true)) rules.zero_length_allowed.insert(column.name);
+    if (is_textual(column.type) && !property_true(block, "AllowZeroLength", true))
+      rules.zero_length_refused.insert(column.name);
   }
   return rules;
 }
@@ -108,7 +109,7 @@ Row TableWriter::prepare(const TableDef& def, const Row& values, bool assign_aut
     }
     const std::string qualified = name_ + "." + column.name;
     if (value.is_null() && rules_.required.count(column.name)) throw Error(ErrorCode::FieldRequired, qualified);
-    if (value.kind() == ValueKind::Text && value.as_text().empty() && !rules_.zero_length_allowed.count(column.name))
+    if (value.kind() == ValueKind::Text && value.as_text().empty() && rules_.zero_length_refused.count(column.name))
       throw Error(ErrorCode::ZeroLengthNotAllowed, qualified);
     row.push_back(std::move(value));
   }

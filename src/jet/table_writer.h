@@ -4,7 +4,7 @@
 // savepoint, outside it is autocommitted; a failure half way leaves no trace.
 //
 // Order of work, so that a refused change writes nothing:
-//  1. values are converted to the columns' types (6, 13, 3163), autonumbers assigned,
+//  1. values are converted to the columns' types (6, 13, 3163, 3349), autonumbers assigned,
 //     Required (3314) and AllowZeroLength (3315) rules checked;
 //  2. the index hook checks the change (a unique violation throws 3022);
 //  3. the row is written (long values, data page, usage maps, row count, autonumber);
@@ -44,10 +44,15 @@ class IndexHook {
   virtual void apply(const TableDef& def, const Row* old_values, const Row* new_values, RowId id) = 0;
 };
 
-// Column rules kept in the table's properties.
+// Column rules kept in the table's properties. Empty rules refuse nothing: the writers that
+// carry stored rows (compaction, repair, column changes, system tables) keep every value as
+// the source holds it.
 struct ColumnRules {
-  std::set<std::string> required;            // column names (as in the definition)
-  std::set<std::string> zero_length_allowed;  // text/memo columns allowing ""
+  std::set<std::string> required;             // column names (as in the definition)
+  // Text/Memo columns refusing "": only those whose AllowZeroLength property is stored false.
+  // Jet treats a column without the property (made by SQL DDL) as accepting "", though DAO
+  // reports such a column's AllowZeroLength as False.
+  std::set<std::string> zero_length_refused;
   static ColumnRules from_properties(const TableDef& def, const PropertySet& properties);
 };
 

@@ -158,4 +158,50 @@ TEST_F(JetImport, RefusedImportsLeaveTheDatabaseAsItWas) {
   EXPECT_EQ(jet_test::read_file(db_), before);
 }
 
+TEST_F(JetImport, QuotedEmptyFieldsAreZeroLengthTextsEvenAloneOnTheirLine) {
+  // As mdb-export writes them: "" is a zero-length text, an empty field a Null. A line
+  // holding only "" is a row; a truly blank line is still skipped.
+  bool ok = false;
+  std::string out = import("Notes", "Remarque\n\"\"\nabc\n\n\"\"\r\n", &ok);
+  ASSERT_TRUE(ok) << out;
+  EXPECT_NE(out.find("3 ligne(s) importée(s)"), std::string::npos) << out;
+  EXPECT_EQ(rows_of(db_, "Notes"), (std::vector<std::vector<std::string>>{{""}, {"abc"}, {""}}));
+  out = import("Notes", "Remarque\n\"\"\n", &ok);
+  ASSERT_TRUE(ok) << out;
+  EXPECT_EQ(rows_of(db_, "Notes").size(), 4u);
+  // mdbtools prints a zero-length text as it prints a Null; `jet export` quotes it.
+  EXPECT_EQ(jet_test::mdb_export(db_, "Notes"), "Remarque\n\n\"abc\"\n\n\n");
+  EXPECT_EQ(jet("export " + shell_quote(db_) + " Notes", &ok), "Remarque\n\"\"\n\"abc\"\n\"\"\n\"\"\n");
+
+  // Beside other fields: "" and Null kept apart in a text column; "" in a number is Null.
+  {
+    auto db = jet::WritableDatabase::open(db_);
+    jet::TableDesign design;
+    design.name = "Fiches";
+    auto column = [&](const char* name, jet::ColumnType type, std::optional<bool> zero_length) {
+      jet::ColumnDesign c;
+      c.name = name;
+      c.type = type;
+      c.size = 10;
+      c.allow_zero_length = zero_length;
+      design.columns.push_back(c);
+    };
+    column("Code", jet::ColumnType::Text, true);
+    column("Nombre", jet::ColumnType::Long, std::nullopt);
+    column("Strict", jet::ColumnType::Text, false);
+    db->create_table(design);
+  }
+  out = import("Fiches", "Code,Nombre,Strict\n\"\",\"\",a\n,1,\n", &ok);
+  ASSERT_TRUE(ok) << out;
+  EXPECT_EQ(rows_of(db_, "Fiches"),
+            (std::vector<std::vector<std::string>>{{"", "<null>", "a"}, {"<null>", "1", "<null>"}}));
+  // A column whose AllowZeroLength is No refuses "", and the whole file with it.
+  const auto before = jet_test::read_file(db_);
+  out = import("Fiches", "Code,Strict\nx,b\ny,\"\"\n", &ok);
+  EXPECT_FALSE(ok) << out;
+  EXPECT_NE(out.find("Erreur 3315"), std::string::npos) << out;
+  EXPECT_EQ(jet_test::read_file(db_), before);
+  EXPECT_EQ(jet_test::verify_problems(db_), std::vector<std::string>{});
+}
+
 }  // namespace

@@ -24,6 +24,14 @@ std::string show(const jet::Value& v) {
     case jet::ValueKind::Binary:
     case jet::ValueKind::Guid:
       return v.to_display();
+    case jet::ValueKind::Decimal: {  // every digit, none of a double's rounding
+      std::string s = v.as_decimal().to_string();
+      if (s.find('.') != std::string::npos) {
+        while (s.back() == '0') s.pop_back();
+        if (s.back() == '.') s.pop_back();
+      }
+      return s;
+    }
     default: {
       std::ostringstream out;
       out << std::setprecision(15) << v.to_double();

@@ -206,7 +206,8 @@ TEST(RowCodec, ValuesAreConvertedToTheColumnOrRefused) {
   };
   EXPECT_EQ(number(1, jet::Value::integer(256)), 6);
   EXPECT_EQ(number(2, jet::Value::long_(40000)), 6);
-  EXPECT_EQ(number(9, jet::Value::decimal({false, 0, static_cast<unsigned __int128>(1e15)})), 6);  // 18 digits of precision
+  // 18 digits of precision: Jet's numeric field overflow.
+  EXPECT_EQ(number(9, jet::Value::decimal({false, 0, static_cast<unsigned __int128>(1e15)})), 3349);
   EXPECT_EQ(number(3, jet::Value::text("12")), 13);
   EXPECT_EQ(number(10, jet::Value::long_(12)), 13);
   EXPECT_EQ(number(10, jet::Value::text(std::string(50, 'a'))), 0);

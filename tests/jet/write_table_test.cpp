@@ -243,16 +243,21 @@ TEST(TableWriter, ZeroLengthTextFollowsTheColumnRule) {
   auto db = jet::WritableDatabase::open(path);
   const jet::CatalogEntry* entry = db->catalog().find_table("Table1");
   jet::ColumnRules rules;
-  rules.zero_length_allowed.insert("data1");
+  rules.zero_length_refused.insert("data1");
   jet::TableWriter writer(db->pager(), db->allocator(), "Table1", entry->table_page(), rules);
-  jet::Row empty_second = texts({"a"});
-  empty_second[1] = Value::text("");
-  EXPECT_EQ(error_of([&] { writer.insert(empty_second); }), 3315);
+  // data1 is the first column.
   jet::Row empty_first = texts({"", "b"});
   empty_first[0] = Value::text("");
-  const jet::RowId id = writer.insert(empty_first);
-  EXPECT_EQ(db->table("Table1").read(id)->at(0), Value::text(""));
+  EXPECT_EQ(error_of([&] { writer.insert(empty_first); }), 3315);
+  jet::Row empty_second = texts({"a"});
+  empty_second[1] = Value::text("");
+  const jet::RowId id = writer.insert(empty_second);
+  EXPECT_EQ(db->table("Table1").read(id)->at(1), Value::text(""));
   EXPECT_TRUE(db->table("Table1").read(id)->at(2).is_null());
+  // A writer without rules carries "" anywhere: compaction and repair write through one.
+  jet::TableWriter carrier(db->pager(), db->allocator(), "Table1", entry->table_page());
+  const jet::RowId carried = carrier.insert(empty_first);
+  EXPECT_EQ(db->table("Table1").read(carried)->at(0), Value::text(""));
 }
 
 class RecordingHook : public jet::IndexHook {

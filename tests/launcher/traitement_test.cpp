@@ -2,6 +2,9 @@
 // with the launcher tests, which link it.)
 // Traitement on real databases: the update branch from the version gate to the replacement
 // of the live file, its refusals, and what each outcome leaves on disk.
+#include "jet/database.h"
+#include "jet/index_verify.h"
+#include "jet/verify.h"
 #include "pipeline/pipeline_fixture.h"
 
 namespace {
@@ -203,6 +206,52 @@ TEST_F(MiseAJourTest, LeftoversOfAnEarlierRunAreReplaced) {
   EXPECT_FALSE(exists(kBasesLocal + "QuelComp.mdb"));
   f->Unload();
   EXPECT_EQ(rows(kBases + "Quelis.mdb", "VERSION", {"livers"}), (std::vector<Lines>{{"4.4.0.3"}}));
+}
+
+TEST_F(MiseAJourTest, UpdatesADatabaseWhoseRecordsHoldZeroLengthTexts) {
+  // The application's text columns allow "" (AllowZeroLength true): real records hold it in
+  // unindexed (coficvtopo, LIFICADR, LIFICOBS) and indexed (COFICCOM, cofictyp) columns. The
+  // whole update (copy, repair, update, compaction, replacement) goes through and keeps
+  // every "" apart from Null.
+  baseVivante();
+  {
+    dao::Database bd = moteur->OpenDatabase(kBases + "Quelis.mdb", true);
+    bd.Execute("UPDATE FICHE SET coficvtopo = '', LIFICADR = '', LIFICOBS = '' WHERE NUFICHE IN (1000, 1004)",
+               dao::dbFailOnError);
+    bd.Execute("UPDATE FICHE SET COFICCOM = '' WHERE NUFICHE IN (1002, 1003, 1004)", dao::dbFailOnError);
+    bd.Execute("UPDATE FICHE SET cofictyp = '' WHERE NUFICHE = 1005", dao::dbFailOnError);
+    bd.Close();
+  }
+  const std::vector<Lines> avant = rows(kBases + "Quelis.mdb", "FICHE", kChamps);
+  const std::vector<Lines> sauvegarde = rows(kBases + "QuelisSauv_18012013.mdb", "FICHE", kChamps);
+  auto f = form();
+  f->Traitement();
+  ASSERT_TRUE(f->Succes) << read(kJournal);
+  EXPECT_NE(read(kJournal).find("Compactage base temporaire"), std::string::npos);
+  EXPECT_FALSE(exists(kBasesLocal + "QuelMaj.mdb"));
+  EXPECT_EQ(rows(kBases + "Quelis.mdb", "VERSION", {"livers"}), (std::vector<Lines>{{"4.4.0.3"}}));
+
+  // "" is not Null for the restore's selection: 1000 and 1004 (coficvtopo '') and 1005
+  // (cofictyp '') keep their own survey fields.
+  std::vector<Lines> attendus = attendu(avant, sauvegarde);
+  for (std::size_t i : {0u, 4u, 5u}) attendus[i] = avant[i];
+  EXPECT_EQ(rows(kBases + "Quelis.mdb", "FICHE", kChamps), attendus);
+  EXPECT_NE(attendus, avant);  // other records were restored
+
+  dao::Database bd = moteur->OpenDatabase(kBases + "Quelis.mdb", false, true);
+  auto count = [&](const std::string& where) {
+    dao::Recordset rs = bd.OpenRecordset("SELECT COUNT(*) AS n FROM FICHE WHERE " + where);
+    const std::string n = rs("n").value().to_display();
+    rs.Close();
+    return n;
+  };
+  EXPECT_EQ(count("coficvtopo = '' AND LIFICADR = '' AND LIFICOBS = ''"), "2");
+  EXPECT_EQ(count("COFICCOM = ''"), "3");  // through the COFICCOM index
+  EXPECT_EQ(count("cofictyp = ''"), "1");
+  EXPECT_EQ(count("COFICCOM IS NULL OR cofictyp IS NULL"), "0");
+  bd.Close();
+  auto compacted = jet::Database::open(local(kBasesLocal + "Quelis.mdb").string());
+  EXPECT_EQ(jet::verify_database(*compacted, jet::verify_index), std::vector<std::string>{});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "dao_test_support.h"
 #include "jet/create_database.h"
+#include "jet/database.h"
 
 namespace {
 
@@ -184,6 +185,42 @@ TEST_F(DaoCreateTest, ARuleSetWhileARecordsetIsOpenAppliesToItsNextUpdate) {
   rs.Fields("data").SetValue("ok");
   rs.Update();
   EXPECT_EQ(db.TableDefs("Table3").RecordCount(), 6);
+}
+
+TEST_F(DaoCreateTest, AppendedFieldsStoreAllowZeroLengthWhileSqlColumnsStoreNone) {
+  // DAO stores a new field's AllowZeroLength (False unless asked), so "" is refused (3315);
+  // a column made by Jet SQL stores none, reads False, and takes "" as Jet does.
+  const std::string path = created("Vides.mdb");
+  {
+    Database db = engine_.OpenDatabase(path, true);
+    makeAgents(db);
+    TableDef notes = db.CreateTableDef("NOTES");
+    Field libre = notes.CreateField("LIBRE", dbText, 10);
+    libre.SetAllowZeroLength(true);
+    notes.Fields().Append(libre);
+    notes.Fields().Append(notes.CreateField("STRICT", dbText, 10));
+    db.TableDefs().Append(notes);
+    db.Execute("CREATE TABLE SQLNOTES (TEXTE TEXT(10))", dbFailOnError);
+
+    EXPECT_VB_ERROR(addAgent(db, "A1", ""), 3315);
+    EXPECT_VB_ERROR(db.Execute("INSERT INTO NOTES (LIBRE, STRICT) VALUES ('', '')", dbFailOnError), 3315);
+    db.Execute("INSERT INTO NOTES (LIBRE, STRICT) VALUES ('', 'x')", dbFailOnError);
+    db.Execute("INSERT INTO SQLNOTES VALUES ('')", dbFailOnError);
+    EXPECT_TRUE(db.TableDefs("NOTES").Fields("LIBRE").AllowZeroLength());
+    EXPECT_FALSE(db.TableDefs("NOTES").Fields("STRICT").AllowZeroLength());
+    EXPECT_FALSE(db.TableDefs("SQLNOTES").Fields("TEXTE").AllowZeroLength());
+  }
+  const std::string file = local("Vides.mdb").string();
+  // mdbtools prints a zero-length text as it prints a Null.
+  EXPECT_EQ(run("mdb-export '" + file + "' NOTES"), "LIBRE,STRICT\n,\"x\"\n");
+  EXPECT_EQ(run("mdb-export '" + file + "' SQLNOTES"), "TEXTE\n\n");
+  EXPECT_EQ(run("mdb-export '" + file + "' AGENT"), "CODE,LIBELLE,NB\n");
+  const std::string props = run("mdb-prop '" + file + "' NOTES");
+  EXPECT_NE(props.find("AllowZeroLength: no"), std::string::npos) << props;
+  // (mdb-prop cannot tell: for a table without properties it prints another object's.)
+  const jet::PropertySet sql_props = jet::Database::open(file)->catalog().find_table("SQLNOTES")->property_set();
+  const jet::PropertyBlock* texte = sql_props.column("TEXTE");
+  EXPECT_TRUE(!texte || !texte->find("AllowZeroLength"));
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // `jet import FILE TABLE CSV`: loads a CSV file (comma-separated, double quotes around
 // fields that need them, header row giving the column names) into a table. A missing table
 // is created with one Text(255) column per header field; an existing one receives the rows,
-// each value converted to its column's type. Empty fields are Null. All rows go in one
-// transaction: a refused row leaves the database untouched.
+// each value converted to its column's type. As mdb-export and `jet export` write them, an
+// empty field is Null and a quoted empty field ("") a zero-length text, so a line holding
+// only "" is a row, never a blank line. All rows go in one transaction: a refused row leaves
+// the database untouched.
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -24,11 +26,23 @@ jet::Error bad_csv(const std::string& reason) {
   return jet::Error(static_cast<int>(jet::ErrorCode::OperationNotSupported), "Fichier CSV illisible : " + reason);
 }
 
+// A field of a record and whether it was written between quotes.
+struct CsvField {
+  std::string text;
+  bool quoted = false;
+};
+
 // One record per call; false at the end of the input. Quoted fields may hold commas,
 // doubled quotes and line breaks.
-bool next_record(std::istream& in, std::vector<std::string>& fields) {
+bool next_record(std::istream& in, std::vector<CsvField>& fields) {
   fields.clear();
   std::string field;
+  bool was_quoted = false;
+  auto push = [&] {
+    fields.push_back({std::move(field), was_quoted});
+    field.clear();
+    was_quoted = false;
+  };
   bool quoted = false, any = false, after_quote = false;
   char c;
   while (in.get(c)) {
@@ -46,30 +60,32 @@ bool next_record(std::istream& in, std::vector<std::string>& fields) {
         field += c;
       }
     } else if (c == '"' && field.empty() && !after_quote) {
-      quoted = true;
+      quoted = was_quoted = true;
     } else if (c == ',') {
-      fields.push_back(std::move(field));
-      field.clear();
+      push();
       after_quote = false;
     } else if (c == '\n') {
       if (!field.empty() && field.back() == '\r' && !after_quote) field.pop_back();
-      fields.push_back(std::move(field));
+      push();
       return true;
     } else if (c != '\r' || !after_quote) {
       field += c;
     }
   }
   if (quoted) throw bad_csv("guillemet non fermé");
-  if (any) fields.push_back(std::move(field));
+  if (any) push();
   return any;
 }
 
 int import_csv(const std::string& file, const std::string& table, const std::string& csv, std::ostream& out) {
   std::ifstream in(csv, std::ios::binary);
   if (!in) throw jet::Error(jet::ErrorCode::FileNotFound, csv);
-  std::vector<std::string> header;
-  if (!next_record(in, header) || header.empty() || (header.size() == 1 && header[0].empty()))
+  std::vector<CsvField> header_fields;
+  if (!next_record(in, header_fields) || header_fields.empty() ||
+      (header_fields.size() == 1 && header_fields[0].text.empty()))
     throw bad_csv("pas de ligne d'en-tête");
+  std::vector<std::string> header;
+  for (CsvField& f : header_fields) header.push_back(std::move(f.text));
   if (header[0].rfind("\xEF\xBB\xBF", 0) == 0) header[0].erase(0, 3);
 
   auto db = jet::WritableDatabase::open(file);
@@ -99,18 +115,23 @@ int import_csv(const std::string& file, const std::string& table, const std::str
     if (!column) throw jet::Error(jet::ErrorCode::ItemNotFound, name);
     target.push_back(column->definition_order);
   }
-  std::vector<std::string> fields;
+  std::vector<CsvField> fields;
   std::size_t rows = 0;
   std::size_t line = 1;  // records read, the header being the first
   while (next_record(in, fields)) {
     ++line;
-    if (fields.size() == 1 && fields[0].empty()) continue;  // blank line
+    if (fields.size() == 1 && fields[0].text.empty() && !fields[0].quoted) continue;  // blank line
     if (fields.size() != header.size())
       throw bad_csv("ligne " + std::to_string(line) + " : " + std::to_string(fields.size()) + " champs au lieu de " +
                     std::to_string(header.size()));
     jet::Row row(def.columns.size(), jet::Value::null());
-    for (std::size_t i = 0; i < fields.size(); ++i)
-      if (!fields[i].empty()) row[target[i]] = csv_value(def.columns[target[i]], fields[i], line);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const jet::ColumnDef& column = def.columns[target[i]];
+      if (!fields[i].text.empty())
+        row[target[i]] = csv_value(column, fields[i].text, line);
+      else if (fields[i].quoted && jet::is_textual(column.type))
+        row[target[i]] = jet::Value::text("");  // the column's AllowZeroLength rule decides (3315)
+    }
     writer.insert(row);
     ++rows;
   }

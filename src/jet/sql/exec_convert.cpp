@@ -2,6 +2,7 @@
 // text holding a number goes into a numeric column, a text date into a Date/Time column,
 // numbers and dates into a text column as VB prints them (French settings). Range and
 // length are then checked by the row encoder (6, 3163).
+#include "jet/decimal.h"
 #include "jet/error.h"
 #include "jet/row_encode.h"
 #include "jet/sql/exec_internal.h"
@@ -24,7 +25,6 @@ Value convert_for_column(const jet::ColumnDef& column, const Value& value) {
     case ColumnType::Currency:
     case ColumnType::Single:
     case ColumnType::Double:
-    case ColumnType::Numeric:
       if (kind == ValueKind::Text) {
         const auto n = parse_number(value.as_text());
         if (!n) throw jet::Error(jet::ErrorCode::TypeMismatch);
@@ -33,6 +33,14 @@ Value convert_for_column(const jet::ColumnDef& column, const Value& value) {
         v = Value::double_(value.as_date());
       } else if (kind == ValueKind::Boolean) {
         v = Value::integer(value.as_boolean() ? -1 : 0);
+      }
+      break;
+    case ColumnType::Numeric:
+      // A text's digits go in as written, not through a double.
+      if (kind == ValueKind::Text) {
+        const auto d = jet::decimal_from_text(value.as_text());
+        if (!d) throw jet::Error(jet::ErrorCode::TypeMismatch);
+        v = Value::decimal(*d);
       }
       break;
     case ColumnType::DateTime:

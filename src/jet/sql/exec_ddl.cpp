@@ -2,7 +2,8 @@
 // constraints, the last as relationships made once the table exists) and
 // SELECT ... INTO (a new table made from a query's columns, then filled), through the
 // engine's table creation. Columns made by SQL take Jet's DDL defaults: texts of 255
-// characters when no size is given, stored uncompressed, zero-length texts refused.
+// characters when no size is given, stored uncompressed, and no AllowZeroLength property,
+// which Jet reads as accepting "" (DAO then reports False, yet "" goes in).
 #include "jet/index_maintain_hook.h"
 #include "jet/sql/exec_internal.h"
 #include "jet/sql/sql_error.h"
@@ -141,7 +142,6 @@ std::int64_t run_select_into(Run& run, const Select& select) {
     c.name = rc.name;
     c.type = rc.type;
     c.compressed_unicode = true;
-    c.allow_zero_length = true;
     if (rc.type == ColumnType::Text) c.size = 255;
     design.columns.push_back(std::move(c));
   }

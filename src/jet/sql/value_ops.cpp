@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "jet/decimal.h"
 #include "jet/sql/datetime.h"
 #include "jet/sql/sql_error.h"
 #include "jet/sql/text_compare.h"
@@ -71,7 +72,28 @@ std::int64_t whole(const Value& v) {
   return static_cast<std::int64_t>(d);
 }
 
+// Decimal with a whole number, a Yes/No, a Currency or another Decimal stays an exact
+// Decimal; with a Single, a Double or a date the result is a Double, as in Jet.
+bool decimal_arithmetic(const Value& a, const Value& b) {
+  auto exact = [](const Value& v) {
+    switch (v.kind()) {
+      case ValueKind::Decimal: case ValueKind::Boolean: case ValueKind::Byte: case ValueKind::Integer:
+      case ValueKind::Long: case ValueKind::Currency:
+        return true;
+      default:
+        return false;
+    }
+  };
+  return (a.kind() == ValueKind::Decimal || b.kind() == ValueKind::Decimal) && exact(a) && exact(b);
+}
+
 Value add_sub_mul(BinaryOp op, const Value& a, const Value& b) {
+  if (decimal_arithmetic(a, b)) {
+    const Decimal x = decimal_of(a), y = decimal_of(b);
+    return Value::decimal(op == BinaryOp::Add        ? decimal_add(x, y)
+                          : op == BinaryOp::Subtract ? decimal_subtract(x, y)
+                                                     : decimal_multiply(x, y));
+  }
   Num ka = num_kind(a), kb = num_kind(b);
   double x = num_value(a), y = num_value(b);
   auto apply = [&](long double p, long double q) -> long double {
