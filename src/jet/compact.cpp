@@ -192,6 +192,9 @@ CompactReport compact(const std::string& source, const std::string& destination)
   std::error_code ec;
   if (fs::exists(destination, ec)) throw Error(ErrorCode::DatabaseExists, destination);
   auto from = Database::open(source);  // shared, read-only
+  // Compaction rewrites the source's content as a file of its own format; an Access 97
+  // source is refused before the destination is created.
+  require_writable(from->pager().layout(), source);
   CreateOptions options;
   options.code_page = from->header().code_page;
   options.sort_order = static_cast<std::uint16_t>(from->header().sort_order);

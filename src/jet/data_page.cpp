@@ -5,8 +5,6 @@
 namespace jet {
 namespace {
 
-constexpr std::size_t kRowCountOffset = 12;
-constexpr std::size_t kSlotsOffset = 14;
 constexpr std::uint16_t kDeletedFlag = 0x8000;
 constexpr std::uint16_t kOverflowFlag = 0x4000;
 constexpr std::uint16_t kOffsetMask = 0x1FFF;
@@ -29,10 +27,12 @@ DataPage::DataPage(Page page) : page_(std::move(page)) {
   const ByteView v = page_.view();
   if (v.u8(0) != static_cast<std::uint8_t>(PageKind::Data))
     v.damaged(std::string("page de données attendue, page de type ") + page_kind_name(v.u8(0)));
-  rows_ = v.u16(kRowCountOffset);
+  // The row count (offset by format), then the slot table right after it.
+  slots_at_ = page_.layout().data_row_count + 2;
+  rows_ = v.u16(page_.layout().data_row_count);
   // Row ids keep the slot in one byte: a page never holds more rows than that.
   if (rows_ > 256) v.damaged("nombre de lignes impossible (" + std::to_string(rows_) + ")");
-  v.check(kSlotsOffset, std::size_t{rows_} * 2);
+  v.check(slots_at_, std::size_t{rows_} * 2);
 }
 
 std::uint32_t DataPage::owner() const { return page_.view().u32(4); }
@@ -47,7 +47,7 @@ std::uint16_t DataPage::free_space() const { return page_.view().u16(2); }
 std::uint16_t DataPage::slot(std::uint16_t row) const {
   if (row >= rows_)
     page_.view().damaged("ligne " + std::to_string(row) + " absente (" + std::to_string(rows_) + " lignes)");
-  return page_.view().u16(kSlotsOffset + 2 * std::size_t{row});
+  return page_.view().u16(slots_at_ + 2 * std::size_t{row});
 }
 
 bool DataPage::deleted(std::uint16_t row) const { return slot(row) & kDeletedFlag; }
@@ -59,7 +59,7 @@ ByteView DataPage::row_bytes(std::uint16_t row) const {
   const std::size_t start = s & kOffsetMask;
   // A row ends where the previous slot's row begins (rows grow down from the page end).
   const std::size_t end = row == 0 ? v.size() : (slot(static_cast<std::uint16_t>(row - 1)) & kOffsetMask);
-  if (start < kSlotsOffset + 2 * std::size_t{rows_} || end > v.size() || start > end)
+  if (start < slots_at_ + 2 * std::size_t{rows_} || end > v.size() || start > end)
     v.damaged("ligne " + std::to_string(row) + " aux bornes incohérentes (" + std::to_string(start) +
               ".." + std::to_string(end) + ")");
   return v.sub(start, end - start);

@@ -44,6 +44,7 @@ class DataPage {
  private:
   std::uint16_t slot(std::uint16_t row) const;
   Page page_;
+  std::size_t slots_at_ = 0;
   std::uint16_t rows_ = 0;
 };
 

@@ -14,6 +14,7 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenOptions op
   db->header_ = parse_header(prefix, path);
   auto pager = std::make_unique<FilePager>(path, db->header_.page_size,
                                            options.exclusive ? OpenMode::Exclusive : OpenMode::Shared);
+  pager->set_format(layout_of(db->header_.format), db->header_.code_page);
   // Page 0 header, page 1 global usage map, page 2 the catalog's definition at least.
   if (pager->page_count() < 3) throw_damaged(path, "fichier tronqué");
   db->pager_ = std::move(pager);

@@ -1,7 +1,8 @@
-// A Jet 4 database file opened for reading: header, catalog and tables.
-// open() refuses anything that is not a Jet 4 database: 3024 missing file, 3044 missing
-// folder, 3343 other format (Jet 3, ACE, not a database), 3049 damaged (empty, truncated,
-// inconsistent catalog), 3045/3356 locked (see FilePager).
+// A Jet 4 or Jet 3 (Access 97) database file opened for reading: header, catalog and tables.
+// The pager carries the layout of the file's format, which every reader follows.
+// open() refuses anything else: 3024 missing file, 3044 missing folder, 3343 other format
+// (ACE, not a database), 3049 damaged (empty, truncated, inconsistent catalog), 3045/3356
+// locked (see FilePager). Jet 3 files are read only: writers refuse them (3041).
 #pragma once
 
 #include <memory>

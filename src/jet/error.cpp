@@ -18,6 +18,9 @@ const std::map<int, std::string_view>& texts() {
        "du ou des champs contenant des valeurs en double, supprimez l'index ou redéfinissez-le "
        "pour permettre les entrées en double et réessayez."},
       {3024, "Fichier '|' introuvable."},
+      {3041,
+       "Impossible d'ouvrir une base de données créée avec une version antérieure de votre "
+       "application."},
       {3044,
        "'|' n'est pas un chemin d'accès valide. Assurez-vous que le chemin d'accès est "
        "correctement orthographié et que vous êtes connecté au serveur sur lequel le fichier "

@@ -15,6 +15,8 @@ enum class ErrorCode : int {
   NoCurrentRecord = 3021,
   DuplicateKey = 3022,
   FileNotFound = 3024,
+  // Jet's "incompatible database version": the engine refuses to write an Access 97 file.
+  PreviousVersion = 3041,
   InvalidPath = 3044,
   FileInUse = 3045,
   DatabaseDamaged = 3049,

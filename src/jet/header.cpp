@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "jet/error.h"
+#include "jet/format_layout.h"
 #include "jet/pager.h"
 #include "jet/text_codec.h"
 
@@ -11,7 +12,7 @@ namespace jet {
 namespace {
 
 constexpr std::size_t kMaskedStart = 0x18;
-constexpr std::size_t kMaskedLength = 128;  // Jet 4
+constexpr std::size_t kMaskedLength = 128;  // the longest (Jet 4); Jet 3 masks 126 bytes
 constexpr std::array<std::uint8_t, 4> kHeaderKey{0xC7, 0xDA, 0x39, 0x6B};
 
 // RC4 keystream XOR: Jet masks part of page 0 with a fixed key.
@@ -75,41 +76,47 @@ DatabaseHeader parse_header(std::span<const std::uint8_t> page0, const std::stri
   DatabaseHeader h;
   h.version_byte = page0[0x14];
   switch (h.version_byte) {
-    case 0: h.format = FileFormat::Jet3; h.page_size = 2048; break;
+    case 0: h.format = FileFormat::Jet3; break;
     case 1: h.format = FileFormat::Jet4; break;
     case 2: h.format = FileFormat::Ace12; break;
     default: h.format = FileFormat::Ace14; break;
   }
-  if (h.format != FileFormat::Jet4 || !jet) throw Error(ErrorCode::UnrecognizedFormat, file);
+  // Jet 3 and Jet 4 are read; ACE files (and an ACE version byte in a Jet file) are not.
+  if ((h.format != FileFormat::Jet4 && h.format != FileFormat::Jet3) || !jet)
+    throw Error(ErrorCode::UnrecognizedFormat, file);
+  const FormatLayout& layout = layout_of(h.format);
+  h.page_size = layout.page_size;
 
   std::array<std::uint8_t, 0x100> clear{};
   std::memcpy(clear.data(), page0.data(), std::min(page0.size(), clear.size()));
-  rc4(std::span(clear).subspan(kMaskedStart, kMaskedLength), kHeaderKey);
+  rc4(std::span(clear).subspan(kMaskedStart, layout.header_masked_length), kHeaderKey);
 
   h.code_page = le16(&clear[0x3C]);
   h.database_key = le32(&clear[0x3E]);
-  h.sort_order = le16(&clear[0x6E]);
-  double created;
-  std::memcpy(&created, &clear[0x72], sizeof created);
-  h.creation_date = created;
-
-  // The 40 password bytes are further XORed with the low 32 bits of the creation date.
+  h.sort_order = le16(&clear[layout.header_sort_order_offset]);
   std::array<std::uint8_t, 40> password{};
-  std::memcpy(password.data(), &clear[0x42], password.size());
-  std::array<std::uint8_t, 4> mask{};
-  if (created == created && created > -2.0e9 && created < 2.0e9) {
-    const auto whole = static_cast<std::int32_t>(created);
-    for (int i = 0; i < 4; ++i) mask[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(whole) >> (8 * i));
+  std::memcpy(password.data(), &clear[0x42], layout.header_password_length);
+  if (layout.header_has_creation_date) {
+    double created;
+    std::memcpy(&created, &clear[0x72], sizeof created);
+    h.creation_date = created;
+    // The 40 password bytes are further XORed with the low 32 bits of the creation date.
+    std::array<std::uint8_t, 4> mask{};
+    if (created == created && created > -2.0e9 && created < 2.0e9) {
+      const auto whole = static_cast<std::int32_t>(created);
+      for (int i = 0; i < 4; ++i) mask[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(whole) >> (8 * i));
+    }
+    for (std::size_t i = 0; i < password.size(); ++i) password[i] ^= mask[i % 4];
   }
-  bool any = false;
-  for (std::size_t i = 0; i < password.size(); ++i) {
-    password[i] ^= mask[i % 4];
-    any = any || password[i] != 0;
-  }
-  if (any) {
+  const auto stored = std::span(password).first(layout.header_password_length);
+  if (layout.header_password_unicode) {
     std::size_t end = 0;
-    while (end + 1 < password.size() && (password[end] != 0 || password[end + 1] != 0)) end += 2;
-    h.password = utf16le_to_utf8(std::span(password).first(end));
+    while (end + 1 < stored.size() && (stored[end] != 0 || stored[end + 1] != 0)) end += 2;
+    h.password = utf16le_to_utf8(stored.first(end));
+  } else {
+    std::size_t end = 0;
+    while (end < stored.size() && stored[end] != 0) ++end;
+    h.password = code_page_to_utf8(stored.first(end), h.code_page);
   }
   return h;
 }

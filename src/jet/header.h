@@ -17,7 +17,7 @@ struct DatabaseHeader {
   std::uint32_t sort_order = 0;     // collating order, 0x409 "General"
   std::uint32_t database_key = 0;
   std::string password;             // empty when none
-  double creation_date = 0;         // Jet date
+  double creation_date = 0;         // Jet date (Jet 4; Jet 3 keeps none here)
   std::size_t page_size = 4096;
 };
 
@@ -25,7 +25,7 @@ const char* format_name(FileFormat format) noexcept;  // "Jet 4 (Access 2000-200
 const char* sort_order_name(std::uint32_t sort_order) noexcept;  // "General"...
 
 // Decodes the header from the first bytes of the file (at least 0x100 used). Throws 3343
-// (unrecognised format, naming `file`) when the bytes are not a Jet 4 database.
+// (unrecognised format, naming `file`) when the bytes are not a Jet 3 or Jet 4 database.
 DatabaseHeader parse_header(std::span<const std::uint8_t> page0, const std::string& file);
 
 }  // namespace jet

@@ -7,10 +7,6 @@
 namespace jet {
 namespace {
 
-constexpr std::size_t kPrevOffset = 12;
-constexpr std::size_t kNextOffset = 16;
-constexpr std::size_t kTailOffset = 20;
-constexpr std::size_t kPrefixOffset = 24;
 constexpr std::size_t kRowPointerSize = 4;
 constexpr std::size_t kChildSize = 4;
 
@@ -42,16 +38,18 @@ IndexPage parse_index_page(const Page& page) {
   p.leaf = (kind == kIndexLeafPageKind);
   p.free_space = v.u16(2);
   p.owner = v.u32(4);
-  p.prev = v.u32(kPrevOffset);
-  p.next = v.u32(kNextOffset);
-  p.tail = v.u32(kTailOffset);
-  p.prefix_length = v.u16(kPrefixOffset);
+  const FormatLayout& layout = page.layout();
+  p.prev = v.u32(layout.index_prev);
+  p.next = v.u32(layout.index_next);
+  p.tail = v.u32(layout.index_tail);
+  p.prefix_length = layout.index_prefix_size == 1 ? v.u8(layout.index_prefix) : v.u16(layout.index_prefix);
 
-  v.check(kIndexEntriesOffset, 0);
-  const std::size_t data_size = v.size() - kIndexEntriesOffset;
-  const std::size_t mask_size = kIndexEntriesOffset - kIndexEntryMaskOffset;
-  const ByteView mask = v.sub(kIndexEntryMaskOffset, mask_size);
-  const ByteView data = v.sub(kIndexEntriesOffset, data_size);
+  const std::size_t entries_at = layout.index_entries;
+  v.check(entries_at, 0);
+  const std::size_t data_size = v.size() - entries_at;
+  const std::size_t mask_size = entries_at - layout.index_mask;
+  const ByteView mask = v.sub(layout.index_mask, mask_size);
+  const ByteView data = v.sub(entries_at, data_size);
   const std::size_t tail_size = kRowPointerSize + (p.leaf ? 0 : kChildSize);
 
   std::vector<std::uint8_t> prefix;
@@ -68,7 +66,7 @@ IndexPage parse_index_page(const Page& page) {
       if (end <= start) v.damaged("entrée d'index vide");
       const ByteView stored = data.sub(start, end - start);
       IndexEntry e;
-      e.offset = static_cast<std::uint16_t>(kIndexEntriesOffset + start);
+      e.offset = static_cast<std::uint16_t>(entries_at + start);
       std::vector<std::uint8_t> bytes;
       if (p.entries.empty()) {
         bytes = stored.copy();

@@ -1,10 +1,11 @@
-// Index pages of Jet 4 files: intermediate (0x03) and leaf (0x04) pages of an index B-tree.
+// Index pages: intermediate (0x03) and leaf (0x04) pages of an index B-tree.
 //
-// Layout (header little-endian, entries big-endian): kind, 0x01, free space (2), owning
+// Jet 4 layout (header little-endian, entries big-endian): kind, 0x01, free space (2), owning
 // table-definition page (4), 4 unused bytes, previous and next page at the same level (4+4),
 // tail page (4: on an intermediate page, the right-most child, which has no entry of its
 // own), shared prefix length (2), then from 0x1B a bitmap marking where each entry ends and
-// from 0x1E0 the entries. Every entry after the first omits the first `prefix_length`
+// from 0x1E0 the entries. Jet 3 pages lack the 4 unused bytes, have their bitmap at 0x16 and
+// their entries from 0xF8; the reader takes these offsets from the page's FormatLayout. Every entry after the first omits the first `prefix_length`
 // bytes it shares with the first entry. An entry is the key, the row it points to (page:
 // 3 bytes, row: 1 byte) and, on intermediate pages, the child page (4) whose last entry it is.
 //

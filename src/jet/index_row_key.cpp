@@ -79,6 +79,10 @@ std::vector<KeyColumn> key_columns(const TableDef& table, const IndexDef& index)
 }
 
 void append_value_key(KeyWriter& w, const Value& v, const ColumnDef& column, bool asc) {
+  if (!has_known_key(column))
+    throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
+                describe(static_cast<int>(ErrorCode::OperationNotSupported)) +
+                    " (clé d'index d'un texte au format Access 97 (Jet 3))");
   const KeyKind kind = key_kind_for(column.type);
   if (kind == KeyKind::Boolean) {
     w.boolean(!v.is_null() && !v.is_empty() && v.to_int64() != 0, asc);
@@ -150,6 +154,18 @@ std::vector<std::uint8_t> index_key_for_values(const TableDef& table, const Inde
     append_value_key(w, values[i], table.columns[at], ic.ascending);
   }
   return w.take();
+}
+
+bool has_known_key(const ColumnDef& column) noexcept {
+  return !(is_textual(column.type) && column.code_page != 0);
+}
+
+bool index_keys_known(const TableDef& table, const IndexDef& index) noexcept {
+  for (const auto& ic : index.columns) {
+    const ColumnDef* column = table.column_by_number(ic.column_number);
+    if (column && !has_known_key(*column)) return false;
+  }
+  return true;
 }
 
 bool row_left_out_of_index(const TableDef& table, const IndexDef& index, const Row& row) {

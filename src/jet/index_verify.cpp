@@ -87,7 +87,7 @@ class Checker {
       report("page " + std::to_string(number) + " : appartient à la table de la page " +
              std::to_string(page.owner) + ", pas " + std::to_string(table_.def().page));
     }
-    const std::size_t room = pager_.page_size() - kIndexEntriesOffset;
+    const std::size_t room = pager_.page_size() - pager_.layout().index_entries;
     if (page.free_space != room - page.used_bytes) {
       report("page " + std::to_string(number) + " : espace libre annoncé " +
              std::to_string(page.free_space) + " octets, " + std::to_string(room - page.used_bytes) +
@@ -233,6 +233,8 @@ class Checker {
       }
       return;
     }
+    // Keys this engine cannot compute (Jet 3 text) are checked by their order and rows only.
+    if (!index_keys_known(table_.def(), index_)) return;
     std::vector<std::uint8_t> want;
     try {
       want = index_key_for_row(table_.def(), index_, row);

@@ -17,7 +17,7 @@ Page MemoryPager::read(PageNumber number) {
   if (number >= pages_.size())
     throw_damaged(*name_, "page " + std::to_string(number) + " au-delà de la fin (" +
                               std::to_string(pages_.size()) + " pages)");
-  return Page(number, pages_[number], name_);
+  return Page(number, pages_[number], name_, layout());
 }
 
 }  // namespace jet

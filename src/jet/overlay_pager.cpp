@@ -16,7 +16,11 @@ namespace {
 
 OverlayPager::OverlayPager(Pager& base, PageSink* sink)
     : base_(base), sink_(sink), name_(std::make_shared<const std::string>(base.file_name())),
-      page_count_(base.page_count()) {}
+      page_count_(base.page_count()) {
+  // Every writer works through an overlay: formats the engine does not write stop here.
+  require_writable(base.layout(), base.file_name());
+  set_format(base.layout(), base.code_page());
+}
 
 PageNumber OverlayPager::page_count() const noexcept { return page_count_; }
 
@@ -33,7 +37,7 @@ Page OverlayPager::read(PageNumber number) {
     throw_damaged(*name_, "page " + std::to_string(number) + " au-delà de la fin du fichier (" +
                               std::to_string(page_count_) + " pages)");
   }
-  if (const Bytes* bytes = find(number)) return Page(number, *bytes, name_);
+  if (const Bytes* bytes = find(number)) return Page(number, *bytes, name_, layout());
   return base_.read(number);
 }
 

@@ -144,7 +144,7 @@ Page FilePager::read(PageNumber number) {
     if (n <= 0) throw_damaged(*name_, "lecture impossible de la page " + std::to_string(number));
     done += static_cast<std::size_t>(n);
   }
-  Page page(number, std::move(bytes), name_);
+  Page page(number, std::move(bytes), name_, layout());
   cache_->order.push_front(page);
   cache_->where[number] = cache_->order.begin();
   if (cache_->order.size() > Cache::capacity) {

@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "jet/format_layout.h"
+
 namespace jet {
 
 using PageNumber = std::uint32_t;
@@ -59,13 +61,13 @@ class ByteView {
   const std::string* file_ = nullptr;
 };
 
-// One page of the file. Copies share the buffer.
+// One page of the file, with the layout of the file's format. Copies share the buffer.
 class Page {
  public:
   Page() = default;
   Page(PageNumber number, std::shared_ptr<const std::vector<std::uint8_t>> bytes,
-       std::shared_ptr<const std::string> file)
-      : number_(number), bytes_(std::move(bytes)), file_(std::move(file)) {}
+       std::shared_ptr<const std::string> file, const FormatLayout& layout = jet4_layout())
+      : number_(number), bytes_(std::move(bytes)), file_(std::move(file)), layout_(&layout) {}
 
   PageNumber number() const noexcept { return number_; }
   std::size_t size() const noexcept { return bytes_ ? bytes_->size() : 0; }
@@ -75,11 +77,13 @@ class Page {
                   : ByteView(nullptr, 0, number_, file_.get());
   }
   const std::string& file() const;
+  const FormatLayout& layout() const noexcept { return *layout_; }
 
  private:
   PageNumber number_ = 0;
   std::shared_ptr<const std::vector<std::uint8_t>> bytes_;
   std::shared_ptr<const std::string> file_;
+  const FormatLayout* layout_ = &jet4_layout();
 };
 
 // Source of pages. Implementations: FilePager (a file on disk); later a write overlay.
@@ -100,6 +104,20 @@ class Pager {
     (void)pages;
     return false;
   }
+
+  // Where the file's format keeps things, and the code page its text is stored in when the
+  // format stores single-byte text (Jet 3). Set from the header when the file is opened;
+  // Jet 4 for every pager that was not told otherwise (new and in-memory databases).
+  const FormatLayout& layout() const noexcept { return *layout_; }
+  std::uint16_t code_page() const noexcept { return code_page_; }
+  void set_format(const FormatLayout& layout, std::uint16_t code_page) noexcept {
+    layout_ = &layout;
+    code_page_ = code_page;
+  }
+
+ private:
+  const FormatLayout* layout_ = &jet4_layout();
+  std::uint16_t code_page_ = 1252;
 };
 
 enum class OpenMode {

@@ -214,6 +214,12 @@ PropertySet parse_properties(std::span<const std::uint8_t> blob) {
   Reader r(blob, 0);
   const auto magic = r.take(std::min(blob.size(), kMagic.size()));
   if (!std::equal(magic.begin(), magic.end(), kMagic.begin(), kMagic.end())) {
+    // Access 97 keeps its properties in an older form ("KKD", code-page names) not read here.
+    static constexpr std::array<std::uint8_t, 4> kJet3Magic{'K', 'K', 'D', 0};
+    if (std::equal(magic.begin(), magic.end(), kJet3Magic.begin(), kJet3Magic.end()))
+      throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
+                  describe(static_cast<int>(ErrorCode::OperationNotSupported)) +
+                      " (propriétés au format Access 97 (Jet 3), non lues)");
     damaged("en-tête inconnu (format Jet 4 attendu)");
   }
   bool have_pool = false;

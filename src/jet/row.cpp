@@ -6,6 +6,7 @@
 
 #include "jet/data_page.h"
 #include "jet/long_value.h"
+#include "jet/row_frame.h"
 #include "jet/text_codec.h"
 
 namespace jet {
@@ -20,6 +21,11 @@ T load(const ByteView& bytes, std::size_t offset) {
   T value;
   std::memcpy(&value, bytes.data() + offset, sizeof(T));
   return value;
+}
+
+// Jet 4 text is UCS-2 (or its compressed form); Jet 3 text is in the column's code page.
+std::string decode_text(const ColumnDef& column, std::span<const std::uint8_t> bytes) {
+  return column.code_page ? code_page_to_utf8(bytes, column.code_page) : decode_stored_text(bytes);
 }
 
 Decimal decode_decimal(const ColumnDef& column, const ByteView& bytes) {
@@ -51,7 +57,7 @@ Value decode_field(const ColumnDef& column, const ByteView& bytes) {
       return Value::guid(g);
     }
     case ColumnType::Numeric: return Value::decimal(decode_decimal(column, bytes));
-    case ColumnType::Text: return Value::text(decode_stored_text(bytes.span()));
+    case ColumnType::Text: return Value::text(decode_text(column, bytes.span()));
     case ColumnType::Binary: return Value::binary(bytes.copy());
     case ColumnType::Memo: case ColumnType::Ole: bytes.damaged("valeur longue décodée hors de sa ligne");
   }
@@ -60,27 +66,16 @@ Value decode_field(const ColumnDef& column, const ByteView& bytes) {
 }
 
 Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
-  const std::uint16_t stored_columns = bytes.u16(0);
-  const std::size_t mask_size = (std::size_t{stored_columns} + 7) / 8;
-  if (mask_size + 2 > bytes.size()) bytes.damaged("masque des valeurs nulles hors de la ligne");
-  const std::size_t mask_at = bytes.size() - mask_size;
+  const FormatLayout& layout = pager.layout();
+  const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0);
+  const std::size_t mask_at = frame.mask_at;
+  const std::uint16_t var_count = frame.var_count;
+  const std::size_t fixed_end = frame.fixed_end;
   auto present = [&](std::uint16_t number) {
-    if (number >= stored_columns) return false;  // column added after this row was written
+    if (number >= frame.stored_columns) return false;  // column added after this row was written
     return ((bytes.u8(mask_at + number / 8) >> (number % 8)) & 1) != 0;
   };
-
-  // Variable-length columns: count, then offsets (reversed, last one is the end of data).
-  std::uint16_t var_count = 0;
-  std::size_t var_table = 0;
-  std::size_t fixed_end = mask_at;
-  if (def.variable_columns > 0) {
-    if (mask_at < 4) bytes.damaged("table des colonnes variables hors de la ligne");
-    var_count = bytes.u16(mask_at - 2);
-    if (std::size_t{var_count} * 2 + 4 > mask_at) bytes.damaged("table des colonnes variables hors de la ligne");
-    var_table = mask_at - 4;  // offset of variable column 0; column i at var_table - 2*i
-    fixed_end = bytes.u16(var_table);  // first variable column, or the end of data
-  }
-  auto var_offset = [&](std::size_t i) { return std::size_t{bytes.u16(var_table - 2 * i)}; };
+  auto var_offset = [&](std::size_t i) { return frame.var_offset(bytes, i); };
 
   Row row;
   row.reserve(def.columns.size());
@@ -94,7 +89,7 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
     if (!bit) { row.push_back(Value::null()); continue; }
     ByteView field;
     if (column.is_fixed()) {
-      const std::size_t start = 2 + std::size_t{column.fixed_offset};
+      const std::size_t start = layout.row_count_size + std::size_t{column.fixed_offset};
       const std::size_t size = fixed_column_size(column);
       if (start + size > fixed_end) bytes.damaged("colonne fixe « " + column.name + " » hors de la ligne");
       field = bytes.sub(start, size);
@@ -108,7 +103,7 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
     if (is_long_value(column.type)) {
       if (field.size() == 0) { row.push_back(column.type == ColumnType::Memo ? Value::text({}) : Value::binary({})); continue; }
       std::vector<std::uint8_t> data = read_long_value(pager, field);
-      if (column.type == ColumnType::Memo) row.push_back(Value::text(decode_stored_text(data)));
+      if (column.type == ColumnType::Memo) row.push_back(Value::text(decode_text(column, data)));
       else row.push_back(Value::binary(std::move(data)));
     } else {
       row.push_back(decode_field(column, field));

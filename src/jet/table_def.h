@@ -51,9 +51,10 @@ struct ColumnDef {
   std::uint16_t number = 0;        // column number; deleted columns leave gaps
   std::uint16_t var_index = 0;     // slot in the row's variable-column table
   std::uint16_t fixed_offset = 0;  // offset among the fixed-length data
-  std::uint16_t length = 0;        // bytes (Text: 2 per character; 0 for Memo/OLE)
+  std::uint16_t length = 0;        // bytes (Jet 4 Text: 2 per character; 0 for Memo/OLE)
   std::uint8_t flags = 0;          // column_flags
   bool compressed_unicode = false; // text may be stored in the compressed form
+  std::uint16_t code_page = 0;     // Jet 3 text: the code page of its bytes; 0 for UCS-2 text
   std::uint16_t sort_order = 0;    // text columns: 0x409 General
   std::uint8_t precision = 0;      // Numeric
   std::uint8_t scale = 0;          // Numeric

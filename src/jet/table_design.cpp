@@ -113,7 +113,8 @@ TableDesign design_of(std::string_view name, const TableDef& def, const Property
     ColumnDesign col;
     col.name = c.name;
     col.type = c.type;
-    if (c.type == ColumnType::Text) col.size = static_cast<std::uint16_t>(c.length / 2);
+    // Jet 4 keeps 2 bytes per character, Jet 3 (text in a code page) one.
+    if (c.type == ColumnType::Text) col.size = static_cast<std::uint16_t>(c.code_page ? c.length : c.length / 2);
     else if (c.type == ColumnType::Binary) col.size = c.length;
     col.autonumber = c.is_autonumber();
     col.compressed_unicode = c.compressed_unicode;

@@ -18,9 +18,10 @@ constexpr std::size_t kMaxReportedRuns = 10;
 
 // Free space a data page should record: what lies between its slot table and its lowest row.
 std::size_t expected_free_space(const DataPage& page, std::size_t page_size) {
+  const std::size_t slots = page.page().layout().data_row_count + 2;
   std::size_t lowest = page_size;
-  for (std::uint16_t r = 0; r < page.row_count(); ++r) lowest = std::min<std::size_t>(lowest, page.page().view().u16(14 + 2 * std::size_t{r}) & 0x1FFF);
-  const std::size_t used = 14 + 2 * std::size_t{page.row_count()};
+  for (std::uint16_t r = 0; r < page.row_count(); ++r) lowest = std::min<std::size_t>(lowest, page.page().view().u16(slots + 2 * std::size_t{r}) & 0x1FFF);
+  const std::size_t used = slots + 2 * std::size_t{page.row_count()};
   return lowest > used ? lowest - used : 0;
 }
 

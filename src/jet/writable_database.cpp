@@ -13,6 +13,7 @@ std::unique_ptr<WritableDatabase> WritableDatabase::open(const std::string& path
   options.exclusive = true;
   options.read_only = false;
   w->db_ = Database::open(path, options);  // takes the exclusive lock
+  require_writable(w->db_->pager().layout(), path);  // before the file is opened for writing
   w->sink_ = std::make_unique<FileSink>(path);
   w->overlay_ = std::make_unique<OverlayPager>(w->db_->pager(), w->sink_.get());
   w->allocator_ = std::make_unique<PageAllocator>(*w->overlay_);

@@ -48,10 +48,12 @@ TEST(JetOpen, OtherFormatsAreRefusedAsUnrecognised) {
   auto bytes = jet_test::read_file(fixture("emptyV2000.mdb"));
   std::string text;
 
+  // An Access 2000 file claiming the Access 97 version is read with 2 KB pages: its catalog
+  // is not where Jet 3 keeps it, so it is damaged, not silently misread.
   auto jet3 = bytes;
   jet3[0x14] = 0x00;  // version byte of Access 97
   const std::string jet3_path = dir.write("acces97.mdb", jet3);
-  EXPECT_EQ(error_of([&] { jet::Database::open(jet3_path); }, &text), 3343);
+  EXPECT_EQ(error_of([&] { jet::Database::open(jet3_path); }, &text), 3049);
   EXPECT_NE(text.find("acces97.mdb"), std::string::npos) << text;
 
   auto ace = bytes;

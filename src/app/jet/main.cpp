@@ -15,7 +15,7 @@ std::vector<CommandSetup>& registered_commands() {
 }  // namespace jet_tool
 
 int main(int argc, char** argv) {
-  CLI::App app{"Lecture de bases Access 2000-2003 (Jet 4)"};
+  CLI::App app{"Bases Access 2000-2003 (Jet 4) ; lecture seule des bases Access 97 (Jet 3)"};
   app.require_subcommand(1);
   std::string file, table;
   bool with_system = false;

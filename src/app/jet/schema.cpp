@@ -11,7 +11,8 @@ namespace {
 std::string type_text(const jet::ColumnDef& c) {
   using jet::ColumnType;
   switch (c.type) {
-    case ColumnType::Text: return "Text (" + std::to_string(c.length / 2) + ")";
+    // Jet 4 keeps 2 bytes per character, Jet 3 (text in a code page) one.
+    case ColumnType::Text: return "Text (" + std::to_string(c.code_page ? c.length : c.length / 2) + ")";
     case ColumnType::Binary: return "Binary (" + std::to_string(c.length) + ")";
     case ColumnType::Numeric:
       return "Numeric (" + std::to_string(c.precision) + ", " + std::to_string(c.scale) + ")";
