@@ -41,6 +41,8 @@ inline constexpr int kErrVersionInvalide = 2;
 inline constexpr int kErrBaseAbsente = 3;
 inline constexpr int kErrFichierLdb = 4;
 inline constexpr int kErrBaseEcoleNonChoisie = 6;
+// A step asked on a file that bears the name of a temporary copy (which the steps replace).
+inline constexpr int kErrNomTemporaire = 7;
 
 // The versions this release moves a database between.
 inline constexpr std::string_view kVersionAvant = "4.4.0.1";
@@ -131,6 +133,12 @@ class FrmAttente : public ui::Form, public schema::OutilsSchema {
   void BrancheEcole();
   void MiseAJourRAZ();
   void VerifieVersion();
+  // The lock-file test of CheminBase, whose lock file is `verrou`.
+  void VerifieVerrou(const std::string& verrou);
+  // Copies the live database (CheminBase) to CheminTemp and repairs the copy.
+  void CopieTemporaire();
+  // Compacts CheminTemp into CheminCompact and puts that in place of CheminBase in one rename.
+  void RemplaceParCopie();
   void EcritFin();
   bool Existe(const std::string& chemin);
   void Supprime(const std::string& chemin);

@@ -67,37 +67,15 @@ void FrmAttente::BrancheMiseAJour() {
   if (!Existe(CheminBase)) {
     throw platform::applicationError(kErrBaseAbsente, "La base est absente : " + CheminBase);
   }
-  // A lock file nobody holds is a leftover: removed silently. One held open means the
-  // database is in use.
-  const std::string verrou = platform::Replace(CheminBase, ".mdb", ".ldb");
-  if (Existe(verrou)) {
-    try {
-      env_->files().Kill(verrou);
-    } catch (const platform::Error&) {
-      throw platform::applicationError(kErrFichierLdb, "Un fichier ldb est présent : " + verrou);
-    }
-  }
-
+  VerifieVerrou(platform::Replace(CheminBase, ".mdb", ".ldb"));
   VerifieVersion();
-
-  Message("Copie vers base temporaire...");
-  if (Existe(CheminTemp)) Supprime(CheminTemp);
-  Copie(CheminBase, CheminTemp);
-
-  Message("Réparation de la base temporaire...");
-  moteur_->RepairDatabase(CheminTemp);
+  CopieTemporaire();
 
   Message("Mise à jour de la base temporaire...");
   MiseAJour(CheminTemp);
 
   if (Succes) {
-    Message("Compactage base temporaire");
-    if (Existe(CheminCompact)) Supprime(CheminCompact);
-    moteur_->CompactDatabase(CheminTemp, CheminCompact);
-
-    Message("Suppression bases temporaires");
-    Supprime(CheminTemp);
-    RemplaceFichier(env_->workstation(), CheminCompact, CheminBase);
+    RemplaceParCopie();
 
     if (state_->TypeConfiguration == launcher::kConfigurationEcole) {
       if (Existe(CheminBaseRAZ)) {
@@ -120,6 +98,39 @@ void FrmAttente::BrancheMiseAJour() {
                        state_->TitreMessage);
     }
   }
+}
+
+// A lock file nobody holds is a leftover: removed silently. One held open means the
+// database is in use.
+void FrmAttente::VerifieVerrou(const std::string& verrou) {
+  // A name that is the database's own (no ".mdb" to replace) is never taken for its lock.
+  if (platform::EqualsNoCase(verrou, CheminBase)) return;
+  if (Existe(verrou)) {
+    try {
+      env_->files().Kill(verrou);
+    } catch (const platform::Error&) {
+      throw platform::applicationError(kErrFichierLdb, "Un fichier ldb est présent : " + verrou);
+    }
+  }
+}
+
+void FrmAttente::CopieTemporaire() {
+  Message("Copie vers base temporaire...");
+  if (Existe(CheminTemp)) Supprime(CheminTemp);
+  Copie(CheminBase, CheminTemp);
+
+  Message("Réparation de la base temporaire...");
+  moteur_->RepairDatabase(CheminTemp);
+}
+
+void FrmAttente::RemplaceParCopie() {
+  Message("Compactage base temporaire");
+  if (Existe(CheminCompact)) Supprime(CheminCompact);
+  moteur_->CompactDatabase(CheminTemp, CheminCompact);
+
+  Message("Suppression bases temporaires");
+  Supprime(CheminTemp);
+  RemplaceFichier(env_->workstation(), CheminCompact, CheminBase);
 }
 
 // The version gate, on the live database opened exclusively and closed again.

@@ -2,10 +2,20 @@
 // update, so that a maintainer can try a step of a future update script on a copy of a real
 // database without risk to it.
 #include "pipeline/frm_attente.h"
-#include "pipeline/remplacement.h"
 #include "platform/vbstring.h"
 
 namespace pipeline {
+namespace {
+
+// Access's lock file: the database's name with its extension, whatever its case, made ".ldb".
+std::string NomVerrou(const std::string& base) {
+  const std::size_t dossier = base.find_last_of('\\');
+  const std::size_t point = base.find_last_of('.');
+  if (point == std::string::npos || (dossier != std::string::npos && point < dossier)) return base + ".ldb";
+  return base.substr(0, point) + ".ldb";
+}
+
+}  // namespace
 
 void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::string& nom,
                                  const steps::EtapePrete& etape) {
@@ -13,6 +23,7 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
   TransactionOuverte = false;
   BaseOuverte = false;
   Succes = true;
+  bool copieCommencee = false;  // from then on CheminTemp is ours to remove
   piege("TraitementEtape", [&] {
     OuvreJournalBase();
     CheminBase = cheminBase;
@@ -22,20 +33,13 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
     if (!Existe(CheminBase)) {
       throw platform::applicationError(kErrBaseAbsente, "La base est absente : " + CheminBase);
     }
-    const std::string verrou = platform::Replace(CheminBase, ".mdb", ".ldb", platform::CompareMethod::Text);
-    if (Existe(verrou)) {
-      try {
-        env_->files().Kill(verrou);
-      } catch (const platform::Error&) {
-        throw platform::applicationError(kErrFichierLdb, "Un fichier ldb est présent : " + verrou);
-      }
+    if (platform::EqualsNoCase(CheminBase, CheminTemp) || platform::EqualsNoCase(CheminBase, CheminCompact)) {
+      throw platform::applicationError(kErrNomTemporaire,
+                                       "La base porte le nom d'une copie temporaire : " + CheminBase);
     }
-
-    Message("Copie vers base temporaire...");
-    if (Existe(CheminTemp)) Supprime(CheminTemp);
-    Copie(CheminBase, CheminTemp);
-    Message("Réparation de la base temporaire...");
-    moteur_->RepairDatabase(CheminTemp);
+    VerifieVerrou(NomVerrou(CheminBase));
+    copieCommencee = true;
+    CopieTemporaire();
 
     Message("Étape " + nom + " sur la base temporaire...");
     moteur_->BeginTrans();
@@ -55,12 +59,7 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
     BaseOuverte = false;
 
     if (Succes) {
-      Message("Compactage base temporaire");
-      if (Existe(CheminCompact)) Supprime(CheminCompact);
-      moteur_->CompactDatabase(CheminTemp, CheminCompact);
-      Message("Suppression bases temporaires");
-      Supprime(CheminTemp);
-      RemplaceFichier(env_->workstation(), CheminCompact, CheminBase);
+      RemplaceParCopie();
       Message("Étape terminée -> succès");
     } else {
       // Nothing of the step reached the live file; its copy is not kept.
@@ -70,7 +69,7 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
     EcritFin();
   });
   // A failure before the end leaves the copy behind: removed so the next try starts clean.
-  if (!Succes && !CheminTemp.empty() && Existe(CheminTemp)) {
+  if (!Succes && copieCommencee && Existe(CheminTemp)) {
     if (BaseOuverte && Bd) Bd->Close();
     Bd.reset();
     BaseOuverte = false;

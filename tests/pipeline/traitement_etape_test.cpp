@@ -64,4 +64,26 @@ TEST_F(TraitementEtapeTest, AStepThatChangesNothingStillSucceedsAndAMissingBaseI
   EXPECT_FALSE(restes());
 }
 
+TEST_F(TraitementEtapeTest, AnyDatabaseNameWorksButThatOfATemporaryCopy) {
+  baseVivante(std::string("4.4.0.1"), 24, kBases, false);
+  fs::rename(local(kBasesLocal + "Quelis.mdb"), local(kBasesLocal + "COPIE.MDB"));
+  write(kBasesLocal + "COPIE.ldb", "");  // a leftover nobody holds
+  auto f = form();
+  f->TraitementEtape(kBases + "COPIE.MDB", "SupChamp", steps::TrouveEtape("SupChamp")->prepare({"FICHE", "LIFICOBS"}));
+  EXPECT_TRUE(f->Succes) << read(kJournal);
+  f->Unload();
+  EXPECT_TRUE(exists(kBasesLocal + "COPIE.MDB"));
+  EXPECT_FALSE(exists(kBasesLocal + "COPIE.ldb"));
+
+  fs::rename(local(kBasesLocal + "COPIE.MDB"), local(kBasesLocal + "quelmaj.mdb"));
+  const std::string avant = bytes(kBasesLocal + "quelmaj.mdb");
+  auto g = form();
+  g->TraitementEtape(kBases + "quelmaj.mdb", "SupChamp", steps::TrouveEtape("SupChamp")->prepare({"FICHE", "COCNE"}));
+  EXPECT_FALSE(g->Succes);
+  g->Unload();
+  EXPECT_EQ(bytes(kBasesLocal + "quelmaj.mdb"), avant);
+  EXPECT_NE(read(kJournal).find("La base porte le nom d'une copie temporaire : " + kBases + "quelmaj.mdb"),
+            std::string::npos);
+}
+
 }  // namespace
