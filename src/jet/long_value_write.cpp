@@ -1,5 +1,7 @@
 #include "jet/long_value_write.h"
 
+#include <map>
+#include <mutex>
 #include <set>
 
 #include "jet/data_page.h"
@@ -18,21 +20,57 @@ void put32(std::vector<std::uint8_t>& out, std::size_t at, std::uint32_t v) {
   for (int i = 0; i < 4; ++i) out[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
 }
 
+// Long-value pages where values were freed, by allocator: their room is filled before a
+// new page is started (a compaction replaces the new database's catalog properties, and
+// would otherwise leave those pages holding nothing). Only hints, checked before use like
+// the allocator's current page, so a hint outliving its database misleads no one.
+std::mutex room_mutex;
+std::map<const PageAllocator*, std::set<PageNumber>> freed_room;
+
+std::vector<PageNumber> pages_with_room(const PageAllocator& allocator) {
+  const std::lock_guard lock(room_mutex);
+  const auto it = freed_room.find(&allocator);
+  return it == freed_room.end() ? std::vector<PageNumber>{} : std::vector<PageNumber>(it->second.begin(), it->second.end());
+}
+
+void note_room(const PageAllocator& allocator, PageNumber page, bool has_room) {
+  const std::lock_guard lock(room_mutex);
+  if (has_room) {
+    freed_room[&allocator].insert(page);
+  } else if (auto it = freed_room.find(&allocator); it != freed_room.end()) {
+    it->second.erase(page);
+    if (it->second.empty()) freed_room.erase(it);
+  }
+}
+
+// Adds the row on `page` if it is still a long-value page with room for it.
+std::optional<RowId> place_on(OverlayPager& pager, PageNumber page, std::span<const std::uint8_t> bytes) {
+  if (page >= pager.page_count()) return std::nullopt;
+  const Page existing = pager.read(page);
+  const ByteView v = existing.view();
+  if (v.u8(0) != static_cast<std::uint8_t>(PageKind::Data) || v.u32(4) != kLongValueOwner) return std::nullopt;
+  DataPageEditor editor(v.copy());
+  if (!editor.fits(bytes.size())) return std::nullopt;
+  const std::uint8_t row = editor.add_row(bytes);
+  pager.write(page, editor.release());
+  return RowId{page, row};
+}
+
 }  // namespace
 
 RowId LongValueWriter::place(std::span<const std::uint8_t> bytes) {
   if (!current_) current_ = allocator_.long_value_page();
-  if (current_ && *current_ < pager_.page_count()) {
-    const Page existing = pager_.read(*current_);
-    const ByteView v = existing.view();
-    if (v.u8(0) == static_cast<std::uint8_t>(PageKind::Data) && v.u32(4) == kLongValueOwner) {
-      DataPageEditor page(v.copy());
-      if (page.fits(bytes.size())) {
-        const std::uint8_t row = page.add_row(bytes);
-        pager_.write(*current_, page.release());
-        return {*current_, row};
-      }
-    }
+  if (current_)
+    if (const auto id = place_on(pager_, *current_, bytes)) return *id;
+  // Room freed earlier on other pages, before the file grows.
+  for (const PageNumber page : pages_with_room(allocator_)) {
+    if (const auto id = place_on(pager_, page, bytes)) return *id;
+    // A page gone, no longer for long values, or nearly full is no longer worth a look.
+    const bool gone = page >= pager_.page_count();
+    const Page held = gone ? Page{} : pager_.read(page);
+    if (gone || held.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || held.view().u32(4) != kLongValueOwner ||
+        DataPageEditor(held.view().copy()).free_space() < 64)
+      note_room(allocator_, page, false);
   }
   DataPageEditor page = DataPageEditor::blank(pager_.page_size(), kLongValueOwner);
   const std::uint8_t row = page.add_row(bytes);
@@ -90,8 +128,11 @@ void LongValueWriter::free(std::span<const std::uint8_t> field_bytes) {
       const auto row = page.row(id.row);
       if (row.size() >= 4) next = row[0] | (row[1] << 8) | (static_cast<std::uint32_t>(row[2]) << 16) | (static_cast<std::uint32_t>(row[3]) << 24);
     }
+    // Emptied, as Access leaves a freed long value: its bytes become room on the page.
+    page.replace_row(id.row, {});
     page.mark_deleted(id.row);
     pager_.write(id.page, page.release());
+    note_room(allocator_, id.page, true);
     pointer = next;
   }
 }
