@@ -2,14 +2,11 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 
 #include "launcher/program_state.h"
 #include "pipeline/frm_attente.h"
-#include "platform/codepage.h"
 #include "platform/dao/dao.h"
 #include "platform/environment.h"
 #include "platform/program.h"
@@ -18,6 +15,7 @@
 #include "platform/ui/message_box.h"
 #include "platform/workstation.h"
 #include "steps/catalogue.h"
+#include "texte_windows.h"
 
 namespace etape {
 namespace {
@@ -57,17 +55,6 @@ std::unique_ptr<Poste> Place(const std::string& workstation, const std::string& 
 std::string Dossier(const std::string& chemin) {
   const std::size_t fin = chemin.find_last_of('\\');
   return fin == std::string::npos ? std::string() : chemin.substr(0, fin + 1);
-}
-
-std::string LitTexteWindows(const fs::path& fichier) {
-  std::ifstream in(fichier, std::ios::binary);
-  std::stringstream octets;
-  octets << in.rdbuf();
-  std::string texte = platform::Cp1252ToUtf8(octets.str());
-  std::string unix;
-  for (std::size_t i = 0; i < texte.size(); ++i)
-    if (!(texte[i] == '\r' && i + 1 < texte.size() && texte[i + 1] == '\n')) unix += texte[i];
-  return unix;
 }
 
 }  // namespace

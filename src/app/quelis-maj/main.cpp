@@ -20,7 +20,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -30,10 +29,10 @@
 
 #include "demo_report.h"
 #include "etape.h"
+#include "texte_windows.h"
 #include "launcher/program.h"
 #include "sample/sample_workstation.h"
 #include "platform/clock.h"
-#include "platform/codepage.h"
 #include "platform/environment.h"
 #include "platform/program.h"
 #include "platform/ui/console_front_end.h"
@@ -55,19 +54,6 @@ std::string AppPath(std::string folder) {
   while (folder.size() > 3 && (folder.back() == '\\' || folder.back() == '/')) folder.pop_back();
   if (folder.size() == 2 && folder[1] == ':') folder += '\\';
   return folder;
-}
-
-std::string ReadWindowsText(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  std::string text = platform::Cp1252ToUtf8(bytes.str());
-  std::string unix;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    unix += text[i];
-  }
-  return unix;
 }
 
 // Runs the tool on the workstation `root` from the Windows folder `programFolder`; prints the
@@ -109,7 +95,7 @@ int RunTool(const fs::path& root, const std::string& programFolder, bool printLo
     std::cout << "Journal de la mise à jour : " << form.FichierLog << "\n  (" << local.string()
               << ")\n";
     if (printLog && fs::is_regular_file(local)) {
-      std::cout << "\n" << ReadWindowsText(local);
+      std::cout << "\n" << LitTexteWindows(local);
     }
   }
   if (const auto& error = tool.erreurNonInterceptee()) {
@@ -211,7 +197,7 @@ int main(int argc, char** argv) {
         for (const auto& entry : fs::directory_iterator(bases)) {
           if (entry.path().extension() != ".log") continue;
           std::cout << "\nJournal de la base : " << entry.path().string() << "\n\n"
-                    << ReadWindowsText(entry.path());
+                    << LitTexteWindows(entry.path());
         }
       }
       const demo::Etat apres = demo::LitEtat(sample);
