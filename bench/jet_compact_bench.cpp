@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "jet/compact.h"
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/btree_build.h"
-#include "jet/btree_write_overlay.h"
-#include "jet/transaction.h"
+#include "jet/tools/compact.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/table/btree_build.h"
+#include "jet/btree/btree_write_overlay.h"
+#include "jet/storage/transaction.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/database.h"
-#include "jet/error.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
 
 namespace {
 

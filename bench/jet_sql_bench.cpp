@@ -11,11 +11,11 @@
 
 #include <unistd.h>
 
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/sql/executor.h"
-#include "jet/transaction.h"
-#include "jet/writable_database.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/exec/executor.h"
+#include "jet/storage/transaction.h"
+#include "jet/db/writable_database.h"
 
 namespace {
 

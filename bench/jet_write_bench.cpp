@@ -17,10 +17,10 @@
 #include <string>
 #include <vector>
 
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/transaction.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/storage/transaction.h"
 
 namespace {
 

@@ -1,16 +1,16 @@
 #include "launcher/configuration.h"
 
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 #include "platform/vbstring.h"
 
 namespace launcher {
 
 Configuration DetectConfiguration(std::string_view cheminAppli) {
   const std::string upper = platform::UCase(cheminAppli);
-  if (upper == "C:\\QUELISECOLE\\") return {kConfigurationEcole, "Configuration ECOLE", true};
-  if (upper == "C:\\QUELIS\\") return {kConfigurationPortable, "Configuration PORTABLE", true};
-  if (upper == "G:\\QUELIS\\") return {kConfigurationReseau, "Configuration NPX-CDIF", true};
-  return {kConfigurationPortable, "Configuration PORTABLE", false};
+  if (upper == "C:\\QUELISECOLE\\") return {pipeline::kConfigurationEcole, "Configuration ECOLE", true};
+  if (upper == "C:\\QUELIS\\") return {pipeline::kConfigurationPortable, "Configuration PORTABLE", true};
+  if (upper == "G:\\QUELIS\\") return {pipeline::kConfigurationReseau, "Configuration NPX-CDIF", true};
+  return {pipeline::kConfigurationPortable, "Configuration PORTABLE", false};
 }
 
 VersionTexts VersionFromResource(int major, int minor, int revision) {

@@ -15,7 +15,7 @@ constexpr long kTailleTampon = 150;
 // migrated) only for release 4.4.0; C: before D:.
 std::vector<std::string> EmplacementsAutorises(std::int32_t typeConfiguration,
                                                const std::string& versionCourte) {
-  const std::string produit = typeConfiguration == kConfigurationEcole ? "QuelisEcole" : "Quelis";
+  const std::string produit = typeConfiguration == pipeline::kConfigurationEcole ? "QuelisEcole" : "Quelis";
   std::vector<std::string> liste{"C:\\" + produit + "\\Donnees\\", "D:\\" + produit + "\\Donnees\\"};
   if (versionCourte == "4.4.0") {
     liste.push_back("C:\\" + produit + "\\");
@@ -29,8 +29,8 @@ std::vector<std::string> EmplacementsAutorises(std::int32_t typeConfiguration,
 bool FrmParam::LitCheminIni(const std::string& fichierIni) {
   bool resultat = false;
   trap("LitCheminIni", [&] {
-    const ProgramState& s = *state_;
-    if (s.TypeConfiguration == kConfigurationReseau) {
+    const pipeline::ProgramState& s = *state_;
+    if (s.TypeConfiguration == pipeline::kConfigurationReseau) {
       resultat = true;
       return;
     }
@@ -52,8 +52,8 @@ bool FrmParam::LitCheminIni(const std::string& fichierIni) {
 }
 
 void FrmParam::ResoudEmplacementDonnees() {
-  const ProgramState& s = *state_;
-  if (s.TypeConfiguration == kConfigurationReseau) {
+  const pipeline::ProgramState& s = *state_;
+  if (s.TypeConfiguration == pipeline::kConfigurationReseau) {
     CheminDonneesRegistre = LitRegistre("HKEY_LOCAL_MACHINE\\SOFTWARE\\Ortavia\\Donnees");
     CheminDonnees = CheminDonneesRegistre;
     CheminEchange = LitRegistre("HKEY_LOCAL_MACHINE\\SOFTWARE\\Ortavia\\Echange");
@@ -67,7 +67,7 @@ void FrmParam::ResoudEmplacementDonnees() {
 }
 
 void FrmParam::RemplitListeLecteurs() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   if (!CheminDonnees.empty()) {
     FraLecteurDonnees.setEnabled(false);
     cboListeLecteurs.setEnabled(false);
@@ -75,11 +75,11 @@ void FrmParam::RemplitListeLecteurs() {
     cboListeLecteurs.setListIndex(cboListeLecteurs.listCount() - 1);
     return;
   }
-  if (s.TypeConfiguration == kConfigurationReseau) {
+  if (s.TypeConfiguration == pipeline::kConfigurationReseau) {
     cboListeLecteurs.addItem(CheminDonneesRegistre);
   } else {
     const std::string dossier =
-        s.TypeConfiguration == kConfigurationEcole ? "QuelisEcole\\Donnees\\" : "Quelis\\Donnees\\";
+        s.TypeConfiguration == pipeline::kConfigurationEcole ? "QuelisEcole\\Donnees\\" : "Quelis\\Donnees\\";
     for (int i = 0; i <= 1; ++i) {
       const std::string& racine = Lecteurs[static_cast<std::size_t>(i)];
       if (env_->GetDriveTypeA(racine) == platform::DRIVE_FIXED) {

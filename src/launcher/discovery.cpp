@@ -12,7 +12,7 @@ void FrmParam::RechercheDossiers() {
   const platform::Folder emplacement = Fso->GetFolder(CheminDonnees);
   // The file system's own order: nothing is sorted.
   for (const platform::Folder& dossier : emplacement.SubFolders()) {
-    if (state_->TypeConfiguration == kConfigurationReseau) {
+    if (state_->TypeConfiguration == pipeline::kConfigurationReseau) {
       if (platform::Len(dossier.Name()) != 3) continue;
       for (const platform::Folder& site : dossier.SubFolders()) RechercheBases(site);
     } else {
@@ -25,7 +25,7 @@ void FrmParam::RechercheBases(const platform::Folder& Dossier) {
   trap("RechercheBases", [&] {
     if (platform::Len(Dossier.Name()) != 7) return;
     std::string base = Dossier.Path() + "\\";
-    if (state_->TypeConfiguration == kConfigurationReseau) base += "QUELIS\\";
+    if (state_->TypeConfiguration == pipeline::kConfigurationReseau) base += "QUELIS\\";
     // Only the folder is tested: a Bases\ without database is still listed.
     if (!Fso->FolderExists(base + "Bases\\")) return;
 

@@ -12,14 +12,14 @@ namespace launcher {
 
 void FrmParam::LanceTraitement(DossierDonnees& Dossier) {
   trap("LanceTraitement", [&] {
-    const ProgramState& s = *state_;
+    const pipeline::ProgramState& s = *state_;
     LibelleBase.clear();
     EcritJournal();
     EcritJournal("Traitement du dossier " + Dossier.Chemin + " (" + Dossier.Libelle + ") - début traitement");
 
     // On the network the templates go to the exchange tree mirroring the data tree.
     DossierCourant = Dossier.Chemin;
-    if (s.TypeConfiguration == kConfigurationReseau) {
+    if (s.TypeConfiguration == pipeline::kConfigurationReseau) {
       DossierCourant = platform::Replace(Dossier.Chemin, CheminDonneesRegistre, CheminEchange,
                                          platform::CompareMethod::Text);
     }
@@ -57,7 +57,7 @@ void FrmParam::LanceTraitement(DossierDonnees& Dossier) {
 }
 
 void FrmParam::CopieLettres() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   bool copierLettres = true;
   EcritJournal("\tCopie des modèles de lettres vers " + DossierCourant + " - début traitement");
   if (env_->files().Dir(DossierCourant, platform::vbDirectory).empty()) {

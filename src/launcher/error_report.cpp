@@ -7,7 +7,7 @@
 namespace launcher {
 
 void FrmParam::GestionErreur(const std::string& NomProcedure, const platform::Error& err) {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   // Shown relative to the object-error base: error 53 reads 2147221557.
   const std::string numero = std::to_string(platform::displayedNumber(err.number()));
 
@@ -34,7 +34,7 @@ void FrmParam::GestionErreur(const std::string& NomProcedure, const platform::Er
 }
 
 void FrmParam::AfficheFin() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   if (EnErreur) {
     desktop().msgBox(
         "Une erreur a été rencontrée lors des traitements.\r\nLe journal des traitements va "

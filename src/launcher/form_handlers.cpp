@@ -19,7 +19,7 @@ bool Coche(const ui::CheckBox& box) { return box.value() == ui::vbChecked; }
 
 void FrmParam::cboListeLecteurs_Click() {
   // No error trap here: an error reaches whoever changed the selection.
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   NbDossiers = 0;
   ListeDossiers.clear();
   cboListeBases.clear();
@@ -55,7 +55,7 @@ void FrmParam::cboListeLecteurs_Click() {
     cboListeBases.setEnabled(false);
   }
 
-  if (s.TypeConfiguration == kConfigurationEcole) {
+  if (s.TypeConfiguration == pipeline::kConfigurationEcole) {
     if (NbDossiers == 0) {
       // A pseudo-entry for the school database to install; the count stays 0 on purpose.
       ListeDossiers.assign(1, DossierDonnees{"Base école", CheminDonnees + kDossierEcole});
@@ -77,9 +77,9 @@ void FrmParam::cboListeLecteurs_Click() {
 
 void FrmParam::chkActions_Click(int Index) {
   trap("chkActions_click", [&] {
-    const ProgramState& s = *state_;
+    const pipeline::ProgramState& s = *state_;
     if (Index == 0) {
-      if (s.TypeConfiguration == kConfigurationEcole && Coche(chkActions(0))) {
+      if (s.TypeConfiguration == pipeline::kConfigurationEcole && Coche(chkActions(0))) {
         fraChoixBaseEcole.setEnabled(true);
         optBasesEcole(1).setEnabled(true);
         optBasesEcole(2).setEnabled(true);
@@ -106,7 +106,7 @@ void FrmParam::chkActions_Click(int Index) {
         chkActions(0).setValue(ui::vbUnchecked);
         chkActions(1).setEnabled(false);
         chkActions(1).setValue(ui::vbUnchecked);
-      } else if (NbDossiers > 0 || s.TypeConfiguration == kConfigurationEcole) {
+      } else if (NbDossiers > 0 || s.TypeConfiguration == pipeline::kConfigurationEcole) {
         chkActions(0).setEnabled(true);
         chkActions(0).setValue(ui::vbChecked);
         chkActions(1).setEnabled(true);
@@ -145,7 +145,7 @@ void FrmParam::cmdOK_Click() {
     EnErreur = false;
     FermetureSansTraitement = false;
     // The network keeps its location in the registry: it is never rewritten.
-    if (Coche(chkActions(2)) && state_->TypeConfiguration != kConfigurationReseau) {
+    if (Coche(chkActions(2)) && state_->TypeConfiguration != pipeline::kConfigurationReseau) {
       DefinitEmplacement();
     }
     if (Coche(chkActions(0)) || Coche(chkActions(1))) TraiteDonnees();
@@ -154,7 +154,7 @@ void FrmParam::cmdOK_Click() {
 }
 
 void FrmParam::DefinitEmplacement() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   const std::string L = cboListeLecteurs.text();
   EcritJournal();
   EcritJournal("-- Définition de l'emplacement des données");
@@ -174,7 +174,7 @@ void FrmParam::DefinitEmplacement() {
     }
   }
 
-  if (s.TypeConfiguration == kConfigurationEcole) {
+  if (s.TypeConfiguration == pipeline::kConfigurationEcole) {
     const std::string ecole = L + kDossierEcole;
     for (const std::string& dossier : {ecole, ecole + "Bases\\"}) {
       if (!Fso->FolderExists(dossier)) {
@@ -187,7 +187,7 @@ void FrmParam::DefinitEmplacement() {
 }
 
 void FrmParam::TraiteDonnees() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   // An index outside the list is VB's "subscript out of range".
   auto entree = [this](int index) -> DossierDonnees& {
     if (index < 0 || static_cast<std::size_t>(index) >= ListeDossiers.size()) {
@@ -198,7 +198,7 @@ void FrmParam::TraiteDonnees() {
 
   EcritJournal();
   EcritJournal("-- Mise à jour des données (bases et/ou lettres)");
-  if (s.TypeConfiguration == kConfigurationEcole) {
+  if (s.TypeConfiguration == pipeline::kConfigurationEcole) {
     EcritJournal("-- Choix mise à jour du dossier Base école");
     switch (s.ChoixBaseEcole) {
       case 1:
@@ -217,8 +217,8 @@ void FrmParam::TraiteDonnees() {
     }
     // The label carries the school choice into the pipeline.
     LanceTraitement(entree(0));
-  } else if (s.TypeConfiguration == kConfigurationPortable ||
-             s.TypeConfiguration == kConfigurationReseau) {
+  } else if (s.TypeConfiguration == pipeline::kConfigurationPortable ||
+             s.TypeConfiguration == pipeline::kConfigurationReseau) {
     if (NbDossiers < 1) {
       EcritJournal("-- Aucun dossier à traiter");
     } else if (optChoixPerimetre(0).value() && !cboListeBases.text().empty()) {

@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "launcher/base_migration.h"
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 #include "pipeline/frm_attente.h"
 #include "platform/dao/dbengine.h"
 #include "platform/environment.h"
@@ -59,7 +59,7 @@ class ErreurNonInterceptee : public std::runtime_error {
 
 class FrmParam : public ui::Form {
  public:
-  FrmParam(platform::Environment& env, ui::Desktop& desktop, ProgramState& state,
+  FrmParam(platform::Environment& env, ui::Desktop& desktop, pipeline::ProgramState& state,
            ModeLancement mode = ModeLancement::Silencieux);
 
   // --- Events ---
@@ -155,7 +155,7 @@ class FrmParam : public ui::Form {
   // The wait form while a database is treated; empty between databases.
   std::unique_ptr<pipeline::FrmAttente> frmAttente;
 
-  ProgramState& state() const { return *state_; }
+  pipeline::ProgramState& state() const { return *state_; }
   platform::Environment& env() const { return *env_; }
 
  private:
@@ -179,7 +179,7 @@ class FrmParam : public ui::Form {
   void DeplaceJournauxScript();
 
   platform::Environment* env_;
-  ProgramState* state_;
+  pipeline::ProgramState* state_;
   ModeLancement mode_;
 };
 

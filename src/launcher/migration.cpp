@@ -16,24 +16,24 @@ constexpr const char* kVersionAMigrer = "4.4.0.1";
 
 // The old-layout places of a configuration, C: first; none on the network.
 std::array<std::string, 2> AnciensEmplacements(std::int32_t typeConfiguration) {
-  if (typeConfiguration == kConfigurationPortable) return {"C:\\Quelis\\", "D:\\Quelis\\"};
-  if (typeConfiguration == kConfigurationEcole) return {"C:\\QuelisEcole\\", "D:\\QuelisEcole\\"};
+  if (typeConfiguration == pipeline::kConfigurationPortable) return {"C:\\Quelis\\", "D:\\Quelis\\"};
+  if (typeConfiguration == pipeline::kConfigurationEcole) return {"C:\\QuelisEcole\\", "D:\\QuelisEcole\\"};
   return {"", ""};
 }
 
 }  // namespace
 
 void FrmParam::MigrationDossiers() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   if (s.VersionCourte != kVersionMigration) return;
 
   const auto [candidat1, candidat2] = AnciensEmplacements(s.TypeConfiguration);
   const std::string D = CheminDonnees;
   const std::string dMaj = platform::UCase(D);
-  const bool aMigrer = s.TypeConfiguration != kConfigurationReseau &&
+  const bool aMigrer = s.TypeConfiguration != pipeline::kConfigurationReseau &&
                        (dMaj == platform::UCase(candidat1) || dMaj == platform::UCase(candidat2));
   if (!aMigrer) {
-    if (s.TypeConfiguration == kConfigurationReseau) DeplaceJournauxScript();
+    if (s.TypeConfiguration == pipeline::kConfigurationReseau) DeplaceJournauxScript();
     return;
   }
 
@@ -66,7 +66,7 @@ void FrmParam::MigrationDossiers() {
   }
 
   std::string C;
-  if (s.TypeConfiguration == kConfigurationEcole) {
+  if (s.TypeConfiguration == pipeline::kConfigurationEcole) {
     C = "BSECOLE\\";
   } else if (const std::optional<std::string> code = bd->CodeCdif()) {
     C = platform::Trim(*code) + "\\";  // the first row only
@@ -89,7 +89,7 @@ void FrmParam::MigrationDossiers() {
 
   MigreSousDossier(D, cible, "Bases", "Déplacement du dossier ", false);
   // A portable run leaves its RAZ\ where it is.
-  if (s.TypeConfiguration == kConfigurationEcole) {
+  if (s.TypeConfiguration == pipeline::kConfigurationEcole) {
     MigreSousDossier(D, cible, "RAZ", "Déplacement du dossier ", false);
   }
   MigreSousDossier(D, cible, "Profils", "Déplacement du dossier ", false);

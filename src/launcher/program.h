@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "launcher/frm_param.h"
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 #include "platform/environment.h"
 #include "platform/error.h"
 #include "platform/ui/desktop.h"
@@ -35,13 +35,13 @@ class Program {
   // report itself), if any.
   const std::optional<platform::Error>& erreurNonInterceptee() const { return unhandled_; }
 
-  ProgramState& state() { return state_; }
+  pipeline::ProgramState& state() { return state_; }
   FrmParam& frmParam() { return *form_; }
 
  private:
   void run(const std::function<void()>& code);
 
-  ProgramState state_;
+  pipeline::ProgramState state_;
   std::unique_ptr<FrmParam> form_;
   bool ended_ = false;
   std::optional<platform::Error> unhandled_;

@@ -9,7 +9,7 @@
 
 namespace launcher {
 
-FrmParam::FrmParam(platform::Environment& env, ui::Desktop& desktop, ProgramState& state,
+FrmParam::FrmParam(platform::Environment& env, ui::Desktop& desktop, pipeline::ProgramState& state,
                    ModeLancement mode)
     : ui::Form(desktop, "frmParam", "Mise à jour des données QUELIS"),
       Moteur(env.workstation()),
@@ -47,7 +47,7 @@ void FrmParam::EcritJournal(std::string_view ligne) {
 
 void FrmParam::Form_Load() {
   trap("Form_Load", [&] {
-    ProgramState& s = *state_;
+    pipeline::ProgramState& s = *state_;
     // 1. The run mode: silent unless the program was started otherwise.
     s.ModeInteractif = mode_ == ModeLancement::Interactif;
 
@@ -75,7 +75,7 @@ void FrmParam::Form_Load() {
     LblConfiguration.setCaption(configuration.label);
 
     // 6. Run-log folder; the network one is created when missing (its parent must exist).
-    if (s.TypeConfiguration == kConfigurationReseau) {
+    if (s.TypeConfiguration == pipeline::kConfigurationReseau) {
       DossierLog = std::string(kDossierLogReseau);
       if (env_->files().Dir(DossierLog, platform::vbDirectory).empty()) {
         env_->files().MkDir(DossierLog);
@@ -109,7 +109,7 @@ void FrmParam::Form_Load() {
 }
 
 void FrmParam::EcritEntete() {
-  const ProgramState& s = *state_;
+  const pipeline::ProgramState& s = *state_;
   EcritJournal("Mise à jour des données QUELIS");
   EcritJournal();
   EcritJournal(LblConfiguration.caption());

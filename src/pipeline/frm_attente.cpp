@@ -5,7 +5,7 @@
 namespace pipeline {
 
 FrmAttente::FrmAttente(platform::Environment& env, ui::Desktop& desktop,
-                       const launcher::ProgramState& state, dao::DBEngine& moteur)
+                       const pipeline::ProgramState& state, dao::DBEngine& moteur)
     : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state), moteur_(&moteur) {}
 
 FrmAttente::~FrmAttente() = default;

@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 #include "platform/dao/dao.h"
 #include "platform/environment.h"
 #include "platform/error.h"
@@ -53,7 +53,7 @@ inline constexpr std::string_view kVersionApres = "4.4.0.3";
 class FrmAttente : public ui::Form, public schema::OutilsSchema {
  public:
   // `moteur` is the program's one database engine; it must outlive the form.
-  FrmAttente(platform::Environment& env, ui::Desktop& desktop, const launcher::ProgramState& state,
+  FrmAttente(platform::Environment& env, ui::Desktop& desktop, const pipeline::ProgramState& state,
              dao::DBEngine& moteur);
   ~FrmAttente() override;
 
@@ -118,7 +118,7 @@ class FrmAttente : public ui::Form, public schema::OutilsSchema {
 
  protected:
   platform::Environment& env() const { return *env_; }
-  const launcher::ProgramState& state() const { return *state_; }
+  const pipeline::ProgramState& state() const { return *state_; }
   dao::DBEngine& moteur() const { return *moteur_; }
   // Opens the per-database log (replacing a file of the same name) and writes its header.
   void OuvreJournalBase();
@@ -145,7 +145,7 @@ class FrmAttente : public ui::Form, public schema::OutilsSchema {
   void Copie(const std::string& source, const std::string& destination);
 
   platform::Environment* env_;
-  const launcher::ProgramState* state_;
+  const pipeline::ProgramState* state_;
   dao::DBEngine* moteur_;
 };
 

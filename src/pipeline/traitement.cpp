@@ -24,10 +24,10 @@ void FrmAttente::Traitement() {
   piege("Traitement", [&] {
     OuvreJournalBase();
     setCaption("Installation base QUELIS - " + state_->VersionCourte +
-               (state_->TypeConfiguration == launcher::kConfigurationEcole ? " ECOLE" : ""));
+               (state_->TypeConfiguration == pipeline::kConfigurationEcole ? " ECOLE" : ""));
     refresh();
     ConstruitChemins();
-    if (state_->TypeConfiguration != launcher::kConfigurationEcole || state_->ChoixBaseEcole == 1) {
+    if (state_->TypeConfiguration != pipeline::kConfigurationEcole || state_->ChoixBaseEcole == 1) {
       BrancheMiseAJour();
     } else {
       BrancheEcole();
@@ -41,7 +41,7 @@ void FrmAttente::ConstruitChemins() {
   CheminSauvegarde = DossierBases + "QuelisSauv_18012013.mdb";
   CheminTemp = DossierBases + "QuelMaj.mdb";
   CheminCompact = DossierBases + "QuelComp.mdb";
-  if (state_->TypeConfiguration != launcher::kConfigurationEcole) return;
+  if (state_->TypeConfiguration != pipeline::kConfigurationEcole) return;
   // Bases\ and RAZ\ are siblings in the data folder.
   DossierRAZ = Gauche(DossierBases, 6) + "RAZ\\";
   CheminBaseRAZ = DossierRAZ + "Quelis.mdb";
@@ -77,7 +77,7 @@ void FrmAttente::BrancheMiseAJour() {
   if (Succes) {
     RemplaceParCopie();
 
-    if (state_->TypeConfiguration == launcher::kConfigurationEcole) {
+    if (state_->TypeConfiguration == pipeline::kConfigurationEcole) {
       if (Existe(CheminBaseRAZ)) {
         MiseAJourRAZ();
       } else {

@@ -2,7 +2,8 @@
 
 #include <chrono>
 #include <cstdio>
-#include <ctime>
+
+#include "os/services.h"
 
 namespace platform {
 namespace {
@@ -16,10 +17,8 @@ std::string twoDigits(int value) {
 }  // namespace
 
 DateTime SystemClock::Now() const {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
+  const os::LocalTime t = os::system_services().clock->now();
+  return {t.year, t.month, t.day, t.hour, t.minute, t.second};
 }
 
 void FixedClock::advanceSeconds(long seconds) {

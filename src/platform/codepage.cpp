@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "jet/text_codec.h"
+#include "jet/base/text_codec.h"
 #include "platform/utf8.h"
 
 namespace platform {

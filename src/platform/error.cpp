@@ -5,7 +5,7 @@
 #include <map>
 #include <new>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "platform/program.h"
 
 namespace platform {

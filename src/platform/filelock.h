@@ -2,9 +2,13 @@
 // keeps its ".ldb" lock file open) cannot be deleted. On Linux the holder takes an OS lock on
 // it (an open-file-description fcntl lock, a classic fcntl lock or flock); deleting a file so
 // locked is refused with error 70 "Permission refusée" by FileSystemObject and VbFiles.
+// Both go through the OS interface (os/file.h).
 #pragma once
 
 #include <filesystem>
+#include <memory>
+
+#include "os/file.h"
 
 namespace platform {
 
@@ -30,7 +34,7 @@ class FileLockHolder {
   void release();  // closes the file, dropping the lock
 
  private:
-  int fd_ = -1;
+  std::unique_ptr<os::LockHold> hold_;
 };
 
 }  // namespace platform

@@ -3,9 +3,9 @@
 #include <array>
 #include <vector>
 
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/table_design.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/table/table_design.h"
 #include "jet/sql/datetime.h"
 #include "platform/dao/dao.h"
 #include "platform/error.h"

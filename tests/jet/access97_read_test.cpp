@@ -7,12 +7,12 @@
 #include <set>
 #include <sstream>
 
-#include "jet/csv_export.h"
-#include "jet/database.h"
-#include "jet/index_cursor.h"
-#include "jet/row.h"
-#include "jet/text_codec.h"
-#include "jet/verify.h"
+#include "jet/tools/csv_export.h"
+#include "jet/db/database.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/record/row.h"
+#include "jet/base/text_codec.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -4,10 +4,10 @@
 
 #include <filesystem>
 
-#include "jet/compact.h"
-#include "jet/error.h"
-#include "jet/repair.h"
-#include "jet/writable_database.h"
+#include "jet/tools/compact.h"
+#include "jet/base/error.h"
+#include "jet/tools/repair.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

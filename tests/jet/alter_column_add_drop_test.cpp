@@ -7,13 +7,13 @@
 #include <algorithm>
 
 #include "alter_column_support.h"
-#include "jet/alter_column.h"
-#include "jet/compact.h"
-#include "jet/create_database.h"
-#include "jet/diff.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/relationship_write.h"
-#include "jet/transaction.h"
+#include "jet/ddl/alter_column.h"
+#include "jet/tools/compact.h"
+#include "jet/db/create_database.h"
+#include "jet/tools/diff.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/ddl/relationship_write.h"
+#include "jet/storage/transaction.h"
 
 namespace {
 

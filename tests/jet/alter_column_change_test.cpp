@@ -4,12 +4,12 @@
 #include <gtest/gtest.h>
 
 #include "alter_column_support.h"
-#include "jet/alter_column.h"
-#include "jet/catalog.h"
-#include "jet/database.h"
-#include "jet/diff.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/transaction.h"
+#include "jet/ddl/alter_column.h"
+#include "jet/catalog/catalog.h"
+#include "jet/db/database.h"
+#include "jet/tools/diff.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/storage/transaction.h"
 
 namespace {
 

@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <sstream>
 
-#include "jet/csv_export.h"
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_verify.h"
-#include "jet/names.h"
-#include "jet/verify.h"
+#include "jet/tools/csv_export.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/tools/index_verify.h"
+#include "jet/base/names.h"
+#include "jet/tools/verify.h"
 
 namespace alter_column_test {
 

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "jet/table_def.h"
-#include "jet/value.h"
-#include "jet/writable_database.h"
+#include "jet/record/table_def.h"
+#include "jet/base/value.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace alter_column_test {

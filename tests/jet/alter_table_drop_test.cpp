@@ -8,11 +8,11 @@
 #include <map>
 
 #include "alter_table_support.h"
-#include "jet/alter_table.h"
-#include "jet/catalog_write.h"
-#include "jet/error.h"
-#include "jet/names.h"
-#include "jet/transaction.h"
+#include "jet/ddl/alter_table.h"
+#include "jet/catalog/catalog_write.h"
+#include "jet/base/error.h"
+#include "jet/base/names.h"
+#include "jet/storage/transaction.h"
 
 namespace {
 

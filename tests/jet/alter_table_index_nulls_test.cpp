@@ -6,8 +6,8 @@
 #include <filesystem>
 
 #include "alter_table_support.h"
-#include "jet/alter_index.h"
-#include "jet/error.h"
+#include "jet/ddl/alter_index.h"
+#include "jet/base/error.h"
 
 namespace {
 

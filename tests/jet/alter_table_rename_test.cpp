@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "alter_table_support.h"
-#include "jet/alter_table.h"
-#include "jet/diff.h"
-#include "jet/error.h"
-#include "jet/relationship_write.h"
+#include "jet/ddl/alter_table.h"
+#include "jet/tools/diff.h"
+#include "jet/base/error.h"
+#include "jet/ddl/relationship_write.h"
 
 namespace {
 

@@ -6,13 +6,13 @@
 #include <map>
 #include <sstream>
 
-#include "jet/create_database.h"
-#include "jet/data_page.h"
-#include "jet/database.h"
-#include "jet/index_verify.h"
-#include "jet/relationship_write.h"
-#include "jet/usage_map_write.h"
-#include "jet/verify.h"
+#include "jet/db/create_database.h"
+#include "jet/record/data_page.h"
+#include "jet/db/database.h"
+#include "jet/tools/index_verify.h"
+#include "jet/ddl/relationship_write.h"
+#include "jet/record/usage_map_write.h"
+#include "jet/tools/verify.h"
 
 namespace alter_table_test {
 namespace {

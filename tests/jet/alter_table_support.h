@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "jet/row.h"
-#include "jet/value.h"
-#include "jet/writable_database.h"
+#include "jet/record/row.h"
+#include "jet/base/value.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace alter_table_test {

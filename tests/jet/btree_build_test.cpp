@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "btree_test_support.h"
-#include "jet/btree_build.h"
-#include "jet/btree_write.h"
-#include "jet/catalog.h"
-#include "jet/error.h"
-#include "jet/index_key.h"
-#include "jet/index_page.h"
-#include "jet/index_verify.h"
+#include "jet/table/btree_build.h"
+#include "jet/btree/btree_write.h"
+#include "jet/catalog/catalog.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_key.h"
+#include "jet/btree/index_page.h"
+#include "jet/tools/index_verify.h"
 
 namespace {
 

@@ -7,15 +7,15 @@
 #include <random>
 
 #include "btree_test_support.h"
-#include "jet/btree_write.h"
-#include "jet/btree_write_cache.h"
-#include "jet/btree_write_overlay.h"
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_row_key.h"
-#include "jet/index_verify.h"
-#include "jet/transaction.h"
+#include "jet/btree/btree_write.h"
+#include "jet/btree/btree_write_cache.h"
+#include "jet/btree/btree_write_overlay.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/btree/index_row_key.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/transaction.h"
 #include "jet_test_support.h"
 
 namespace {

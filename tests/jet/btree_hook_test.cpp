@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "btree_test_support.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_verify.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/tools/index_verify.h"
 
 namespace {
 

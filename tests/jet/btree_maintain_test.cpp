@@ -9,9 +9,9 @@
 #include <memory>
 
 #include "btree_test_support.h"
-#include "jet/error.h"
-#include "jet/index_maintain.h"
-#include "jet/index_verify.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_maintain.h"
+#include "jet/tools/index_verify.h"
 
 namespace {
 

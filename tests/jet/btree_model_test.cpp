@@ -9,8 +9,8 @@
 #include <set>
 
 #include "btree_test_support.h"
-#include "jet/btree_write.h"
-#include "jet/index_key.h"
+#include "jet/btree/btree_write.h"
+#include "jet/btree/index_key.h"
 
 namespace {
 

@@ -6,12 +6,12 @@
 #include <algorithm>
 
 #include "btree_test_support.h"
-#include "jet/btree_build.h"
-#include "jet/btree_write_overlay.h"
-#include "jet/error.h"
-#include "jet/index_maintain.h"
-#include "jet/index_verify.h"
-#include "jet/usage_map_write.h"
+#include "jet/table/btree_build.h"
+#include "jet/btree/btree_write_overlay.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_maintain.h"
+#include "jet/tools/index_verify.h"
+#include "jet/record/usage_map_write.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "btree_test_support.h"
-#include "jet/btree_write.h"
-#include "jet/btree_write_page.h"
-#include "jet/index_key.h"
-#include "jet/index_page.h"
+#include "jet/btree/btree_write.h"
+#include "jet/btree/btree_write_page.h"
+#include "jet/btree/index_key.h"
+#include "jet/btree/index_page.h"
 
 namespace {
 

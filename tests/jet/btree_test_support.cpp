@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "jet/catalog.h"
-#include "jet/index_cursor.h"
-#include "jet/index_page.h"
-#include "jet/index_verify.h"
-#include "jet/table_def.h"
+#include "jet/catalog/catalog.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/btree/index_page.h"
+#include "jet/tools/index_verify.h"
+#include "jet/record/table_def.h"
 #include "jet_test_support.h"
 
 namespace btree_test {

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "jet/memory_pager.h"
-#include "jet/table.h"
+#include "jet/storage/memory_pager.h"
+#include "jet/table/table.h"
 
 namespace btree_test {
 

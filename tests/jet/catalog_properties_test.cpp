@@ -2,7 +2,7 @@
 // block, and the values are those Access set (checked against mdb-prop's reading).
 #include <gtest/gtest.h>
 
-#include "jet/database.h"
+#include "jet/db/database.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <set>
 #include <sstream>
 
-#include "jet/database.h"
+#include "jet/db/database.h"
 #include "jet_test_support.h"
 
 namespace {

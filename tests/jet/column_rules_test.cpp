@@ -5,10 +5,10 @@
 // included, whatever the rules say.
 #include <gtest/gtest.h>
 
-#include "jet/alter_column.h"
-#include "jet/compact.h"
-#include "jet/repair.h"
-#include "jet/sql/executor.h"
+#include "jet/ddl/alter_column.h"
+#include "jet/tools/compact.h"
+#include "jet/tools/repair.h"
+#include "jet/exec/executor.h"
 #include "sql_exec_support.h"
 
 namespace {

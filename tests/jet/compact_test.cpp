@@ -8,14 +8,14 @@
 #include <functional>
 #include <sstream>
 
-#include "jet/compact.h"
-#include "jet/diff.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_verify.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/tools/compact.h"
+#include "jet/tools/diff.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

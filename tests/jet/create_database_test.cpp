@@ -10,13 +10,13 @@
 #include <set>
 #include <tuple>
 
-#include "jet/catalog_write.h"
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/names.h"
-#include "jet/properties.h"
-#include "jet/verify.h"
+#include "jet/catalog/catalog_write.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/base/names.h"
+#include "jet/record/properties.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

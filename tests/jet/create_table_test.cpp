@@ -4,17 +4,17 @@
 
 #include <functional>
 
-#include "jet/catalog_write.h"
-#include "jet/create_database.h"
-#include "jet/create_table.h"
-#include "jet/error.h"
-#include "jet/index_cursor.h"
-#include "jet/index_row_key.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_verify.h"
-#include "jet/table_design.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
+#include "jet/catalog/catalog_write.h"
+#include "jet/db/create_database.h"
+#include "jet/db/create_table.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/btree/index_row_key.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/tools/index_verify.h"
+#include "jet/table/table_design.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

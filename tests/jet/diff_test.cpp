@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <functional>
 
-#include "jet/diff.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/properties.h"
-#include "jet/transaction.h"
-#include "jet/writable_database.h"
+#include "jet/tools/diff.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/record/properties.h"
+#include "jet/storage/transaction.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -8,9 +8,9 @@
 
 #include <algorithm>
 
-#include "jet/csv_export.h"
-#include "jet/data_page.h"
-#include "jet/database.h"
+#include "jet/tools/csv_export.h"
+#include "jet/record/data_page.h"
+#include "jet/db/database.h"
 #include "jet_test_support.h"
 
 namespace {

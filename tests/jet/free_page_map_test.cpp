@@ -6,13 +6,13 @@
 
 #include <fstream>
 
-#include "jet/compact.h"
-#include "jet/create_database.h"
-#include "jet/data_page_write.h"
-#include "jet/free_page_map.h"
-#include "jet/repair.h"
-#include "jet/transaction.h"
-#include "jet/usage_map_write.h"
+#include "jet/tools/compact.h"
+#include "jet/db/create_database.h"
+#include "jet/record/data_page_write.h"
+#include "jet/record/free_page_map.h"
+#include "jet/tools/repair.h"
+#include "jet/storage/transaction.h"
+#include "jet/record/usage_map_write.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
 

@@ -8,10 +8,10 @@
 #include <array>
 #include <random>
 
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/verify.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
 

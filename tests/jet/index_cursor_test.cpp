@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "index_test_pages.h"
-#include "jet/error.h"
-#include "jet/index_cursor.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_cursor.h"
 
 namespace {
 

@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/index_cursor.h"
-#include "jet/index_row_key.h"
-#include "jet/index_verify.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/btree/index_row_key.h"
+#include "jet/tools/index_verify.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <limits>
 #include <vector>
 
-#include "jet/error.h"
-#include "jet/index_key.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_key.h"
 
 namespace {
 

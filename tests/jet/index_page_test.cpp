@@ -4,8 +4,8 @@
 #include <random>
 
 #include "index_test_pages.h"
-#include "jet/error.h"
-#include "jet/index_page.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_page.h"
 
 namespace {
 

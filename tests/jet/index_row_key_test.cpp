@@ -1,9 +1,9 @@
 // Keys of rows and of seek values from table definitions and jet::Value values.
 #include <gtest/gtest.h>
 
-#include "jet/error.h"
-#include "jet/index_row_key.h"
-#include "jet/text_sort.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_row_key.h"
+#include "jet/base/text_sort.h"
 
 #include <functional>
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/index_page.h"
-#include "jet/pager.h"
+#include "jet/btree/index_page.h"
+#include "jet/storage/pager.h"
 
 namespace index_test {
 

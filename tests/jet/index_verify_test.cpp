@@ -7,11 +7,11 @@
 #include <fstream>
 #include <string>
 
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/index_cursor.h"
-#include "jet/index_page.h"
-#include "jet/index_verify.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/btree/index_page.h"
+#include "jet/tools/index_verify.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <fstream>
 
-#include "jet/database.h"
-#include "jet/table_design.h"
-#include "jet/writable_database.h"
+#include "jet/db/database.h"
+#include "jet/table/table_design.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -11,9 +11,9 @@
 
 #include <gtest/gtest.h>
 
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/verify.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/tools/verify.h"
 
 namespace jet_test {
 

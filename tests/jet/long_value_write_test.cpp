@@ -2,12 +2,12 @@
 // on that page, before the file grows (as Access leaves a freed long value: emptied).
 #include <gtest/gtest.h>
 
-#include "jet/create_database.h"
-#include "jet/data_page_write.h"
-#include "jet/long_value.h"
-#include "jet/long_value_write.h"
-#include "jet/transaction.h"
-#include "jet/writable_database.h"
+#include "jet/db/create_database.h"
+#include "jet/record/data_page_write.h"
+#include "jet/record/long_value.h"
+#include "jet/record/long_value_write.h"
+#include "jet/storage/transaction.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

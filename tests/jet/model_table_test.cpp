@@ -6,14 +6,14 @@
 #include <map>
 #include <random>
 
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/index_cursor.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_row_key.h"
-#include "jet/index_verify.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/btree/index_row_key.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

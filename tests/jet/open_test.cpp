@@ -5,8 +5,8 @@
 
 #include <cstring>
 #include <functional>
-#include "jet/database.h"
-#include "jet/error.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
 #include "jet_test_support.h"
 
 namespace {

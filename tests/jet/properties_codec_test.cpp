@@ -3,9 +3,9 @@
 
 #include <functional>
 
-#include "jet/error.h"
-#include "jet/properties.h"
-#include "jet/properties_codec.h"
+#include "jet/base/error.h"
+#include "jet/record/properties.h"
+#include "jet/record/properties_codec.h"
 #include "properties_oracle.h"
 
 namespace {

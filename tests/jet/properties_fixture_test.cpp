@@ -7,8 +7,8 @@
 #include <map>
 #include <set>
 
-#include "jet/error.h"
-#include "jet/properties.h"
+#include "jet/base/error.h"
+#include "jet/record/properties.h"
 #include "properties_oracle.h"
 
 namespace {

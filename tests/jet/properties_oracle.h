@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/database.h"
+#include "jet/db/database.h"
 
 namespace jet_oracle {
 

@@ -2,7 +2,7 @@
 // files: the same rows (mdbtools cannot read the Order column) and the same SQL.
 #include <gtest/gtest.h>
 
-#include "jet/query_sql.h"
+#include "jet/catalog/query_sql.h"
 #include "query_oracle.h"
 
 namespace {

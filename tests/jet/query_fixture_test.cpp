@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "jet/query_def.h"
-#include "jet/query_sql.h"
+#include "jet/catalog/query_def.h"
+#include "jet/catalog/query_sql.h"
 #include "query_oracle.h"
 
 namespace {

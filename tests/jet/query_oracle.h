@@ -5,8 +5,8 @@
 #include <map>
 #include <ostream>
 
-#include "jet/database.h"
-#include "jet/query_rows.h"
+#include "jet/db/database.h"
+#include "jet/catalog/query_rows.h"
 #include "properties_oracle.h"
 
 namespace jet {

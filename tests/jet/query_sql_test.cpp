@@ -4,9 +4,9 @@
 
 #include <functional>
 
-#include "jet/error.h"
-#include "jet/query_def.h"
-#include "jet/query_sql.h"
+#include "jet/base/error.h"
+#include "jet/catalog/query_def.h"
+#include "jet/catalog/query_sql.h"
 
 namespace {
 

@@ -6,14 +6,14 @@
 #include <algorithm>
 #include <functional>
 
-#include "jet/diff.h"
-#include "jet/error.h"
-#include "jet/query_rows.h"
-#include "jet/query_sql.h"
-#include "jet/query_write.h"
+#include "jet/tools/diff.h"
+#include "jet/base/error.h"
+#include "jet/catalog/query_rows.h"
+#include "jet/catalog/query_sql.h"
+#include "jet/ddl/query_write.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/printer.h"
-#include "jet/writable_database.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -8,10 +8,10 @@
 #include <set>
 
 #include "alter_table_support.h"
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/relationship_write.h"
-#include "jet/transaction.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/ddl/relationship_write.h"
+#include "jet/storage/transaction.h"
 
 namespace {
 

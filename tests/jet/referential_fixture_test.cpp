@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "alter_table_support.h"
-#include "jet/error.h"
+#include "jet/base/error.h"
 
 namespace {
 

@@ -7,13 +7,13 @@
 #include <filesystem>
 #include <functional>
 
-#include "jet/compact.h"
-#include "jet/diff.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/relationship_write.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/tools/compact.h"
+#include "jet/tools/diff.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/ddl/relationship_write.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

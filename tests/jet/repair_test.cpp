@@ -7,15 +7,15 @@
 #include <fstream>
 #include <functional>
 
-#include "jet/data_page.h"
-#include "jet/diff.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/repair.h"
-#include "jet/transaction.h"
-#include "jet/usage_map_write.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/record/data_page.h"
+#include "jet/tools/diff.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/tools/repair.h"
+#include "jet/storage/transaction.h"
+#include "jet/record/usage_map_write.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -2,11 +2,11 @@
 // older than the definition, moved rows, long values in all three storages, and damage.
 #include <gtest/gtest.h>
 
-#include "jet/error.h"
-#include "jet/long_value.h"
-#include "jet/memory_pager.h"
-#include "jet/row.h"
-#include "jet/table.h"
+#include "jet/base/error.h"
+#include "jet/record/long_value.h"
+#include "jet/storage/memory_pager.h"
+#include "jet/record/row.h"
+#include "jet/table/table.h"
 #include "page_builder.h"
 
 namespace {

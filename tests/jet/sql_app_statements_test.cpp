@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/printer.h"
 

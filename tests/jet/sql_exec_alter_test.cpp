@@ -6,8 +6,8 @@
 
 #include <optional>
 
-#include "jet/catalog.h"
-#include "jet/transaction.h"
+#include "jet/catalog/catalog.h"
+#include "jet/storage/transaction.h"
 #include "sql_exec_support.h"
 
 namespace {

@@ -4,8 +4,8 @@
 // wait for them.
 #include <gtest/gtest.h>
 
-#include "jet/create_database.h"
-#include "jet/verify.h"
+#include "jet/db/create_database.h"
+#include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
 namespace {

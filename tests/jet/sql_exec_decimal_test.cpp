@@ -5,8 +5,8 @@
 // 3349, leaving the table as it was. mdbtools reads back what was written.
 #include <gtest/gtest.h>
 
-#include "jet/decimal.h"
-#include "jet/error.h"
+#include "jet/base/decimal.h"
+#include "jet/base/error.h"
 #include "sql_exec_support.h"
 
 namespace {

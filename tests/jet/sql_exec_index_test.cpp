@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "jet/catalog.h"
+#include "jet/catalog/catalog.h"
 #include "sql_exec_support.h"
 
 namespace {

@@ -3,7 +3,7 @@
 // nothing: a refused row leaves the file as it was.
 #include <gtest/gtest.h>
 
-#include "jet/verify.h"
+#include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
 namespace {

@@ -3,7 +3,7 @@
 // cannot be converted are stored as Null, statements that cannot run at all still raise.
 #include <gtest/gtest.h>
 
-#include "jet/sql/executor.h"
+#include "jet/exec/executor.h"
 #include "sql_exec_support.h"
 
 namespace {

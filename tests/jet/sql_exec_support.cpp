@@ -5,8 +5,8 @@
 #include <iomanip>
 #include <sstream>
 
-#include "jet/index_maintain_hook.h"
-#include "jet/transaction.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/storage/transaction.h"
 
 namespace sql_exec_test {
 

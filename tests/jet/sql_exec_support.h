@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/sql/executor.h"
-#include "jet/writable_database.h"
+#include "jet/exec/executor.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace sql_exec_test {

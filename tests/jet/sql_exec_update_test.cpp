@@ -3,8 +3,8 @@
 // counts, conversions to the column types, refusals that change nothing, and transactions.
 #include <gtest/gtest.h>
 
-#include "jet/transaction.h"
-#include "jet/verify.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // offsets for error quoting, and characters Jet SQL does not use.
 #include <gtest/gtest.h>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "jet/sql/lexer.h"
 
 namespace {

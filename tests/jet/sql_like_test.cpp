@@ -1,7 +1,7 @@
 // LIKE patterns: wildcards, digit class, sets, negated sets, ranges, literal brackets, case.
 #include <gtest/gtest.h>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "jet/sql/like.h"
 
 namespace {

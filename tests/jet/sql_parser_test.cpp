@@ -2,7 +2,7 @@
 // shapes, syntax errors with Jet's numbers and French texts, and printing back.
 #include <gtest/gtest.h>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/printer.h"
 #include "jet/sql/sql_error.h"

@@ -7,11 +7,11 @@
 #include <map>
 #include <string>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "jet/sql/evaluator.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/text_util.h"
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace sqltest {
 

@@ -2,7 +2,7 @@
 // columns leave), definitions over several pages, real and logical indexes.
 #include <gtest/gtest.h>
 
-#include "jet/database.h"
+#include "jet/db/database.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Stored text: UTF-16LE and the compressed form.
 #include <gtest/gtest.h>
 
-#include "jet/text_codec.h"
+#include "jet/base/text_codec.h"
 
 namespace {
 

@@ -9,18 +9,18 @@
 #include <string>
 #include <vector>
 
-#include "jet/btree_build.h"
-#include "jet/btree_write.h"
-#include "jet/btree_write_overlay.h"
-#include "jet/compact.h"
-#include "jet/index_cursor.h"
-#include "jet/index_key.h"
-#include "jet/index_row_key.h"
-#include "jet/index_verify.h"
-#include "jet/repair.h"
-#include "jet/text_sort.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
+#include "jet/table/btree_build.h"
+#include "jet/btree/btree_write.h"
+#include "jet/btree/btree_write_overlay.h"
+#include "jet/tools/compact.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/btree/index_key.h"
+#include "jet/btree/index_row_key.h"
+#include "jet/tools/index_verify.h"
+#include "jet/tools/repair.h"
+#include "jet/base/text_sort.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "jet/database.h"
-#include "jet/index_cursor.h"
-#include "jet/index_key.h"
-#include "jet/text_sort.h"
+#include "jet/db/database.h"
+#include "jet/btree/index_cursor.h"
+#include "jet/btree/index_key.h"
+#include "jet/base/text_sort.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "jet/error.h"
-#include "jet/index_key.h"
-#include "jet/text_sort.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_key.h"
+#include "jet/base/text_sort.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The value type: exact accessors, numeric conversions and textual forms.
 #include <gtest/gtest.h>
 
-#include "jet/error.h"
-#include "jet/value.h"
+#include "jet/base/error.h"
+#include "jet/base/value.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
 // a copy is reported, naming where it is, without the check itself failing.
 #include <gtest/gtest.h>
 
-#include "jet/data_page.h"
-#include "jet/database.h"
-#include "jet/index_verify.h"
-#include "jet/transaction.h"
-#include "jet/usage_map_write.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/record/data_page.h"
+#include "jet/db/database.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/transaction.h"
+#include "jet/record/usage_map_write.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
 

@@ -5,12 +5,12 @@
 
 #include <functional>
 
-#include "jet/catalog_write.h"
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
+#include "jet/catalog/catalog_write.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

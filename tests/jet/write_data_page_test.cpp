@@ -4,13 +4,13 @@
 
 #include <random>
 
-#include "jet/data_page.h"
-#include "jet/data_page_write.h"
-#include "jet/error.h"
-#include "jet/memory_pager.h"
-#include "jet/overlay_pager.h"
-#include "jet/transaction.h"
-#include "jet/usage_map_write.h"
+#include "jet/record/data_page.h"
+#include "jet/record/data_page_write.h"
+#include "jet/base/error.h"
+#include "jet/storage/memory_pager.h"
+#include "jet/storage/overlay_pager.h"
+#include "jet/storage/transaction.h"
+#include "jet/record/usage_map_write.h"
 
 namespace {
 

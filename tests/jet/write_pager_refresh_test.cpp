@@ -2,10 +2,11 @@
 // length follow the file), so committed pages are not kept in memory by the overlay.
 #include <gtest/gtest.h>
 
-#include "jet/create_database.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/transaction.h"
-#include "jet/writable_file.h"
+#include "jet/db/create_database.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/storage/database_file.h"
+#include "jet/storage/transaction.h"
+#include "jet/storage/writable_file.h"
 #include "jet_test_support.h"
 
 namespace {
@@ -13,9 +14,10 @@ namespace {
 TEST(WritePagerRefresh, FilePagerForgetsWrittenPagesAndLearnsTheNewLength) {
   jet_test::ScratchDir dir;
   const std::string path = dir.write("p.bin", std::vector<std::uint8_t>(4096 * 3, 0x11));
-  jet::FilePager pager(path, 4096, jet::OpenMode::Shared);
+  const os::Services& services = os::system_services();
+  jet::FilePager pager(jet::open_database_file(services, path, jet::OpenMode::Exclusive, true), path, 4096, services);
   EXPECT_EQ(pager.read(1).view().u8(0), 0x11);  // now cached
-  jet::FileSink sink(path);
+  jet::FileSink sink(pager.file(), path, services);
   std::map<jet::PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>> pages;
   pages[1] = std::make_shared<const std::vector<std::uint8_t>>(4096, 0x22);
   pages[4] = std::make_shared<const std::vector<std::uint8_t>>(4096, 0x44);

@@ -10,14 +10,14 @@
 #include <functional>
 #include <stdexcept>
 
-#include "jet/error.h"
-#include "jet/memory_pager.h"
-#include "jet/overlay_pager.h"
-#include "jet/page_allocator.h"
-#include "jet/transaction.h"
-#include "jet/usage_map_write.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/base/error.h"
+#include "jet/storage/memory_pager.h"
+#include "jet/storage/overlay_pager.h"
+#include "jet/record/page_allocator.h"
+#include "jet/storage/transaction.h"
+#include "jet/record/usage_map_write.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

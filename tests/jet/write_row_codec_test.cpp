@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/memory_pager.h"
-#include "jet/row_encode.h"
-#include "jet/text_codec.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/storage/memory_pager.h"
+#include "jet/record/row_encode.h"
+#include "jet/base/text_codec.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <functional>
 
-#include "jet/data_page.h"
-#include "jet/error.h"
-#include "jet/row.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/record/data_page.h"
+#include "jet/base/error.h"
+#include "jet/record/row.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

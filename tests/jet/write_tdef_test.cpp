@@ -5,15 +5,15 @@
 
 #include <algorithm>
 
-#include "jet/create_database.h"
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/memory_pager.h"
-#include "jet/tdef_encode.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
-#include "jet/writable_database.h"
+#include "jet/db/create_database.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/memory_pager.h"
+#include "jet/record/tdef_encode.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
+#include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
 namespace {

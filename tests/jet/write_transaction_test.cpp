@@ -7,12 +7,12 @@
 
 #include <functional>
 
-#include "jet/create_database.h"
-#include "jet/error.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/index_verify.h"
-#include "jet/transaction.h"
-#include "jet/verify.h"
+#include "jet/db/create_database.h"
+#include "jet/base/error.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/tools/index_verify.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -5,11 +5,11 @@
 
 #include <functional>
 
-#include "jet/create_database.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/transaction.h"
-#include "jet/usage_map_write.h"
-#include "jet/verify.h"
+#include "jet/db/create_database.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/storage/transaction.h"
+#include "jet/record/usage_map_write.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
 namespace {

@@ -2,22 +2,22 @@
 #include <gtest/gtest.h>
 
 #include "launcher/configuration.h"
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 
 namespace launcher {
 namespace {
 
 TEST(Configuration, WholeFolderComparedWithoutRegardToCase) {
-  EXPECT_EQ(DetectConfiguration("C:\\QuelisEcole\\").type, kConfigurationEcole);
+  EXPECT_EQ(DetectConfiguration("C:\\QuelisEcole\\").type, pipeline::kConfigurationEcole);
   EXPECT_EQ(DetectConfiguration("c:\\quelisecole\\").label, "Configuration ECOLE");
-  EXPECT_EQ(DetectConfiguration("g:\\Quelis\\").type, kConfigurationReseau);
+  EXPECT_EQ(DetectConfiguration("g:\\Quelis\\").type, pipeline::kConfigurationReseau);
   EXPECT_EQ(DetectConfiguration("G:\\QUELIS\\").label, "Configuration NPX-CDIF");
   EXPECT_TRUE(DetectConfiguration("C:\\Quelis\\").known);
   for (const char* other : {"C:\\QUELIS", "C:\\QUELIS\\Outils\\", "C:\\QUELISECOLE2\\", "G:\\QUELIS\\X\\",
                             "H:\\QUELIS\\", "\\\\serveur\\QUELIS\\", ""}) {
     SCOPED_TRACE(other);
     const Configuration c = DetectConfiguration(other);
-    EXPECT_EQ(c.type, kConfigurationPortable);
+    EXPECT_EQ(c.type, pipeline::kConfigurationPortable);
     EXPECT_EQ(c.label, "Configuration PORTABLE");
     EXPECT_FALSE(c.known);
   }

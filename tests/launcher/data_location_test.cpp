@@ -107,7 +107,7 @@ TEST_F(LauncherTest, IniReaderLeavesTheLocationAloneOnRefusalAndIgnoresTheNetwor
   ini("C/QUELIS", "D:\\Quelis\\Donnees\\");
   EXPECT_TRUE(form().LitCheminIni(state().FichierIni));
   EXPECT_EQ(form().CheminDonnees, "D:\\Quelis\\Donnees\\");
-  state().TypeConfiguration = kConfigurationReseau;
+  state().TypeConfiguration = pipeline::kConfigurationReseau;
   form().CheminDonnees = "inchangé";
   EXPECT_TRUE(form().LitCheminIni(state().FichierIni));
   EXPECT_EQ(form().CheminDonnees, "inchangé");

@@ -134,7 +134,7 @@ struct TraitementScripte {
 
 class FrmAttenteScriptee : public pipeline::FrmAttente {
  public:
-  FrmAttenteScriptee(platform::Environment& env, ui::Desktop& desktop, const ProgramState& state,
+  FrmAttenteScriptee(platform::Environment& env, ui::Desktop& desktop, const pipeline::ProgramState& state,
                      platform::dao::DBEngine& moteur, TraitementScripte& script)
       : pipeline::FrmAttente(env, desktop, state, moteur), script_(&script) {}
   void Traitement() override {
@@ -216,7 +216,7 @@ class LauncherTest : public ::testing::Test {
   }
 
   FrmParam& form() { return program_->frmParam(); }
-  ProgramState& state() { return program_->state(); }
+  pipeline::ProgramState& state() { return program_->state(); }
   platform::RecordingLauncher& launcher() {
     return dynamic_cast<platform::RecordingLauncher&>(env_->launcher());
   }

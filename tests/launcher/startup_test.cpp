@@ -30,13 +30,13 @@ TEST_F(LauncherTest, PortableSilentRunWritesHeaderThenEndLine) {
 TEST_F(LauncherTest, ProgramWideValuesComeFromFolderAndVersionResource) {
   folder("C/QUELIS");
   start("C:\\QUELIS");
-  const ProgramState& s = state();
+  const pipeline::ProgramState& s = state();
   EXPECT_EQ(s.VersionComplete, "4.4.0.3");
   EXPECT_EQ(s.VersionCourte, "4.4.0");
   EXPECT_EQ(s.TitreMessage, "QUELIS - mise à jour 4.4.0");
   EXPECT_EQ(s.CheminAppli, "C:\\QUELIS\\");
   EXPECT_EQ(s.FichierIni, "C:\\QUELIS\\Quelis.ini");
-  EXPECT_EQ(s.TypeConfiguration, kConfigurationPortable);
+  EXPECT_EQ(s.TypeConfiguration, pipeline::kConfigurationPortable);
   EXPECT_FALSE(s.ModeInteractif);
   EXPECT_EQ(form().lblVersion.caption(), "Version 4.4.0");
   EXPECT_EQ(form().LblConfiguration.caption(), "Configuration PORTABLE");
@@ -51,10 +51,10 @@ TEST_F(LauncherTest, EachProgramFolderGivesItsConfiguration) {
     const char* cheminAppli;
   };
   const Case cases[] = {
-      {"C:\\QUELISECOLE", "C/QUELISECOLE", kConfigurationEcole, "Configuration ECOLE", "C:\\QUELISECOLE\\"},
-      {"c:\\quelis", "C/QUELIS", kConfigurationPortable, "Configuration PORTABLE", "c:\\quelis\\"},
-      {"D:\\QUELIS\\", "D/QUELIS", kConfigurationPortable, "Configuration PORTABLE", "D:\\QUELIS\\"},
-      {"C:\\QUELIS\\Outils", "C/QUELIS/Outils", kConfigurationPortable, "Configuration PORTABLE",
+      {"C:\\QUELISECOLE", "C/QUELISECOLE", pipeline::kConfigurationEcole, "Configuration ECOLE", "C:\\QUELISECOLE\\"},
+      {"c:\\quelis", "C/QUELIS", pipeline::kConfigurationPortable, "Configuration PORTABLE", "c:\\quelis\\"},
+      {"D:\\QUELIS\\", "D/QUELIS", pipeline::kConfigurationPortable, "Configuration PORTABLE", "D:\\QUELIS\\"},
+      {"C:\\QUELIS\\Outils", "C/QUELIS/Outils", pipeline::kConfigurationPortable, "Configuration PORTABLE",
        "C:\\QUELIS\\Outils\\"},
   };
   for (const Case& c : cases) {
@@ -79,7 +79,7 @@ TEST_F(LauncherTest, UnknownFolderWarnsTheOperatorAndRunsAsPortable) {
   EXPECT_EQ(boxes.shown()[0].title, "QUELIS - mise à jour 4.4.0");
   EXPECT_EQ(boxes.shown()[0].text,
             "Configuration de QUELIS inconnue\r\n\r\nRisque de dysfonctionnement !");
-  EXPECT_EQ(state().TypeConfiguration, kConfigurationPortable);
+  EXPECT_EQ(state().TypeConfiguration, pipeline::kConfigurationPortable);
   EXPECT_EQ(form().LblConfiguration.caption(), "Configuration PORTABLE");
   // Known folders do not warn, even with an operator present.
   folder("C/QUELIS");
@@ -91,7 +91,7 @@ TEST_F(LauncherTest, NetworkRunLogsInTheNetworkFolderCreatingItOneLevelDeep) {
   folder("G/QUELIS");
   folder("H/NPX/LOG");
   start("G:\\QUELIS");
-  EXPECT_EQ(state().TypeConfiguration, kConfigurationReseau);
+  EXPECT_EQ(state().TypeConfiguration, pipeline::kConfigurationReseau);
   EXPECT_EQ(form().DossierLog, "H:\\NPX\\LOG\\Quelis\\");
   EXPECT_EQ(form().FichierLog, "H:\\NPX\\LOG\\Quelis\\" + kLogName);
   // The network never defines its location: no INI write, no folder.
@@ -210,7 +210,7 @@ TEST_F(LauncherTest, CommandLineReaderKeepsOnlyASingleWord) {
     info.Command = command;
     auto env = platform::Environment::ForTests(fs::temp_directory_path(), kNow, info);
     ui::Desktop desktop(boxes);
-    ProgramState s;
+    pipeline::ProgramState s;
     FrmParam f(env, desktop, s);
     EXPECT_EQ(f.LitArgument(), expected);
   }

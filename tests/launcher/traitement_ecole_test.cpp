@@ -13,7 +13,7 @@ const std::string kJournalEcole = kLocalEcole + "Bases/QuelisBase_4.4.0_20130115
 class TraitementEcoleTest : public PipelineTest {
  protected:
   TraitementEcoleTest() {
-    state.TypeConfiguration = launcher::kConfigurationEcole;
+    state.TypeConfiguration = pipeline::kConfigurationEcole;
     state.CheminAppli = "C:\\QUELISECOLE\\";
     fs::create_directories(local(kLocalEcole + "Bases"));
     echantillon::CreeBaseEcole(*moteur, "C:\\QUELISECOLE\\QuelisEcoleTorvandes_4.4.0.mdb", echantillon::SiteTorvandes(), 6);

@@ -2,9 +2,9 @@
 // with the launcher tests, which link it.)
 // Traitement on real databases: the update branch from the version gate to the replacement
 // of the live file, its refusals, and what each outcome leaves on disk.
-#include "jet/database.h"
-#include "jet/index_verify.h"
-#include "jet/verify.h"
+#include "jet/db/database.h"
+#include "jet/tools/index_verify.h"
+#include "jet/tools/verify.h"
 #include "pipeline/pipeline_fixture.h"
 
 namespace {

@@ -48,7 +48,7 @@ TEST_F(FrmAttenteTest, ErrorReportShowsApplicationErrorsByTheirOwnNumber) {
 }
 
 TEST_F(FrmAttenteTest, UnknownSchoolSiteFailsBeforeAnyFileOperation) {
-  state.TypeConfiguration = launcher::kConfigurationEcole;
+  state.TypeConfiguration = pipeline::kConfigurationEcole;
   state.ChoixBaseEcole = 0;
   write(kBasesLocal + "Quelis.mdb", "base intacte");
   write(kBasesLocal + "QuelMaj.mdb", "reste");

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 #include "sample/sample_databases.h"
 #include "pipeline/frm_attente.h"
 #include "platform/codepage.h"
@@ -73,7 +73,7 @@ class PipelineTest : public ::testing::Test {
     state.VersionComplete = "4.4.0.3";
     state.TitreMessage = "QUELIS - mise à jour 4.4.0";
     state.CheminAppli = "C:\\QUELIS\\";
-    state.TypeConfiguration = launcher::kConfigurationPortable;
+    state.TypeConfiguration = pipeline::kConfigurationPortable;
   }
   ~PipelineTest() override {
     std::error_code ignored;
@@ -129,7 +129,7 @@ class PipelineTest : public ::testing::Test {
   std::unique_ptr<platform::Environment> env;
   std::unique_ptr<ui::Desktop> desktop;
   std::unique_ptr<dao::DBEngine> moteur;
-  launcher::ProgramState state;
+  pipeline::ProgramState state;
 };
 
 }  // namespace pipeline_test

@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "dao_test_support.h"
-#include "jet/create_database.h"
-#include "jet/database.h"
+#include "jet/db/create_database.h"
+#include "jet/db/database.h"
 
 namespace {
 

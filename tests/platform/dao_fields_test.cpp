@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "dao_test_support.h"
-#include "jet/catalog.h"
-#include "jet/database.h"
+#include "jet/catalog/catalog.h"
+#include "jet/db/database.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <limits>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "platform/program.h"
 #include "platform_test_support.h"
 

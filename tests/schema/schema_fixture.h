@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "jet/create_database.h"
+#include "jet/db/create_database.h"
 #include "platform/dao/dao.h"
 #include "platform/platform_test_support.h"
 #include "schema/outils_schema.h"

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/alter_column.h"
-#include "jet/error.h"
-#include "jet/names.h"
+#include "jet/ddl/alter_column.h"
+#include "jet/base/error.h"
+#include "jet/base/names.h"
 
 namespace jet_tool {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/alter_column.h"
+#include "jet/ddl/alter_column.h"
 
 namespace jet_tool {
 namespace {

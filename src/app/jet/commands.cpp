@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <map>
 
-#include "jet/csv_export.h"
-#include "jet/database.h"
-#include "jet/error.h"
-#include "jet/index_verify.h"
-#include "jet/query_rows.h"
-#include "jet/query_sql.h"
-#include "jet/verify.h"
+#include "jet/tools/csv_export.h"
+#include "jet/db/database.h"
+#include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
+#include "jet/catalog/query_rows.h"
+#include "jet/catalog/query_sql.h"
+#include "jet/tools/verify.h"
 
 namespace jet_tool {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/compact.h"
+#include "jet/tools/compact.h"
 
 namespace jet_tool {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "app/jet/command_registry.h"
-#include "jet/create_database.h"
+#include "jet/db/create_database.h"
 
 namespace jet_tool {
 namespace {

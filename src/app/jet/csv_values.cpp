@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "jet/sql/datetime.h"
 
 namespace jet_tool {

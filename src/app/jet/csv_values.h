@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <string>
 
-#include "jet/table_def.h"
-#include "jet/value.h"
+#include "jet/record/table_def.h"
+#include "jet/base/value.h"
 
 namespace jet_tool {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/diff.h"
+#include "jet/tools/diff.h"
 
 namespace jet_tool {
 namespace {

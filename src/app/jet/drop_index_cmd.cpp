@@ -3,7 +3,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/alter_index.h"
+#include "jet/ddl/alter_index.h"
 
 namespace jet_tool {
 namespace {

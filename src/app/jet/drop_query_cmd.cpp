@@ -3,7 +3,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/query_write.h"
+#include "jet/ddl/query_write.h"
 
 namespace jet_tool {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/relationship_write.h"
+#include "jet/ddl/relationship_write.h"
 
 namespace jet_tool {
 namespace {

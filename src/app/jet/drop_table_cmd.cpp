@@ -3,7 +3,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/alter_table.h"
+#include "jet/ddl/alter_table.h"
 
 namespace jet_tool {
 namespace {

@@ -13,10 +13,10 @@
 
 #include "app/jet/command_registry.h"
 #include "app/jet/csv_values.h"
-#include "jet/error.h"
-#include "jet/names.h"
-#include "jet/transaction.h"
-#include "jet/writable_database.h"
+#include "jet/base/error.h"
+#include "jet/base/names.h"
+#include "jet/storage/transaction.h"
+#include "jet/db/writable_database.h"
 
 namespace jet_tool {
 namespace {

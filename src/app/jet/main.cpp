@@ -5,7 +5,7 @@
 
 #include "command_registry.h"
 #include "commands.h"
-#include "jet/error.h"
+#include "jet/base/error.h"
 
 namespace jet_tool {
 std::vector<CommandSetup>& registered_commands() {

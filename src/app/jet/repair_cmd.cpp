@@ -4,7 +4,7 @@
 #include <string>
 
 #include "command_registry.h"
-#include "jet/repair.h"
+#include "jet/tools/repair.h"
 
 namespace jet_tool {
 namespace {

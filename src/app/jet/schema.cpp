@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "commands.h"
-#include "jet/database.h"
+#include "jet/db/database.h"
 
 namespace jet_tool {
 namespace {

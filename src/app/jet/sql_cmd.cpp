@@ -10,11 +10,11 @@
 #include <variant>
 
 #include "command_registry.h"
-#include "jet/csv_export.h"
-#include "jet/database.h"
-#include "jet/sql/executor.h"
+#include "jet/tools/csv_export.h"
+#include "jet/db/database.h"
+#include "jet/exec/executor.h"
 #include "jet/sql/parser.h"
-#include "jet/writable_database.h"
+#include "jet/db/writable_database.h"
 
 namespace jet_tool {
 namespace {

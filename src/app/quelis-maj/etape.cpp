@@ -5,7 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "launcher/program_state.h"
+#include "pipeline/program_state.h"
 #include "pipeline/frm_attente.h"
 #include "platform/dao/dao.h"
 #include "platform/environment.h"
@@ -99,12 +99,12 @@ int Lance(const std::string& workstation, const std::string& base, const std::st
     return 3;
   }
 
-  launcher::ProgramState etat;
+  pipeline::ProgramState etat;
   etat.VersionComplete = "4.4.0.3";
   etat.VersionCourte = "4.4.0";
   etat.TitreMessage = "QUELIS - mise à jour 4.4.0";
   etat.CheminAppli = "C:\\QUELIS\\";
-  etat.TypeConfiguration = launcher::kConfigurationPortable;
+  etat.TypeConfiguration = pipeline::kConfigurationPortable;
 
   platform::ui::DefaultButtonAnswers entree;
   platform::ui::Desktop bureau(entree);

@@ -1,8 +1,6 @@
 #include "jet/sql/evaluator.h"
 
-#include <chrono>
 #include <cmath>
-#include <ctime>
 #include <cstdlib>
 
 #include "jet/sql/datetime.h"
@@ -12,15 +10,13 @@
 #include "jet/sql/text_util.h"
 #include "jet/sql/value_ops.h"
 #include "jet/sql/vb_convert.h"
+#include "os/services.h"
 
 namespace jet::sql {
 
 double local_now() {
-  std::time_t t = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&t, &local);
-  return combine_date_time(date_serial(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday),
-                           time_serial(local.tm_hour, local.tm_min, local.tm_sec));
+  const os::LocalTime t = os::system_services().clock->now();
+  return combine_date_time(date_serial(t.year, t.month, t.day), time_serial(t.hour, t.minute, t.second));
 }
 
 bool is_aggregate_function(std::string_view name) {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "jet/sql/ast.h"
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace jet::sql {
 
@@ -53,7 +53,8 @@ std::vector<ColumnRef> referenced_columns(const Statement& statement);
 
 bool is_aggregate_function(std::string_view name);
 
-// The local clock as a date serial.
+// The machine's local date and time as a date serial, for expressions evaluated outside any
+// database (an executor gives its database's clock).
 double local_now();
 
 }  // namespace jet::sql

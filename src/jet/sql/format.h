@@ -8,7 +8,7 @@
 
 #include <string_view>
 
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace jet::sql {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "jet/sql/ast.h"
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace jet::sql {
 

@@ -1,5 +1,5 @@
 #include "jet/sql/text_compare.h"
-#include "jet/text_codec.h"
+#include "jet/base/text_codec.h"
 
 #include <unicode/coll.h>
 #include <unicode/locid.h>
@@ -8,8 +8,8 @@
 
 #include <memory>
 
-#include "jet/error.h"
-#include "jet/text_sort.h"
+#include "jet/base/error.h"
+#include "jet/base/text_sort.h"
 
 namespace jet::sql {
 namespace {

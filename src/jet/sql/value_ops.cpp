@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "jet/decimal.h"
+#include "jet/base/decimal.h"
 #include "jet/sql/datetime.h"
 #include "jet/sql/sql_error.h"
 #include "jet/sql/text_compare.h"

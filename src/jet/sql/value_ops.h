@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "jet/sql/ast.h"
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace jet::sql {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace jet::sql {
 

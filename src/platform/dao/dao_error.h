@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "jet/error.h"
+#include "jet/base/error.h"
 #include "platform/error.h"
 
 namespace platform::dao {

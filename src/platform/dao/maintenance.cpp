@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <system_error>
 
-#include "jet/compact.h"
-#include "jet/repair.h"
+#include "jet/tools/compact.h"
+#include "jet/tools/repair.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/state.h"
 

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "jet/row.h"
-#include "jet/table_def.h"
-#include "jet/usage_map.h"
+#include "jet/record/row.h"
+#include "jet/record/table_def.h"
+#include "jet/record/usage_map.h"
 #include "platform/dao/field_impl.h"
 #include "platform/dao/state.h"
 

@@ -1,8 +1,8 @@
 // Opening record sets: choosing the kind, binding the fields, collecting the records.
 #include <cctype>
 
-#include "jet/query_sql.h"
-#include "jet/query_rows.h"
+#include "jet/catalog/query_sql.h"
+#include "jet/catalog/query_rows.h"
 #include "jet/sql/parser.h"
 #include "jet/sql/evaluator.h"
 #include "platform/dao/constants.h"

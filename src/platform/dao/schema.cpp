@@ -66,7 +66,6 @@ void Index::SetIgnoreNulls(bool ignore) { impl_->checkChangeable(); impl_->ignor
 bool Index::Required() const { impl_->checkAlive(); return impl_->required || impl_->primary; }
 void Index::SetRequired(bool required) { impl_->checkChangeable(); impl_->required = required; }
 bool Index::Foreign() const { impl_->checkAlive(); return impl_->foreign; }
-bool Index::Clustered() const { impl_->checkAlive(); return false; }
 
 Collection<Field> Index::Fields() const {
   impl_->checkAlive();

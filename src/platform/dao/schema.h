@@ -42,7 +42,6 @@ class Index {
   bool Required() const;
   void SetRequired(bool required);
   bool Foreign() const;  // made by a relationship
-  bool Clustered() const;
   // Index fields, in key order; ForeignName is unused here, Attributes holds dbDescending.
   Collection<Field> Fields() const;
   Field CreateField(std::string_view name);

@@ -150,7 +150,6 @@ jet::sql::DatabaseOpener workstationOpener(const platform::Workstation& workstat
     try {
       jet::OpenOptions options;
       options.exclusive = false;
-      options.read_only = true;
       return jet::Database::open(resolved.local.string(), options);
     } catch (const jet::Error& e) {
       rethrowWithPath(e, path);
@@ -171,7 +170,6 @@ std::shared_ptr<DatabaseImpl> openDatabase(const std::shared_ptr<WorkspaceImpl>&
       if (readOnly) {
         jet::OpenOptions options;
         options.exclusive = exclusive;
-        options.read_only = true;
         db->reader = jet::Database::open(resolved.local.string(), options);
       } else {
         // The engine writes only to files it holds alone: a shared open is exclusive too.

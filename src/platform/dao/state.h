@@ -13,13 +13,13 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/catalog.h"
-#include "jet/database.h"
-#include "jet/index_maintain_hook.h"
-#include "jet/sql/executor.h"
-#include "jet/table.h"
-#include "jet/table_writer.h"
-#include "jet/writable_database.h"
+#include "jet/catalog/catalog.h"
+#include "jet/db/database.h"
+#include "jet/table/index_maintain_hook.h"
+#include "jet/exec/executor.h"
+#include "jet/table/table.h"
+#include "jet/table/table_writer.h"
+#include "jet/db/writable_database.h"
 #include "platform/filelock.h"
 #include "platform/workstation.h"
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "jet/value.h"
+#include "jet/base/value.h"
 
 namespace platform::dao {
 

@@ -1,0 +1,210 @@
+// Builds general-order text keys. A key is made of up to four runs, each ranked after the one
+// before: the primary bytes of every character (then 0x01), the accent codes by character
+// position (only when some character has one), then, after two more 0x01 bytes when the text
+// holds kana or hidden characters, the kana size marks and the positional codes of hidden
+// characters such as hyphens and apostrophes (introduced by one more 0x01).
+#include "jet/base/text_sort.h"
+
+#include <iterator>
+#include <span>
+#include <string>
+
+#include "jet/base/error.h"
+#include "jet/base/text_sort_table.h"
+
+namespace jet {
+namespace {
+
+using text_sort_detail::CharCode;
+using text_sort_detail::CharKind;
+using text_sort_detail::find_char_code;
+
+constexpr std::uint8_t kEndOfPrimary = 0x01;
+constexpr std::uint8_t kEndOfKey = 0x00;
+constexpr std::uint8_t kNoAccent = 0x02;      // accent slot of a character without accent
+constexpr std::uint8_t kHiddenMarker = 0x06;  // between a hidden character's position and code
+constexpr unsigned kHiddenBase = 7;           // position code = (7 + 4 * position) | 0x8000
+constexpr unsigned kHiddenStep = 4;
+constexpr unsigned kHiddenFlag = 0x8000;
+constexpr std::uint8_t kFullSizeKana = 0x03;
+constexpr std::uint8_t kKanaMarkPrefix = 0x80;
+constexpr std::uint8_t kKanaMarksEnd[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
+constexpr std::uint8_t kKanaThenHidden = 0xFF;  // between the kana marks and a hidden run
+
+[[noreturn]] void unsupported(std::string_view text) {
+  throw Error(ErrorCode::UnsupportedKeyCharacter, text);
+}
+
+// Decodes UTF-8 into UTF-16 code units (Jet stores and indexes text as UTF-16).
+std::u16string to_utf16(std::string_view s) {
+  std::u16string out;
+  out.reserve(s.size());
+  std::size_t i = 0;
+  while (i < s.size()) {
+    const auto b0 = static_cast<unsigned char>(s[i]);
+    char32_t cp;
+    std::size_t len;
+    if (b0 < 0x80) {
+      cp = b0;
+      len = 1;
+    } else if ((b0 & 0xE0) == 0xC0) {
+      cp = b0 & 0x1F;
+      len = 2;
+    } else if ((b0 & 0xF0) == 0xE0) {
+      cp = b0 & 0x0F;
+      len = 3;
+    } else if ((b0 & 0xF8) == 0xF0) {
+      cp = b0 & 0x07;
+      len = 4;
+    } else {
+      unsupported(s);
+    }
+    if (i + len > s.size()) unsupported(s);
+    for (std::size_t k = 1; k < len; ++k) {
+      const auto b = static_cast<unsigned char>(s[i + k]);
+      if ((b & 0xC0) != 0x80) unsupported(s);
+      cp = (cp << 6) | (b & 0x3F);
+    }
+    static constexpr char32_t kMinForLength[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (cp < kMinForLength[len] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+      unsupported(s);
+    }
+    if (cp >= 0x10000) {
+      cp -= 0x10000;
+      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(cp));
+    }
+    i += len;
+  }
+  return out;
+}
+
+// Kana size marks, three 2-bit marks to a byte under a 0x80 prefix; trailing full-size marks
+// say nothing and are dropped. The closing bytes are written even when no mark is left.
+void append_kana_marks(std::vector<std::uint8_t> marks, std::vector<std::uint8_t>& out) {
+  while (!marks.empty() && marks.back() == kFullSizeKana) marks.pop_back();
+  for (std::size_t i = 0; i < marks.size(); i += 3) {
+    std::uint8_t byte = kKanaMarkPrefix;
+    for (std::size_t k = 0; k < 3 && i + k < marks.size(); ++k) {
+      byte = static_cast<std::uint8_t>(byte | (marks[i + k] << (2 * (2 - k))));
+    }
+    out.push_back(byte);
+  }
+  out.insert(out.end(), std::begin(kKanaMarksEnd), std::end(kKanaMarksEnd));
+}
+
+// Accent codes by character position; positions before the last accented one that carry no
+// accent hold kNoAccent, trailing ones are dropped.
+struct AccentRun {
+  bool started = false;
+  std::vector<std::uint8_t> bytes;
+  std::size_t positions = 0;  // character positions covered by `bytes`
+  std::size_t lead = 0;       // a modifier met before any accent code stands alone first
+
+  void pad_to(std::size_t position) {
+    started = true;
+    while (positions < position) {
+      bytes.push_back(kNoAccent);
+      ++positions;
+    }
+  }
+};
+
+}  // namespace
+
+bool general_text_key_known(char32_t c) { return find_char_code(c).has_value(); }
+
+void append_general_text_key(std::string_view utf8_text, bool ascending,
+                             std::vector<std::uint8_t>& out) {
+  std::u16string text = to_utf16(utf8_text);
+  if (text.size() > kMaxIndexedTextUnits) text.resize(kMaxIndexedTextUnits);
+  while (!text.empty() && text.back() == u' ') text.pop_back();
+
+  const std::size_t start = out.size();
+  AccentRun accents;
+  std::vector<std::uint8_t> hidden;
+  std::vector<std::uint8_t> kana_marks;  // one per kana, in text order
+  std::size_t position = 0;  // characters that produced primary bytes so far
+
+  for (char16_t unit : text) {
+    const auto code = find_char_code(unit);
+    if (!code) unsupported(utf8_text);
+    const auto primary = std::span(code->primary).first(code->primary_size);
+    const auto extra = std::span(code->extra).first(code->extra_size);
+    switch (code->kind) {
+      case CharKind::Unknown:
+      case CharKind::Ignored:
+        break;
+      case CharKind::Plain:
+        out.insert(out.end(), primary.begin(), primary.end());
+        ++position;
+        break;
+      case CharKind::Accented:
+      case CharKind::Kana:
+        out.insert(out.end(), primary.begin(), primary.end());
+        if (!extra.empty()) {
+          accents.pad_to(position);
+          accents.bytes.insert(accents.bytes.end(), extra.begin(), extra.end());
+          accents.positions = position + 1;
+        }
+        if (code->kind == CharKind::Kana) kana_marks.push_back(code->kana_mark);
+        ++position;
+        break;
+      case CharKind::Modifier: {
+        accents.pad_to(position);
+        const std::uint8_t addend = extra.empty() ? 0 : extra[0];
+        if (accents.bytes.empty()) {
+          accents.bytes.push_back(addend);
+          accents.lead = 1;
+        } else {
+          accents.bytes.back() = static_cast<std::uint8_t>(accents.bytes.back() + addend);
+        }
+        break;
+      }
+      case CharKind::Hidden: {
+        // The position counts accent bytes already laid down, as Access computes it.
+        const std::size_t at = accents.started
+                                   ? accents.bytes.size() + (position - accents.positions) -
+                                         accents.lead
+                                   : position;
+        const unsigned mark = static_cast<unsigned>(kHiddenBase + kHiddenStep * at) | kHiddenFlag;
+        hidden.push_back(static_cast<std::uint8_t>((mark >> 8) & 0xFF));
+        hidden.push_back(static_cast<std::uint8_t>(mark & 0xFF));
+        hidden.push_back(kHiddenMarker);
+        hidden.insert(hidden.end(), extra.begin(), extra.end());
+        break;
+      }
+    }
+  }
+  out.push_back(kEndOfPrimary);
+
+  while (!accents.bytes.empty() && accents.bytes.back() <= kNoAccent) accents.bytes.pop_back();
+  out.insert(out.end(), accents.bytes.begin(), accents.bytes.end());
+  if (!hidden.empty() || !kana_marks.empty()) {
+    out.insert(out.end(), {kEndOfPrimary, kEndOfPrimary});
+    if (!kana_marks.empty()) {
+      append_kana_marks(kana_marks, out);
+      if (!hidden.empty()) out.push_back(kKanaThenHidden);
+    }
+    if (!hidden.empty()) {
+      out.push_back(kEndOfPrimary);
+      out.insert(out.end(), hidden.begin(), hidden.end());
+    }
+  }
+
+  if (!ascending) {
+    out.push_back(kEndOfKey);
+    for (std::size_t i = start; i < out.size(); ++i) out[i] = static_cast<std::uint8_t>(~out[i]);
+  }
+  out.push_back(kEndOfKey);
+}
+
+std::vector<std::uint8_t> general_text_key(std::string_view utf8_text, bool ascending) {
+  std::vector<std::uint8_t> out;
+  append_general_text_key(utf8_text, ascending, out);
+  return out;
+}
+
+}  // namespace jet

@@ -1,0 +1,73 @@
+#include "jet/record/long_value.h"
+
+#include <set>
+#include <string>
+
+#include "jet/record/data_page.h"
+
+namespace jet {
+namespace {
+
+constexpr std::uint32_t kInlineFlag = 0x80000000u;
+constexpr std::uint32_t kSinglePageFlag = 0x40000000u;
+constexpr std::uint32_t kLengthMask = 0x3FFFFFFFu;
+constexpr std::size_t kRefSize = 12;
+
+// The bytes of the long-value row `id` (a live row of a data page).
+ByteView long_value_row(Pager& pager, RowId id, Page& keep) {
+  keep = pager.read(id.page);
+  const DataPage page(keep);
+  if (id.row >= page.row_count() || page.deleted(id.row) || page.overflow(id.row))
+    keep.view().damaged("valeur longue introuvable à la ligne " + std::to_string(id.row));
+  return page.row_bytes(id.row);
+}
+
+}  // namespace
+
+LongValueRef parse_long_value_ref(const ByteView& field) {
+  const std::uint32_t head = field.u32(0);
+  LongValueRef ref;
+  ref.length = head & kLengthMask;
+  ref.storage = (head & kInlineFlag)       ? LongValueStorage::Inline
+                : (head & kSinglePageFlag) ? LongValueStorage::SinglePage
+                                           : LongValueStorage::Chain;
+  ref.pointer = field.u32(4);
+  field.check(0, kRefSize);
+  return ref;
+}
+
+std::vector<std::uint8_t> read_long_value(Pager& pager, const ByteView& field) {
+  const LongValueRef ref = parse_long_value_ref(field);
+  if (ref.length > pager.page_count() * pager.page_size())
+    field.damaged("longueur de valeur longue impossible");
+  Page keep;
+  switch (ref.storage) {
+    case LongValueStorage::Inline:
+      return field.sub(kRefSize, ref.length).copy();
+    case LongValueStorage::SinglePage: {
+      const ByteView row = long_value_row(pager, RowId::from_pointer(ref.pointer), keep);
+      if (row.size() < ref.length) row.damaged("valeur longue plus courte que sa longueur déclarée");
+      return row.sub(0, ref.length).copy();
+    }
+    case LongValueStorage::Chain: {
+      std::vector<std::uint8_t> out;
+      out.reserve(ref.length);
+      std::set<std::uint32_t> seen;
+      std::uint32_t pointer = ref.pointer;
+      while (out.size() < ref.length) {
+        if (pointer == 0) field.damaged("chaîne de valeur longue interrompue");
+        if (!seen.insert(pointer).second) field.damaged("chaîne de valeur longue circulaire");
+        const ByteView row = long_value_row(pager, RowId::from_pointer(pointer), keep);
+        const std::uint32_t next = row.u32(0);
+        const std::size_t take = std::min<std::size_t>(row.size() - 4, ref.length - out.size());
+        const ByteView part = row.sub(4, take);
+        out.insert(out.end(), part.data(), part.data() + part.size());
+        pointer = next;
+      }
+      return out;
+    }
+  }
+  return {};
+}
+
+}  // namespace jet

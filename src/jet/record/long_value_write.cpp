@@ -1,0 +1,140 @@
+#include "jet/record/long_value_write.h"
+
+#include <map>
+#include <mutex>
+#include <set>
+
+#include "jet/record/data_page.h"
+#include "jet/record/data_page_write.h"
+#include "jet/base/error.h"
+#include "jet/record/long_value.h"
+
+namespace jet {
+namespace {
+
+constexpr std::uint32_t kInlineFlag = 0x80000000u;
+constexpr std::uint32_t kSinglePageFlag = 0x40000000u;
+constexpr std::uint32_t kLongValueOwner = 0x4C41564C;  // "LVAL" read as a little-endian u32
+
+void put32(std::vector<std::uint8_t>& out, std::size_t at, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) out[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
+}
+
+// Long-value pages where values were freed, by allocator: their room is filled before a
+// new page is started (a compaction replaces the new database's catalog properties, and
+// would otherwise leave those pages holding nothing). Only hints, checked before use like
+// the allocator's current page, so a hint outliving its database misleads no one.
+std::mutex room_mutex;
+std::map<const PageAllocator*, std::set<PageNumber>> freed_room;
+
+std::vector<PageNumber> pages_with_room(const PageAllocator& allocator) {
+  const std::lock_guard lock(room_mutex);
+  const auto it = freed_room.find(&allocator);
+  return it == freed_room.end() ? std::vector<PageNumber>{} : std::vector<PageNumber>(it->second.begin(), it->second.end());
+}
+
+void note_room(const PageAllocator& allocator, PageNumber page, bool has_room) {
+  const std::lock_guard lock(room_mutex);
+  if (has_room) {
+    freed_room[&allocator].insert(page);
+  } else if (auto it = freed_room.find(&allocator); it != freed_room.end()) {
+    it->second.erase(page);
+    if (it->second.empty()) freed_room.erase(it);
+  }
+}
+
+// Adds the row on `page` if it is still a long-value page with room for it.
+std::optional<RowId> place_on(OverlayPager& pager, PageNumber page, std::span<const std::uint8_t> bytes) {
+  if (page >= pager.page_count()) return std::nullopt;
+  const Page existing = pager.read(page);
+  const ByteView v = existing.view();
+  if (v.u8(0) != static_cast<std::uint8_t>(PageKind::Data) || v.u32(4) != kLongValueOwner) return std::nullopt;
+  DataPageEditor editor(v.copy());
+  if (!editor.fits(bytes.size())) return std::nullopt;
+  const std::uint8_t row = editor.add_row(bytes);
+  pager.write(page, editor.release());
+  return RowId{page, row};
+}
+
+}  // namespace
+
+RowId LongValueWriter::place(std::span<const std::uint8_t> bytes) {
+  if (!current_) current_ = allocator_.long_value_page();
+  if (current_)
+    if (const auto id = place_on(pager_, *current_, bytes)) return *id;
+  // Room freed earlier on other pages, before the file grows.
+  for (const PageNumber page : pages_with_room(allocator_)) {
+    if (const auto id = place_on(pager_, page, bytes)) return *id;
+    // A page gone, no longer for long values, or nearly full is no longer worth a look.
+    const bool gone = page >= pager_.page_count();
+    const Page held = gone ? Page{} : pager_.read(page);
+    if (gone || held.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || held.view().u32(4) != kLongValueOwner ||
+        DataPageEditor(held.view().copy()).free_space() < 64)
+      note_room(allocator_, page, false);
+  }
+  DataPageEditor page = DataPageEditor::blank(pager_.page_size(), kLongValueOwner);
+  const std::uint8_t row = page.add_row(bytes);
+  current_ = allocator_.allocate(page.release());
+  allocator_.set_long_value_page(*current_);
+  return {*current_, row};
+}
+
+std::vector<std::uint8_t> LongValueWriter::write(std::span<const std::uint8_t> data, std::size_t inline_room) {
+  if (data.size() > 0x3FFFFFFFu)
+    throw Error(ErrorCode::FieldTooSmall);
+  const auto length = static_cast<std::uint32_t>(data.size());
+  std::vector<std::uint8_t> field(kLongValueRefSize, 0);
+  if (data.size() <= kMaxInlineLongValue && kLongValueRefSize + data.size() <= inline_room) {
+    put32(field, 0, length | kInlineFlag);
+    field.insert(field.end(), data.begin(), data.end());
+    return field;
+  }
+  if (data.size() <= max_row_data()) {
+    const RowId id = place(data);
+    put32(field, 0, length | kSinglePageFlag);
+    put32(field, 4, id.pointer());
+    return field;
+  }
+  // A chain: written from the last piece back, so each row knows its successor.
+  const std::size_t piece = max_row_data();
+  std::size_t pieces = (data.size() + piece - 1) / piece;
+  std::uint32_t next = 0;
+  while (pieces-- > 0) {
+    const std::size_t from = pieces * piece;
+    const std::size_t take = std::min(piece, data.size() - from);
+    std::vector<std::uint8_t> row(4, 0);
+    put32(row, 0, next);
+    row.insert(row.end(), data.begin() + static_cast<std::ptrdiff_t>(from),
+               data.begin() + static_cast<std::ptrdiff_t>(from + take));
+    next = place(row).pointer();
+  }
+  put32(field, 0, length);
+  put32(field, 4, next);
+  return field;
+}
+
+void LongValueWriter::free(std::span<const std::uint8_t> field_bytes) {
+  const ByteView field(field_bytes.data(), field_bytes.size(), 0, &pager_.file_name());
+  const LongValueRef ref = parse_long_value_ref(field);
+  if (ref.storage == LongValueStorage::Inline) return;
+  std::uint32_t pointer = ref.pointer;
+  std::set<std::uint32_t> seen;
+  while (pointer != 0 && seen.insert(pointer).second) {
+    const RowId id = RowId::from_pointer(pointer);
+    DataPageEditor page(pager_.read(id.page).view().copy());
+    if (id.row >= page.row_count()) break;
+    std::uint32_t next = 0;
+    if (ref.storage == LongValueStorage::Chain) {
+      const auto row = page.row(id.row);
+      if (row.size() >= 4) next = row[0] | (row[1] << 8) | (static_cast<std::uint32_t>(row[2]) << 16) | (static_cast<std::uint32_t>(row[3]) << 24);
+    }
+    // Emptied, as Access leaves a freed long value: its bytes become room on the page.
+    page.replace_row(id.row, {});
+    page.mark_deleted(id.row);
+    pager_.write(id.page, page.release());
+    note_room(allocator_, id.page, true);
+    pointer = next;
+  }
+}
+
+}  // namespace jet

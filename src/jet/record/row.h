@@ -1,0 +1,38 @@
+// Rows: decoding the stored bytes of one row into values, and reading a row by its id.
+// A row holds fixed-length data, variable-length data, a table of variable offsets and a
+// null mask (one bit per column number; for Yes/No columns the bit is the value).
+// Rows written before a column was added hold fewer columns: the missing ones read as Null
+// (Yes/No ones as No: they have no Null).
+// Memo/OLE columns hold a 12-byte reference resolved through the long-value reader.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "jet/storage/pager.h"
+#include "jet/record/table_def.h"
+#include "jet/record/usage_map.h"
+#include "jet/base/value.h"
+
+namespace jet {
+
+// Values of one row, in the order of TableDef::columns.
+using Row = std::vector<Value>;
+
+// Decodes `bytes` (one live row of `def`) into values. Long values are read from `pager`.
+Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes);
+
+// Decodes one column of a stored fixed-length or variable-length field (no long values).
+Value decode_field(const ColumnDef& column, const ByteView& bytes);
+
+// The row `id` of table `def`: follows overflow pointers (bounded, so a cycle is reported as
+// damage). Returns nullopt for a deleted row. Throws 3049 when the row does not belong to
+// a data page of this table.
+std::optional<Row> read_row(Pager& pager, const TableDef& def, RowId id);
+
+// The stored bytes of the live row `id`, after following overflow pointers; nullopt if deleted.
+std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_page,
+                                   Page* keep_alive);
+
+}  // namespace jet

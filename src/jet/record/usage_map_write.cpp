@@ -1,0 +1,130 @@
+#include "jet/record/usage_map_write.h"
+
+#include <string>
+
+#include "jet/record/data_page.h"
+#include "jet/base/error.h"
+
+namespace jet {
+namespace {
+
+constexpr std::size_t kSlotsOffset = 14;
+constexpr std::uint16_t kOffsetMask = 0x1FFF;
+
+void put32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
+}
+std::uint32_t get32(const std::vector<std::uint8_t>& b, std::size_t at) {
+  return b[at] | (b[at + 1] << 8) | (static_cast<std::uint32_t>(b[at + 2]) << 16) |
+         (static_cast<std::uint32_t>(b[at + 3]) << 24);
+}
+void flip(std::vector<std::uint8_t>& b, std::size_t at, std::uint64_t bit, bool on) {
+  auto& byte = b[at + bit / 8];
+  const auto mask = static_cast<std::uint8_t>(1u << (bit % 8));
+  byte = on ? static_cast<std::uint8_t>(byte | mask) : static_cast<std::uint8_t>(byte & ~mask);
+}
+
+[[noreturn]] void cannot_grow(const OverlayPager& pager) {
+  throw_damaged(pager.file_name(), "table d'utilisation de référence sans moyen d'ajouter une page");
+}
+
+}  // namespace
+
+RowSpan row_span(const Page& page, std::uint16_t row) {
+  const DataPage data(page);
+  const ByteView bytes = data.row_bytes(row);
+  return {static_cast<std::size_t>(bytes.data() - page.view().data()), bytes.size()};
+}
+
+std::vector<PageNumber> marked_pages(Pager& pager, RowId where, PageNumber limit) {
+  const Page holder = pager.read(where.page);
+  const RowSpan span = row_span(holder, where.row);
+  const ByteView row = holder.view().sub(span.offset, span.length);
+  std::vector<PageNumber> out;
+  auto scan = [&](const ByteView& bitmap, std::uint64_t first) {
+    for (std::size_t i = 0; i < bitmap.size(); ++i) {
+      const std::uint8_t byte = bitmap.u8(i);
+      for (int bit = 0; byte && bit < 8; ++bit) {
+        const std::uint64_t page = first + i * 8 + static_cast<unsigned>(bit);
+        if ((byte >> bit) & 1u && page < limit) out.push_back(static_cast<PageNumber>(page));
+      }
+    }
+  };
+  if (row.u8(0) == 0) {
+    scan(row.sub(5, row.size() - 5), row.u32(1));
+  } else if (row.u8(0) == 1) {
+    const std::uint64_t per_page = (pager.page_size() - 4) * 8;
+    for (std::size_t i = 0; 1 + 4 * i + 4 <= row.size(); ++i) {
+      const PageNumber map_page = row.u32(1 + 4 * i);
+      if (map_page == 0) continue;
+      const Page map = pager.read(map_page);
+      if (map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
+        map.view().damaged("table d'utilisation attendue");
+      scan(map.view().sub(4, map.size() - 4), per_page * i);
+    }
+  } else {
+    row.damaged("table d'utilisation de type inconnu " + std::to_string(row.u8(0)));
+  }
+  return out;
+}
+
+bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, bool grow,
+                   const PageAppender& append) {
+  const Page holder = pager.read(where.page);
+  const RowSpan span = row_span(holder, where.row);
+  if (span.length < 5) holder.view().damaged("table d'utilisation trop courte");
+  std::vector<std::uint8_t> bytes = holder.view().copy();
+  const std::size_t at = span.offset;
+  const std::uint64_t per_map_page = (pager.page_size() - 4) * 8;
+
+  if (bytes[at] == 0) {
+    const std::uint32_t start = get32(bytes, at + 1);
+    const std::uint64_t bits = (span.length - 5) * 8;
+    if (page >= start && page - start < bits) {
+      flip(bytes, at + 5, page - start, on);
+      pager.write(where.page, std::move(bytes));
+      return true;
+    }
+    if (!on) return true;  // not covered, hence not marked
+    if (!grow) return false;
+    // Outgrown: rewrite as a reference map holding the same pages plus this one.
+    std::vector<PageNumber> pages = read_usage_map(pager, where);
+    pages.push_back(page);
+    const std::size_t pointers = (span.length - 1) / 4;
+    if (std::uint64_t{page} / per_map_page >= pointers) cannot_grow(pager);
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.begin() + static_cast<std::ptrdiff_t>(at + span.length), 0);
+    bytes[at] = 1;
+    pager.write(where.page, std::move(bytes));
+    for (PageNumber p : pages) set_usage_bit(pager, where, p, true, grow, append);
+    return true;
+  }
+  if (bytes[at] != 1) holder.view().damaged("table d'utilisation de type inconnu " + std::to_string(bytes[at]));
+
+  const std::size_t index = page / per_map_page;
+  const std::size_t pointer_at = at + 1 + 4 * index;
+  if (pointer_at + 4 > at + span.length) {
+    if (!on || !grow) return !on;
+    cannot_grow(pager);
+  }
+  PageNumber map_page = get32(bytes, pointer_at);
+  if (map_page == 0) {
+    if (!on) return true;
+    if (!grow) return false;
+    if (!append) cannot_grow(pager);
+    std::vector<std::uint8_t> fresh(pager.page_size(), 0);
+    fresh[0] = static_cast<std::uint8_t>(PageKind::UsageMap);
+    fresh[1] = 0x01;
+    map_page = append(std::move(fresh));
+    put32(bytes, pointer_at, map_page);
+    pager.write(where.page, std::move(bytes));
+  }
+  const Page map = pager.read(map_page);
+  if (map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
+    map.view().damaged("table d'utilisation attendue");
+  std::vector<std::uint8_t> map_bytes = map.view().copy();
+  flip(map_bytes, 4, page % per_map_page, on);
+  pager.write(map_page, std::move(map_bytes));
+  return true;
+}
+
+}  // namespace jet

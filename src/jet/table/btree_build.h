@@ -1,0 +1,40 @@
+// Bulk build of one real index from its table's rows: the entries sorted in index order fill
+// leaf pages one after the other (each as full as it can be with whole entries), then each
+// level of intermediate pages is built over the one below until a single page is left,
+// which is written on the index's root page (the table definition names it, so it stays).
+// The pages of the previous tree, root excepted, are freed first.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "jet/btree/btree_write_page.h"
+#include "jet/btree/btree_write_store.h"
+#include "jet/table/table.h"
+#include "jet/record/table_def.h"
+
+namespace jet {
+
+// The key an index already holds for a row whose key cannot be computed (nullopt: none).
+using StoredKeyOf = std::function<std::optional<std::vector<std::uint8_t>>(RowId)>;
+
+// Entries (key, row) of every row of `table` the index lists, in index order. A row whose key
+// cannot be computed takes the one `stored` gives; the key errors (3431 unknown character...)
+// are raised before anything is written when there is none.
+std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index,
+                                                 const StoredKeyOf& stored = {});
+
+// Pages of the tree under `root` (root included), in walking order; 3049 on a damaged tree.
+std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root);
+
+// Replaces the tree under `root` by one holding `sorted` (in index order; 3049 otherwise).
+void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
+                      const std::vector<IndexNodeItem>& sorted);
+
+// index_entries_of_rows then build_index_tree for the index's root page.
+void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index,
+                   const StoredKeyOf& stored = {});
+
+}  // namespace jet

@@ -1,0 +1,70 @@
+#include "jet/table/table.h"
+
+#include "jet/record/data_page.h"
+
+namespace jet {
+
+Table::Table(Pager& pager, std::string name, TableDef def)
+    : pager_(&pager), name_(std::move(name)), def_(std::move(def)) {}
+
+const std::vector<PageNumber>& Table::data_pages() const {
+  if (!data_pages_) {
+    std::vector<PageNumber> pages;
+    // The usage map also lists pages the table let go of; keep its own data pages only.
+    for (PageNumber p : read_usage_map(*pager_, RowId::from_pointer(def_.owned_pages))) {
+      const Page page = pager_->read(p);
+      const ByteView v = page.view();
+      if (v.u8(0) == static_cast<std::uint8_t>(PageKind::Data) && v.u32(4) == def_.page) pages.push_back(p);
+    }
+    data_pages_ = std::move(pages);
+  }
+  return *data_pages_;
+}
+
+Table::Cursor::Cursor(const Table& table) : table_(&table) {}
+
+bool Table::Cursor::next() {
+  const auto& pages = table_->data_pages();
+  while (page_index_ < pages.size()) {
+    if (!page_) {
+      page_ = table_->pager_->read(pages[page_index_]);
+      slot_ = -1;
+    }
+    const DataPage page(*page_);
+    while (++slot_ < page.row_count()) {
+      const auto row = static_cast<std::uint16_t>(slot_);
+      // A moved row is read through its slot; its new place is flagged deleted.
+      if (page.deleted(row)) continue;
+      current_ = RowId{page_->number(), static_cast<std::uint8_t>(row)};
+      if (page.overflow(row)) {
+        auto moved = table_->read(current_);
+        if (!moved) page_->view().damaged("ligne déplacée introuvable (ligne " + std::to_string(row) + ")");
+        row_ = std::move(*moved);
+      } else {
+        row_ = decode_row(*table_->pager_, table_->def_, page.row_bytes(row));
+      }
+      return true;
+    }
+    page_.reset();
+    ++page_index_;
+  }
+  return false;
+}
+
+void Table::scan(const std::function<bool(RowId, const Row&)>& visit) const {
+  Cursor c(*this);
+  while (c.next())
+    if (!visit(c.row_id(), c.row())) return;
+}
+
+std::uint64_t Table::count_rows() const {
+  std::uint64_t n = 0;
+  for (PageNumber p : data_pages()) {
+    const DataPage page(pager_->read(p));
+    for (std::uint16_t r = 0; r < page.row_count(); ++r)
+      if (!page.deleted(r)) ++n;
+  }
+  return n;
+}
+
+}  // namespace jet

@@ -1,0 +1,37 @@
+// Compaction: a new database file holding everything of the source, with no free space.
+//
+// The destination gets every table the engine does not make itself (user tables and the
+// system tables Access adds, such as MSysAccessObjects) with its columns, properties and
+// indexes; every row and long value, stored one after the other; indexes built in bulk
+// (leaves filled); relationships (MSysRelationships rows and the foreign-key indexes of
+// both tables); saved queries (MSysQueries rows); every other catalog row (forms,
+// reports, containers, the database object) with its flags, dates and properties; the
+// access rows (MSysACEs) of every object; and each table's next autonumber value.
+//
+// Column numbers are renumbered from 0 in column order: the gaps left by deleted columns
+// are closed, as Access does when it compacts; the order of the columns is kept.
+//
+// The source is opened shared and read-only and never modified. The destination must not
+// exist (3204) and its folder must (3044). On any failure no destination is left behind and
+// the error says what could not be carried.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "os/services.h"
+
+namespace jet {
+
+struct CompactReport {
+  std::size_t tables = 0;
+  std::uint64_t rows = 0;
+  std::size_t queries = 0;
+  std::size_t relationships = 0;
+  std::size_t catalog_rows = 0;  // other catalog objects carried (forms, containers...)
+};
+
+CompactReport compact(const std::string& source, const std::string& destination,
+                      const os::Services* services = nullptr);
+
+}  // namespace jet

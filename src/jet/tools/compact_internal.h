@@ -1,0 +1,45 @@
+// Pieces of the compaction shared by its source files.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "jet/catalog/catalog_write.h"
+#include "jet/tools/compact.h"
+#include "jet/db/database.h"
+#include "jet/db/writable_database.h"
+
+namespace jet::compact_detail {
+
+// The tables the engine makes in every new database: never copied, only their rows that
+// describe objects (catalog, access, queries, relationships) are carried.
+bool engine_table(std::string_view name);
+
+// A carried table: where it went and the placeholder names its foreign-key indexes were
+// created under (a foreign-key name such as ".rC" is not a name a table design may use).
+struct CarriedTable {
+  std::string name;
+  PageNumber source_page = 0;
+  PageNumber page = 0;
+  std::map<std::string, std::string> foreign_keys;  // placeholder -> name in the source
+};
+
+// Creates the table (definition, indexes, foreign-key indexes under placeholders) and
+// copies its rows in storage order, its indexes then built in bulk and its next
+// autonumber value set as in the source.
+CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
+                         CompactReport& report);
+
+// Gives the foreign-key indexes their names, kind and related table (all tables carried).
+void finish_foreign_keys(Database& source, WritableDatabase& destination, const std::vector<CarriedTable>& tables);
+
+// Copies every row of a table of the source into the table of that name in the destination,
+// columns matched by name, `adjust` applied to each row first. Returns the rows copied.
+// With `overwrite`, the rows the destination table holds are replaced: overwritten in
+// place first, the ones left over removed, so that no deleted slot is left where the
+// copied rows could have gone.
+std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
+                        const std::function<bool(const TableDef&, Row&)>& adjust = {}, bool overwrite = false);
+
+}  // namespace jet::compact_detail

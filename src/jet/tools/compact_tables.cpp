@@ -1,0 +1,272 @@
+// Tables carried by the compaction: definition, rows in storage order, indexes built in bulk.
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <unordered_map>
+
+#include "jet/table/btree_build.h"
+#include "jet/btree/btree_write_overlay.h"
+#include "jet/tools/compact_internal.h"
+#include "jet/base/error.h"
+#include "jet/btree/index_stored_key.h"
+#include "jet/base/names.h"
+#include "jet/table/table_design.h"
+#include "jet/table/table_writer.h"
+#include "jet/record/tdef_encode.h"
+#include "jet/storage/transaction.h"
+
+namespace jet::compact_detail {
+namespace {
+
+constexpr std::size_t kNextAutonumberOffset = 20;  // in the first definition page
+constexpr const char* kPlaceholder = "~cle_etrangere_";
+
+// Rows go in without index maintenance: the indexes are built in bulk once the table is full.
+class DeferredIndexes final : public IndexHook {
+ public:
+  void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
+  void apply(const TableDef&, const Row*, const Row*, RowId) override {}
+};
+
+[[noreturn]] void cannot_carry(const std::string& path, const std::string& what) {
+  throw_damaged(path, "compactage impossible : " + what);
+}
+
+// The source's real index over the same columns (by name) in the same directions.
+const IndexDef* source_index(const TableDef& source, const TableDef& def, const IndexDef& index) {
+  const auto same = [&](const IndexDef& candidate) {
+    if (candidate.columns.size() != index.columns.size()) return false;
+    for (std::size_t i = 0; i < index.columns.size(); ++i) {
+      const ColumnDef* a = def.column_by_number(index.columns[i].column_number);
+      const ColumnDef* b = source.column_by_number(candidate.columns[i].column_number);
+      if (!a || !b || !same_name(a->name, b->name) ||
+          index.columns[i].ascending != candidate.columns[i].ascending) {
+        return false;
+      }
+    }
+    return true;
+  };
+  for (const IndexDef& candidate : source.indexes)
+    if (same(candidate)) return &candidate;
+  return nullptr;
+}
+
+// Builds the indexes of the filled table. A row whose key cannot be computed carries the
+// entry the source's matching index holds for the row it was copied from (`copied_from`:
+// destination row pointer -> source row).
+void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name,
+                     const Table& source, const std::unordered_map<std::uint32_t, RowId>& copied_from) {
+  const TableDef def = read_table_def(db.pager(), page);
+  OverlayIndexPageStore store(db.allocator());
+  const Table table(db.pager(), name, def);
+  for (const IndexDef& index : def.indexes) {
+    const IndexDef* from = source_index(source.def(), def, index);
+    std::optional<std::unordered_map<std::uint32_t, std::vector<std::uint8_t>>> held;
+    const auto stored = [&](RowId row) -> std::optional<std::vector<std::uint8_t>> {
+      const auto origin = copied_from.find(row.pointer());
+      if (!from || origin == copied_from.end()) return std::nullopt;
+      if (!held) held = stored_keys_by_row(source.pager(), source.def(), *from);
+      const auto it = held->find(origin->second.pointer());
+      if (it == held->end()) return std::nullopt;
+      return it->second;
+    };
+    rebuild_index(store, table, index, stored);
+  }
+}
+
+void put_u32(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::uint8_t>(v >> (8 * i));
+}
+
+// Gives the destination's columns the source's flags (fixed-length text, hyperlink...),
+// and the restated ones their stored size, and their stored type unless `as_binary` (so
+// that the table writer can fill them); the row layout follows. Only on an empty table.
+void restate_columns(WritableDatabase& db, PageNumber page, const TableDef& source,
+                     const std::map<std::string, std::pair<ColumnType, std::uint16_t>>& restated, bool as_binary) {
+  TableDef def = read_table_def(db.pager(), page);
+  bool changed = false;
+  for (ColumnDef& c : def.columns) {
+    const ColumnDef* from = source.find_column(c.name);
+    if (from && from->flags != c.flags) {
+      c.flags = from->flags;
+      changed = true;
+    }
+    auto it = restated.find(c.name);
+    if (it == restated.end()) continue;
+    c.type = as_binary ? ColumnType::Binary : it->second.first;
+    c.length = it->second.second;
+    changed = true;
+  }
+  if (!changed) return;
+  std::uint16_t variable = 0, fixed_offset = 0;
+  for (ColumnDef& c : def.columns) {
+    c.var_index = variable;
+    c.fixed_offset = 0;
+    if (!c.is_fixed()) {
+      ++variable;
+    } else if (c.type != ColumnType::Boolean) {
+      c.fixed_offset = fixed_offset;
+      fixed_offset = static_cast<std::uint16_t>(fixed_offset + fixed_column_size(c));
+    }
+  }
+  def.variable_columns = variable;
+  write_table_def(db.pager(), db.allocator(), def);
+}
+
+}  // namespace
+
+bool engine_table(std::string_view name) {
+  for (std::string_view own : {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"})
+    if (same_name(own, name)) return true;
+  return false;
+}
+
+std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
+                        const std::function<bool(const TableDef&, Row&)>& adjust, bool overwrite) {
+  const Table from = source.table(table);
+  const CatalogEntry* entry = destination.catalog().find_table(table);
+  if (!entry) throw Error(ErrorCode::TableNotFound, table);
+  std::vector<RowId> existing;
+  if (overwrite)
+    destination.table(entry->name).scan([&](RowId id, const Row&) {
+      existing.push_back(id);
+      return true;
+    });
+  std::size_t reused = 0;
+  DeferredIndexes deferred;
+  TableWriter writer(destination.pager(), destination.allocator(), entry->name, entry->table_page(), {}, &deferred);
+  const TableDef to = writer.definition();
+  // Destination position of each source column, by name.
+  std::vector<std::optional<std::size_t>> position(from.def().columns.size());
+  for (const ColumnDef& c : from.def().columns)
+    if (const ColumnDef* d = to.find_column(c.name)) position[c.definition_order] = d->definition_order;
+  std::uint64_t copied = 0;
+  std::unordered_map<std::uint32_t, RowId> copied_from;
+  from.scan([&](RowId id, const Row& row) {
+    Row out(to.columns.size(), Value::null());
+    for (std::size_t i = 0; i < row.size(); ++i)
+      if (position[i]) out[*position[i]] = row[i];
+    if (adjust && !adjust(to, out)) return true;
+    // A row overwritten in place keeps its row id, even when its bytes move elsewhere.
+    if (reused < existing.size()) {
+      writer.update(existing[reused], out);
+      copied_from.emplace(existing[reused++].pointer(), id);
+    } else {
+      copied_from.emplace(writer.insert(out).pointer(), id);
+    }
+    ++copied;
+    return true;
+  });
+  for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
+  rebuild_indexes(destination, entry->table_page(), entry->name, from, copied_from);
+  return copied;
+}
+
+CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
+                         CompactReport& report) {
+  const Table table = source.table(entry.name);
+  const TableDef& def = table.def();
+  TableDesign design = design_of(entry.name, def, entry.property_set());
+  // Access's own tables hold columns a table design may not state: long binaries of a type
+  // code of their own (MSysAccessObjects.Data, 3992 bytes). They are created as binaries of
+  // the largest stated size, filled, then given their stored type and size back.
+  std::map<std::string, std::pair<ColumnType, std::uint16_t>> restated;
+  for (ColumnDesign& c : design.columns) {
+    const ColumnDef* column = def.find_column(c.name);
+    const bool binary_like = c.type == ColumnType::Binary || static_cast<std::uint8_t>(c.type) == 0x11;
+    if (column && binary_like && (c.type != ColumnType::Binary || column->length > 255)) {
+      restated[c.name] = {column->type, column->length};
+      c.type = ColumnType::Binary;
+      c.size = 255;
+    }
+  }
+  CarriedTable carried;
+  carried.name = entry.name;
+  carried.source_page = def.page;
+  // Foreign-key indexes are made as plain indexes with the same columns and rules, then
+  // turned into foreign keys once every table exists (finish_foreign_keys).
+  for (const LogicalIndex& logical : def.logical_indexes) {
+    if (logical.kind != IndexKind::ForeignKey) continue;
+    const IndexDef* real = def.real_index(logical.real_index);
+    if (!real) cannot_carry(source.path(), "index « " + logical.name + " » sans index physique");
+    IndexDesign index;
+    index.name = kPlaceholder + std::to_string(carried.foreign_keys.size());
+    index.unique = real->unique();
+    index.ignore_nulls = real->ignore_nulls();
+    index.required = real->required();
+    for (const IndexColumn& ic : real->columns) {
+      const ColumnDef* c = def.column_by_number(ic.column_number);
+      if (!c) cannot_carry(source.path(), "index « " + logical.name + " » sur une colonne absente");
+      index.columns.push_back({c->name, !ic.ascending});
+    }
+    carried.foreign_keys[index.name] = logical.name;
+    design.indexes.push_back(std::move(index));
+  }
+
+  Transaction tx(destination.pager());
+  carried.page = destination.create_table(design);
+  restate_columns(destination, carried.page, def, restated, true);
+  report.rows += copy_rows(source, entry.name, destination);
+  restate_columns(destination, carried.page, def, restated, false);
+  const TableDef written = read_table_def(destination.pager(), carried.page);
+  if (written.next_autonumber != def.next_autonumber) {
+    std::vector<std::uint8_t> bytes = destination.pager().read(carried.page).view().copy();
+    put_u32(bytes, kNextAutonumberOffset, def.next_autonumber);
+    destination.pager().write(carried.page, std::move(bytes));
+  }
+  tx.commit();
+  ++report.tables;
+  return carried;
+}
+
+void finish_foreign_keys(Database& source, WritableDatabase& destination, const std::vector<CarriedTable>& tables) {
+  std::map<PageNumber, const CarriedTable*> by_source_page;
+  for (const auto& t : tables) by_source_page[t.source_page] = &t;
+  // Destination definitions before any renaming; logical index numbers do not change.
+  std::map<PageNumber, TableDef> defs;
+  for (const auto& t : tables) defs[t.page] = read_table_def(destination.pager(), t.page);
+  auto number_in = [&](const CarriedTable& t, const std::string& name) -> std::int32_t {
+    for (const LogicalIndex& li : defs.at(t.page).logical_indexes) {
+      auto placeholder = t.foreign_keys.find(li.name);
+      const std::string& final_name = placeholder != t.foreign_keys.end() ? placeholder->second : li.name;
+      if (same_name(final_name, name)) return static_cast<std::int32_t>(li.number);
+    }
+    return -1;
+  };
+
+  Transaction tx(destination.pager());
+  for (const auto& t : tables) {
+    if (t.foreign_keys.empty()) continue;
+    const TableDef source_def = source.table(t.name).def();
+    TableDef def = defs.at(t.page);
+    for (LogicalIndex& li : def.logical_indexes) {
+      auto placeholder = t.foreign_keys.find(li.name);
+      if (placeholder == t.foreign_keys.end()) continue;
+      const LogicalIndex* from = nullptr;
+      for (const LogicalIndex& s : source_def.logical_indexes)
+        if (s.name == placeholder->second) from = &s;
+      auto related = by_source_page.find(from->related_table_page);
+      if (related == by_source_page.end())
+        cannot_carry(source.path(), "la clé étrangère « " + from->name + " » désigne une table non copiée");
+      li.name = from->name;
+      li.kind = IndexKind::ForeignKey;
+      li.related_table_kind = from->related_table_kind;
+      li.related_table_page = related->second->page;
+      li.cascade_updates = from->cascade_updates;
+      li.cascade_deletes = from->cascade_deletes;
+      li.related_index = -1;
+      if (from->related_index >= 0) {
+        const TableDef related_source = source.table(related->second->name).def();
+        for (const LogicalIndex& r : related_source.logical_indexes)
+          if (static_cast<std::int32_t>(r.number) == from->related_index)
+            li.related_index = number_in(*related->second, r.name);
+        if (li.related_index < 0)
+          cannot_carry(source.path(), "la clé étrangère « " + from->name + " » désigne un index introuvable");
+      }
+    }
+    write_table_def(destination.pager(), destination.allocator(), def);
+  }
+  tx.commit();
+}
+
+}  // namespace jet::compact_detail

@@ -1,0 +1,24 @@
+// Consistency check of one real index against its table, for `jet verify` and the tests.
+//
+// Reports (one sentence each, naming the page and entry concerned): unreadable or
+// mis-typed index pages, free-space counts that disagree with the entries, pages reached
+// twice (cycles, shared children), leaves at different depths, entries out of order (key, then row id), intermediate entries that are not the last
+// entry of their child, previous/next links that disagree with the tree, keys that do not
+// decode, entries whose key differs from the encoding of their row's values (a row whose key
+// cannot be computed keeps its stored entry unchecked), entries of
+// missing or deleted rows, live rows without exactly one entry (rows an ignore-nulls index
+// leaves out must have none) and duplicate keys in a unique index.
+// An empty result means the index is sound.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "jet/table/table.h"
+#include "jet/record/table_def.h"
+
+namespace jet {
+
+std::vector<std::string> verify_index(const Table& table, const IndexDef& index);
+
+}  // namespace jet

@@ -1,0 +1,108 @@
+#include "jet/tools/verify.h"
+
+#include <set>
+
+#include "jet/record/data_page.h"
+#include "jet/base/error.h"
+#include "jet/record/long_value.h"
+#include "jet/record/table_def.h"
+#include "jet/tools/verify_pages.h"
+
+namespace jet {
+namespace {
+
+std::string where(const Table& table, PageNumber page, int row = -1) {
+  std::string s = "table « " + table.name() + " », page " + std::to_string(page);
+  if (row >= 0) s += ", ligne " + std::to_string(row);
+  return s;
+}
+
+// Checks the moved row of slot `row`: it must lead to a row of the same table, decodable,
+// that no other slot leads to.
+void check_overflow(const Table& table, const DataPage& page, std::uint16_t row,
+                    std::vector<std::string>& problems, std::set<RowId>& moved_targets) {
+  const RowId target = page.overflow_target(row);
+  Page keep;
+  auto bytes = locate_row(table.pager(), RowId{page.page().number(), static_cast<std::uint8_t>(row)},
+                          table.def().page, &keep);
+  if (!bytes) {
+    problems.push_back(where(table, page.page().number(), row) + " : la ligne déplacée vers la page " +
+                       std::to_string(target.page) + " ligne " + std::to_string(target.row) + " n'existe pas");
+    return;
+  }
+  if (!moved_targets.insert(target).second)
+    problems.push_back(where(table, page.page().number(), row) + " : la ligne déplacée vers la page " +
+                       std::to_string(target.page) + " ligne " + std::to_string(target.row) +
+                       " est déjà désignée par une autre ligne");
+  decode_row(table.pager(), table.def(), *bytes);
+}
+
+}  // namespace
+
+std::vector<std::string> verify_table(const Table& table, const IndexChecker& check_index) {
+  std::vector<std::string> problems;
+  Pager& pager = table.pager();
+  std::vector<PageNumber> pages;
+  try {
+    pages = table.data_pages();
+  } catch (const Error& e) {
+    problems.push_back("table « " + table.name() + " » : table d'utilisation illisible : " + e.description());
+    return problems;
+  }
+  std::uint64_t live = 0;
+  std::set<RowId> moved_targets;
+  for (PageNumber p : pages) {
+    try {
+      const DataPage page(pager.read(p));
+      for (std::uint16_t r = 0; r < page.row_count(); ++r) {
+        try {
+          if (page.deleted(r)) continue;
+          ++live;
+          if (page.overflow(r)) {
+            check_overflow(table, page, r, problems, moved_targets);
+            continue;
+          }
+          decode_row(pager, table.def(), page.row_bytes(r));
+        } catch (const Error& e) {
+          problems.push_back(where(table, p, r) + " : " + e.description());
+        }
+      }
+    } catch (const Error& e) {
+      problems.push_back(where(table, p) + " : " + e.description());
+    }
+  }
+  // Access keeps the count of its own system tables loosely (it lags behind inserts until
+  // the next compaction), so only user tables are held to it.
+  if (!table.def().system && live != table.def().row_count)
+    problems.push_back("table « " + table.name() + " » : " + std::to_string(live) +
+                       " lignes présentes, la définition en annonce " + std::to_string(table.def().row_count));
+  if (check_index) {
+    for (const IndexDef& index : table.def().indexes) {
+      try {
+        for (auto& p : check_index(table, index))
+          problems.push_back("table « " + table.name() + " », index " + std::to_string(index.number) + " : " + p);
+      } catch (const Error& e) {
+        problems.push_back("table « " + table.name() + " », index " + std::to_string(index.number) + " : " + e.description());
+      }
+    }
+  }
+  return problems;
+}
+
+std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index) {
+  std::vector<std::string> problems;
+  verify_pages(db, problems);
+  Pager& pager = db.pager();
+  for (const CatalogEntry* entry : db.catalog().tables(true)) {
+    try {
+      const Table table(pager, entry->name, read_table_def(pager, entry->table_page()));
+      auto found = verify_table(table, check_index);
+      problems.insert(problems.end(), found.begin(), found.end());
+    } catch (const Error& e) {
+      problems.push_back("table « " + entry->name + " » : " + e.description());
+    }
+  }
+  return problems;
+}
+
+}  // namespace jet

@@ -1,0 +1,22 @@
+// Whole-database consistency check: catalog, every table definition, usage map, data page,
+// row, moved row and long value, and (through a caller-supplied checker) every index.
+// Each problem is one French sentence naming the table, page and row concerned; an empty
+// result means the database is sound. Never throws for damage it can describe.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "jet/db/database.h"
+
+namespace jet {
+
+using IndexChecker = std::function<std::vector<std::string>(const Table&, const IndexDef&)>;
+
+std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index = {});
+
+// The same checks for one table.
+std::vector<std::string> verify_table(const Table& table, const IndexChecker& check_index = {});
+
+}  // namespace jet

@@ -1,0 +1,206 @@
+// The POSIX file system. Sharing is an advisory flock on the descriptor: it works on read-only
+// descriptors and between two descriptors of one process, as Windows share modes do.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "os/posix_file_system.h"
+
+namespace os {
+namespace {
+
+FailureKind kind_of(int error_number, const std::string& path) {
+  switch (error_number) {
+    case ENOENT:
+    case ENOTDIR: {
+      const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+      std::error_code ec;
+      if (!parent.empty() && !std::filesystem::is_directory(parent, ec)) return FailureKind::FolderNotFound;
+      return FailureKind::NotFound;
+    }
+    case EACCES:
+    case EPERM:
+    case EROFS: return FailureKind::AccessDenied;
+    case EISDIR: return FailureKind::NotAFile;
+    case EEXIST: return FailureKind::AlreadyExists;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG: return FailureKind::DiskFull;
+    case EWOULDBLOCK: return FailureKind::InUse;
+    default: return FailureKind::IoError;
+  }
+}
+
+[[noreturn]] void fail(int error_number, const std::string& path) {
+  throw Failure(kind_of(error_number, path), path, error_number);
+}
+
+class PosixFile final : public File {
+ public:
+  PosixFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+  ~PosixFile() override { ::close(fd_); }  // closing releases the flock
+  PosixFile(const PosixFile&) = delete;
+  PosixFile& operator=(const PosixFile&) = delete;
+
+  std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into) override {
+    std::size_t done = 0;
+    while (done < into.size()) {
+      const ssize_t n = ::pread(fd_, into.data() + done, into.size() - done, static_cast<off_t>(offset + done));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) fail(errno == ENOSPC ? EIO : errno, path_);
+      if (n == 0) break;
+      done += static_cast<std::size_t>(n);
+    }
+    return done;
+  }
+
+  void write_at(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+      const ssize_t n = ::pwrite(fd_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) fail(errno, path_);
+      if (n == 0) fail(ENOSPC, path_);  // nothing written and no error: the medium is full
+      done += static_cast<std::size_t>(n);
+    }
+  }
+
+  void sync() override {
+    if (::fsync(fd_) != 0) fail(errno, path_);
+  }
+
+  std::uint64_t size() override {
+    struct stat st {};
+    if (::fstat(fd_, &st) != 0) fail(errno, path_);
+    return static_cast<std::uint64_t>(st.st_size);
+  }
+
+  void truncate(std::uint64_t size) override {
+    if (::ftruncate(fd_, static_cast<off_t>(size)) != 0) fail(errno, path_);
+  }
+
+ private:
+  int fd_;
+  std::string path_;
+};
+
+class PosixLockHold final : public LockHold {
+ public:
+  explicit PosixLockHold(int fd) : fd_(fd) {}
+  ~PosixLockHold() override { ::close(fd_); }
+  PosixLockHold(const PosixLockHold&) = delete;
+  PosixLockHold& operator=(const PosixLockHold&) = delete;
+
+ private:
+  int fd_;
+};
+
+}  // namespace
+
+std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Access access, Sharing sharing) {
+  const int flags = (access == Access::ReadWrite ? O_RDWR : O_RDONLY) | O_CLOEXEC;
+  const int fd = ::open(path.c_str(), flags);
+  if (fd < 0) fail(errno, path);
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    throw Failure(FailureKind::NotAFile, path);
+  }
+  const int operation = (sharing == Sharing::Exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB;
+  if (::flock(fd, operation) != 0) {
+    const int err = errno;
+    ::close(fd);
+    if (err == EWOULDBLOCK) {
+      // A shared opener is kept out only by an exclusive holder; an exclusive one by anyone.
+      throw Failure(sharing == Sharing::Shared ? FailureKind::HeldExclusively : FailureKind::InUse, path, err);
+    }
+    fail(err, path);
+  }
+  return std::make_unique<PosixFile>(fd, path);
+}
+
+std::unique_ptr<File> PosixFileSystem::create_new(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd < 0) fail(errno, path);
+  if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    const int err = errno;
+    ::close(fd);
+    fail(err, path);
+  }
+  return std::make_unique<PosixFile>(fd, path);
+}
+
+void PosixFileSystem::publish_new(const std::string& from, const std::string& to) {
+  // link() refuses to replace a file that appeared meanwhile, where rename() would not.
+  if (::link(from.c_str(), to.c_str()) != 0) fail(errno, to);
+  ::unlink(from.c_str());
+}
+
+void PosixFileSystem::rename_over(const std::string& from, const std::string& to) {
+  if (::rename(from.c_str(), to.c_str()) != 0) fail(errno, to);
+}
+
+void PosixFileSystem::remove(const std::string& path) {
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) fail(errno, path);
+}
+
+bool PosixFileSystem::exists(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0;
+}
+
+bool PosixFileSystem::is_folder(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool PosixFileSystem::is_read_only(const std::string& path) {
+  // The owner's write permission stands for the Windows read-only attribute, which binds
+  // every user, administrators (root) included.
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) return false;
+  return !(st.st_mode & S_IWUSR) || ::access(path.c_str(), W_OK) != 0;
+}
+
+std::unique_ptr<LockHold> PosixFileSystem::hold_lock(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (fd < 0) fail(errno, path);
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  if (::fcntl(fd, F_OFD_SETLK, &lock) != 0) {
+    const int err = errno;
+    ::close(fd);
+    throw Failure(err == EAGAIN || err == EACCES ? FailureKind::InUse : kind_of(err, path), path, err);
+  }
+  return std::make_unique<PosixLockHold>(fd);
+}
+
+bool PosixFileSystem::locked_by_another(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+  if (fd < 0) return false;
+  bool locked = false;
+  // Open-file-description and classic fcntl locks: would a write lock be refused?
+  struct flock probe {};
+  probe.l_type = F_WRLCK;
+  probe.l_whence = SEEK_SET;
+  if (::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK) locked = true;
+  // flock locks, which fcntl does not see.
+  if (!locked && ::flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) locked = true;
+  ::close(fd);  // drops the probe's own flock if it got one
+  return locked;
+}
+
+std::string PosixFileSystem::host_name() {
+  char host[256] = {};
+  if (::gethostname(host, sizeof host - 1) != 0 || host[0] == '\0') return "localhost";
+  return host;
+}
+
+}  // namespace os

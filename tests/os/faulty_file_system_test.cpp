@@ -1,0 +1,103 @@
+// The fault-injecting file system fails exactly the operation it was told to, leaves the
+// others to the real one, and tears or truncates writes the way a failing disk does.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "os/faulty_file_system.h"
+#include "os/services.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FaultyFiles : ::testing::Test {
+  FaultyFiles() {
+    dir = fs::temp_directory_path() / ("faulty_test_" + std::to_string(::getpid()) + "_" +
+                                      ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    path = (dir / "f.bin").string();
+    std::ofstream(path, std::ios::binary) << std::string(8, '.');
+  }
+  ~FaultyFiles() override {
+    std::error_code ec;
+    fs::remove_all(dir, ec);
+  }
+  std::string content() const {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
+  fs::path dir;
+  std::string path;
+  os::FaultyFileSystem files{*os::system_services().files};
+};
+
+const std::uint8_t kFour[] = {'a', 'b', 'c', 'd'};
+
+TEST_F(FaultyFiles, FailsTheNthWriteOnlyCountingAcrossFiles) {
+  auto one = files.open(path, os::Access::ReadWrite, os::Sharing::Shared);
+  files.fail_write(3, os::FailureKind::IoError);
+  one->write_at(0, kFour);
+  {
+    auto two = files.create_new((dir / "g.bin").string());
+    two->write_at(0, kFour);  // the second write, on another file
+  }
+  try {
+    one->write_at(4, kFour);
+    FAIL() << "third write went through";
+  } catch (const os::Failure& f) {
+    EXPECT_EQ(f.kind(), os::FailureKind::IoError);
+    EXPECT_EQ(f.path(), path);
+  }
+  one->write_at(4, kFour);  // the fourth succeeds again
+  EXPECT_EQ(files.writes(), 4);
+  EXPECT_EQ(content(), "abcdabcd");
+}
+
+TEST_F(FaultyFiles, ATornWriteLeavesHalfItsBytes) {
+  auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+  files.fail_write(1, os::FailureKind::IoError, true);
+  EXPECT_THROW(f->write_at(0, kFour), os::Failure);
+  EXPECT_EQ(content(), "ab......");
+}
+
+TEST_F(FaultyFiles, AFullDiskTakesWhatFitsThenRefuses) {
+  auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+  files.disk_full_after(6);
+  f->write_at(0, kFour);
+  try {
+    f->write_at(4, kFour);
+    FAIL() << "write past the free space went through";
+  } catch (const os::Failure& failure) {
+    EXPECT_EQ(failure.kind(), os::FailureKind::DiskFull);
+  }
+  EXPECT_EQ(content(), "abcdab..");
+  EXPECT_EQ(files.bytes_written(), 6u);
+  EXPECT_THROW(f->write_at(0, kFour), os::Failure);  // still full
+}
+
+TEST_F(FaultyFiles, SyncReadAndRenameFailuresAreCuedSeparately) {
+  auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+  files.fail_sync(2, os::FailureKind::DiskFull);
+  files.fail_read(1);
+  f->sync();
+  EXPECT_THROW(f->sync(), os::Failure);
+  std::vector<std::uint8_t> buffer(4);
+  EXPECT_THROW(f->read_at(0, buffer), os::Failure);
+  EXPECT_EQ(f->read_at(0, buffer), 4u);
+  EXPECT_EQ(files.syncs(), 2);
+  EXPECT_EQ(files.reads(), 2);
+
+  const std::string temp = (dir / "t.bin").string();
+  files.create_new(temp);
+  files.fail_rename(1, os::FailureKind::AccessDenied);
+  EXPECT_THROW(files.publish_new(temp, (dir / "u.bin").string()), os::Failure);
+  EXPECT_TRUE(files.exists(temp));
+  files.publish_new(temp, (dir / "u.bin").string());
+  EXPECT_TRUE(files.exists((dir / "u.bin").string()));
+}
+
+}  // namespace
