@@ -2,12 +2,14 @@
 #   cmake -DROOT=<folder holding src/> -P check_layers.cmake
 # Two stacks are checked, lowest first: the folders of src/, and the layer folders of src/jet.
 # A file may include headers of its own layer and of the layers below it, never above.
+# Outside the engine, only its public interface (jet/api) is included; the engine's own
+# command-line tool (app/jet) may use any layer.
 if(NOT ROOT)
   message(FATAL_ERROR "ROOT not given")
 endif()
 
 set(program_layers os jet platform schema steps pipeline launcher sample app)
-set(engine_layers base storage record btree table sql catalog db ddl exec tools)
+set(engine_layers base storage record btree table sql catalog db ddl exec tools api)
 
 set(violations "")
 file(GLOB_RECURSE files RELATIVE ${ROOT}/src ${ROOT}/src/*.h ${ROOT}/src/*.cpp)
@@ -31,6 +33,13 @@ foreach(file IN LISTS files)
       string(APPEND violations "  ${file} includes ${target} (${target_top} is above ${top})\n")
     endif()
     list(LENGTH target_parts target_depth)
+    if(target_top STREQUAL "jet" AND NOT top STREQUAL "jet" AND NOT file MATCHES "^app/jet/"
+       AND target_depth GREATER 2)
+      list(GET target_parts 1 target_folder)
+      if(NOT target_folder STREQUAL "api")
+        string(APPEND violations "  ${file} includes ${target} (outside the engine, only jet/api)\n")
+      endif()
+    endif()
     if(own_engine GREATER_EQUAL 0 AND target_top STREQUAL "jet" AND target_depth GREATER 2)
       list(GET target_parts 1 target_folder)
       list(FIND engine_layers "${target_folder}" other_engine)

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "jet/base/text_codec.h"
+#include "jet/api/values.h"
 #include "platform/utf8.h"
 
 namespace platform {

@@ -5,7 +5,7 @@
 #include <map>
 #include <new>
 
-#include "jet/base/error.h"
+#include "jet/api/values.h"
 #include "platform/program.h"
 
 namespace platform {

@@ -3,10 +3,10 @@
 #include <array>
 #include <vector>
 
-#include "jet/db/create_database.h"
-#include "jet/base/error.h"
-#include "jet/table/table_design.h"
-#include "jet/sql/datetime.h"
+#include "jet/api/database.h"
+#include "jet/api/values.h"
+#include "jet/api/schema.h"
+#include "jet/api/sql.h"
 #include "platform/dao/dao.h"
 #include "platform/error.h"
 #include "platform/workstation.h"

@@ -16,6 +16,8 @@
 #include "jet/btree/index_row_key.h"
 #include "jet/tools/index_verify.h"
 
+#include "jet_test_support.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -27,10 +29,7 @@ struct Expected {
 
 std::vector<std::string> fixture_files() {
   std::vector<std::string> out;
-  for (const auto& e : fs::directory_iterator(QUELIS_FIXTURES)) {
-    if (e.path().extension() == ".mdb") out.push_back(e.path().string());
-  }
-  std::sort(out.begin(), out.end());
+  for (const std::string& name : jet_test::all_fixtures()) out.push_back(jet_test::fixture(name));
   return out;
 }
 

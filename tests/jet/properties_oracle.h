@@ -3,6 +3,8 @@
 // text (line breaks, commas, quotes) survives, binary columns in hex, Null kept apart from "".
 #pragma once
 
+#include "jet_test_support.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -40,10 +42,7 @@ inline std::string run(const std::string& command) {
 
 inline std::vector<std::filesystem::path> fixtures() {
   std::vector<std::filesystem::path> out;
-  for (const auto& e : std::filesystem::directory_iterator(QUELIS_FIXTURES)) {
-    if (e.path().extension() == ".mdb") out.push_back(e.path());
-  }
-  std::sort(out.begin(), out.end());
+  for (const std::string& name : jet_test::all_fixtures()) out.push_back(jet_test::fixture(name));
   return out;
 }
 

@@ -1,4 +1,5 @@
-// `jet`: inspect a Jet 4 (Access 2000-2003) database with the project's own engine.
+// `jet`: read, write, check and maintain Jet 4 (Access 2000-2003) databases with the
+// project's own engine; Access 97 (Jet 3) files are read only.
 #include <CLI/CLI.hpp>
 
 #include <iostream>
@@ -15,7 +16,10 @@ std::vector<CommandSetup>& registered_commands() {
 }  // namespace jet_tool
 
 int main(int argc, char** argv) {
-  CLI::App app{"Bases Access 2000-2003 (Jet 4) ; lecture seule des bases Access 97 (Jet 3)"};
+  CLI::App app{
+      "Lecture, écriture, contrôle et maintenance des bases Access 2000-2003 (Jet 4) : "
+      "consultation, export, SQL, import, création, changements de structure, compactage, "
+      "réparation, comparaison. Les bases Access 97 (Jet 3) sont lues, jamais écrites."};
   app.require_subcommand(1);
   std::string file, table;
   bool with_system = false;

@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "jet/base/error.h"
+#include "jet/api/values.h"
 #include "platform/error.h"
 
 namespace platform::dao {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/record/table_def.h"
+#include "jet/api/database.h"
 #include "platform/dao/variant.h"
 
 namespace platform::dao::detail {

@@ -3,8 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "jet/tools/compact.h"
-#include "jet/tools/repair.h"
+#include "jet/api/maintenance.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/state.h"
 

@@ -1,7 +1,6 @@
 #include "platform/dao/recordset.h"
 
-#include "jet/sql/evaluator.h"
-#include "jet/sql/parser.h"
+#include "jet/api/sql.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/recordset_impl.h"

@@ -10,9 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/record/row.h"
-#include "jet/record/table_def.h"
-#include "jet/record/usage_map.h"
+#include "jet/api/database.h"
 #include "platform/dao/field_impl.h"
 #include "platform/dao/state.h"
 

@@ -1,10 +1,7 @@
 // Opening record sets: choosing the kind, binding the fields, collecting the records.
 #include <cctype>
 
-#include "jet/catalog/query_sql.h"
-#include "jet/catalog/query_rows.h"
-#include "jet/sql/parser.h"
-#include "jet/sql/evaluator.h"
+#include "jet/api/sql.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/recordset_impl.h"

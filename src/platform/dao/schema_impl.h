@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/table/table_design.h"
+#include "jet/api/schema.h"
 #include "platform/dao/field_impl.h"
 #include "platform/dao/state.h"
 

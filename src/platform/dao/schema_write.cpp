@@ -1,13 +1,8 @@
 // Changes to saved definitions, through the engine's data-definition services.
 #include <algorithm>
 
-#include "jet/ddl/alter_column.h"
-#include "jet/ddl/alter_index.h"
-#include "jet/ddl/alter_table.h"
-#include "jet/catalog/catalog_write.h"
-#include "jet/ddl/query_write.h"
-#include "jet/ddl/relationship_write.h"
-#include "jet/storage/transaction.h"
+#include "jet/api/schema.h"
+#include "jet/api/database.h"
 #include "platform/dao/constants.h"
 #include "platform/dao/dao_error.h"
 #include "platform/dao/schema_impl.h"

@@ -13,13 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/catalog/catalog.h"
-#include "jet/db/database.h"
-#include "jet/table/index_maintain_hook.h"
-#include "jet/exec/executor.h"
-#include "jet/table/table.h"
-#include "jet/table/table_writer.h"
-#include "jet/db/writable_database.h"
+#include "jet/api/database.h"
+#include "jet/api/sql.h"
 #include "platform/filelock.h"
 #include "platform/workstation.h"
 

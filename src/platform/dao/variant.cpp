@@ -2,9 +2,7 @@
 
 #include <limits>
 
-#include "jet/sql/format.h"
-#include "jet/sql/value_ops.h"
-#include "jet/sql/vb_convert.h"
+#include "jet/api/sql.h"
 #include "platform/dao/dao_error.h"
 
 namespace platform::dao {

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "jet/base/value.h"
+#include "jet/api/values.h"
 
 namespace platform::dao {
 

@@ -1,4 +1,4 @@
 // A platform header that wrongly reaches for the launcher: the layer check must name it.
 #pragma once
-#include "jet/db/database.h"
+#include "jet/api/database.h"
 #include "launcher/program.h"

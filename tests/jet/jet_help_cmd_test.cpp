@@ -1,0 +1,21 @@
+// `jet --help` presents a tool that reads and writes, and lists every command a maintainer
+// needs, read-side and write-side.
+#include <gtest/gtest.h>
+
+#include "jet_test_support.h"
+
+namespace {
+
+TEST(JetHelp, DescribesReadingAndWritingAndListsTheWritingCommands) {
+  bool ok = false;
+  const std::string help = jet_test::run(jet_test::shell_quote(jet_test::jet_program()) + " --help", &ok);
+  EXPECT_TRUE(ok) << help;
+  EXPECT_NE(help.find("écriture"), std::string::npos) << help;
+  EXPECT_NE(help.find("Access 97"), std::string::npos) << help;
+  for (const char* command : {"info", "export", "verify", "sql", "import", "create", "compact", "repair",
+                              "add-column", "alter-column", "add-index", "add-relation", "diff"}) {
+    EXPECT_NE(help.find(std::string("\n  ") + command + " "), std::string::npos) << command << "\n" << help;
+  }
+}
+
+}  // namespace
