@@ -15,30 +15,30 @@ class Error;
 
 namespace platform {
 
-// Visual Basic run-time error numbers raised by this layer.
+// Visual Basic run-time numbers raised by this layer (French texts: jet/base/error_texts.h).
 enum class ErrorCode : int {
-  InvalidProcedureCall = 5,   // "Argument ou appel de procédure incorrect"
-  Overflow = 6,               // "Dépassement de capacité"
-  OutOfMemory = 7,            // "Mémoire insuffisante"
-  SubscriptOutOfRange = 9,    // "L'indice n'appartient pas à la sélection"
-  TypeMismatch = 13,          // "Type incompatible"
-  BadFileNameOrNumber = 52,   // "Nom ou numéro de fichier incorrect"
-  FileNotFound = 53,          // "Fichier introuvable"
-  BadFileMode = 54,           // "Mode d'accès au fichier incorrect"
-  FileAlreadyOpen = 55,       // "Fichier déjà ouvert"
-  DeviceIoError = 57,         // "Erreur d'entrée/sortie sur périphérique"
-  FileAlreadyExists = 58,     // "Fichier déjà existant"
-  DiskFull = 61,              // "Disque plein"
-  InputPastEndOfFile = 62,    // "L'entrée dépasse la fin de fichier"
-  DeviceUnavailable = 68,     // "Périphérique non disponible"
-  PermissionDenied = 70,      // "Permission refusée"
-  DiskNotReady = 71,          // "Disque non prêt"
-  RenameAcrossDisks = 74,     // "Impossible de renommer avec un lecteur différent"
-  PathFileAccessError = 75,   // "Erreur d'accès au chemin/fichier"
-  PathNotFound = 76,          // "Chemin d'accès introuvable"
-  ObjectVariableNotSet = 91,  // "Variable objet ou variable bloc With non définie"
-  ObjectRequired = 424,       // "Objet requis"
-  CannotCreateObject = 429,   // "Un composant ActiveX ne peut pas créer d'objet"
+  InvalidProcedureCall = 5,   // Invalid procedure call or argument
+  Overflow = 6,               // Overflow
+  OutOfMemory = 7,            // Out of memory
+  SubscriptOutOfRange = 9,    // Subscript out of range
+  TypeMismatch = 13,          // Type mismatch
+  BadFileNameOrNumber = 52,   // Bad file name or number
+  FileNotFound = 53,          // File not found
+  BadFileMode = 54,           // Bad file mode
+  FileAlreadyOpen = 55,       // File already open
+  DeviceIoError = 57,         // Device I/O error
+  FileAlreadyExists = 58,     // File already exists
+  DiskFull = 61,              // Disk full
+  InputPastEndOfFile = 62,    // Input past end of file
+  DeviceUnavailable = 68,     // Device unavailable
+  PermissionDenied = 70,      // Permission denied
+  DiskNotReady = 71,          // Disk not ready
+  RenameAcrossDisks = 74,     // Can't rename with different drive
+  PathFileAccessError = 75,   // Path/File access error
+  PathNotFound = 76,          // Path not found
+  ObjectVariableNotSet = 91,  // Object variable or With block variable not set
+  ObjectRequired = 424,       // Object required
+  CannotCreateObject = 429,   // ActiveX component can't create object
 };
 
 // vbObjectError: the base of the numbers an application gives its own errors.
@@ -61,8 +61,8 @@ class Error : public std::runtime_error {
   std::string description_;
 };
 
-// The standard French text of a run-time error number; VB's generic text for unknown ones
-// ("Erreur définie par l'application ou par l'objet").
+// The French text of any run-time, Jet or DAO number, from the one catalogue (jet::error_message:
+// an unknown number gets its family's fallback).
 std::string describe(std::int32_t number);
 
 // The application's error n: number vbObjectError + n with the given text (`Err.Raise`).

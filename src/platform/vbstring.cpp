@@ -1,7 +1,6 @@
 #include "platform/vbstring.h"
 
-#include <unicode/uchar.h>
-
+#include "jet/api/values.h"
 #include "platform/error.h"
 #include "platform/utf8.h"
 
@@ -9,12 +8,12 @@ namespace platform {
 namespace {
 
 std::u32string upper(std::u32string text) {
-  for (char32_t& c : text) c = static_cast<char32_t>(u_toupper(static_cast<UChar32>(c)));
+  for (char32_t& c : text) c = jet::unicode::to_upper(c);
   return text;
 }
 
 std::u32string lower(std::u32string text) {
-  for (char32_t& c : text) c = static_cast<char32_t>(u_tolower(static_cast<UChar32>(c)));
+  for (char32_t& c : text) c = jet::unicode::to_lower(c);
   return text;
 }
 
@@ -34,7 +33,7 @@ std::u16string ntfsKey(std::string_view name) {
       key += static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10));
       key += static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
     } else {
-      const auto up = static_cast<char32_t>(u_toupper(static_cast<UChar32>(cp)));
+      const auto up = jet::unicode::to_upper(cp);
       key += static_cast<char16_t>(up < 0x10000 ? up : cp);
     }
   }

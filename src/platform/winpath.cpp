@@ -1,9 +1,8 @@
 #include "platform/winpath.h"
 
-#include <unicode/uchar.h>
-
 #include <algorithm>
 
+#include "jet/api/values.h"
 #include "platform/utf8.h"
 
 namespace platform {
@@ -59,7 +58,7 @@ bool matchFrom(const std::u32string& name, std::size_t n, const std::u32string& 
 
 std::u32string upperCodePoints(std::string_view text) {
   std::u32string cps = utf8::decode(text);
-  for (char32_t& c : cps) c = static_cast<char32_t>(u_toupper(static_cast<UChar32>(c)));
+  for (char32_t& c : cps) c = jet::unicode::to_upper(c);
   return cps;
 }
 

@@ -77,7 +77,7 @@ TEST_F(LauncherTest, TrappedErrorInInteractiveRunShowsBothBoxesAndOpensTheLog) {
   EXPECT_EQ(boxes.shown()[0].title, "Traitement données QUELIS 4.4.0");
   EXPECT_EQ(boxes.shown()[0].text,
             "Erreur dans le traitement des données\r\nProcédure : cmdAnnuler_click\r\n"
-            "Erreur n° 2147221595\r\nVariable objet ou variable bloc With non définie\r\n");
+            "Erreur n° 2147221595\r\nVariable objet ou variable de bloc With non définie\r\n");
   EXPECT_EQ(boxes.shown()[1].title, "QUELIS - mise à jour 4.4.0");
   EXPECT_EQ(boxes.shown()[1].text,
             "Une erreur a été rencontrée lors des traitements.\r\nLe journal des traitements va s'afficher.");

@@ -177,7 +177,7 @@ TEST_F(DaoRecordsetTest, ASnapshotIsReadOnlyAndKeepsItsValues) {
     ADD_FAILURE() << "Edit on a snapshot";
   } catch (const platform::Error& e) {
     EXPECT_EQ(e.number(), 3027);
-    EXPECT_EQ(e.description(), "Mise à jour impossible. La base de données ou l'objet est en lecture seule.");
+    EXPECT_EQ(e.description(), "Mise à jour impossible. Base de données ou objet en lecture seule.");
   }
   EXPECT_VB_ERROR(snap.AddNew(), 3027);
   EXPECT_VB_ERROR(snap.Delete(), 3027);

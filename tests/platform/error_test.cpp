@@ -18,7 +18,7 @@ TEST(RunTimeErrors, CarryVbNumbersAndFrenchTexts) {
   const std::pair<ErrorCode, const char*> cases[] = {
       {ErrorCode::InvalidProcedureCall, "Argument ou appel de procédure incorrect"},
       {ErrorCode::SubscriptOutOfRange, "L'indice n'appartient pas à la sélection"},
-      {ErrorCode::TypeMismatch, "Type incompatible"},
+      {ErrorCode::TypeMismatch, "Incompatibilité de type"},
       {ErrorCode::BadFileNameOrNumber, "Nom ou numéro de fichier incorrect"},
       {ErrorCode::FileNotFound, "Fichier introuvable"},
       {ErrorCode::FileAlreadyExists, "Fichier déjà existant"},
@@ -26,7 +26,7 @@ TEST(RunTimeErrors, CarryVbNumbersAndFrenchTexts) {
       {ErrorCode::PermissionDenied, "Permission refusée"},
       {ErrorCode::PathFileAccessError, "Erreur d'accès au chemin/fichier"},
       {ErrorCode::PathNotFound, "Chemin d'accès introuvable"},
-      {ErrorCode::ObjectVariableNotSet, "Variable objet ou variable bloc With non définie"},
+      {ErrorCode::ObjectVariableNotSet, "Variable objet ou variable de bloc With non définie"},
   };
   for (const auto& [code, text] : cases) {
     const Error e(code);

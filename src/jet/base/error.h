@@ -8,7 +8,7 @@
 
 namespace jet {
 
-// Jet error numbers the engine raises. The French texts live in error.cpp.
+// Jet error numbers the engine raises. Their French texts are in the catalogue (error_texts.h).
 enum class ErrorCode : int {
   Overflow = 6,
   TypeMismatch = 13,
@@ -69,7 +69,7 @@ class Error : public std::runtime_error {
 };
 
 // The French description of a Jet error; `argument` replaces the placeholder (a file, table
-// or field name) in the texts that have one. Unknown numbers get a generic text.
+// or field name) in the texts that have one. See jet::error_message (error_texts.h).
 std::string describe(int number, std::string_view argument = {});
 
 }  // namespace jet

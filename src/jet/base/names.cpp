@@ -1,17 +1,10 @@
 #include "jet/base/names.h"
 
-#include <unicode/uchar.h>
-#include <unicode/unistr.h>
+#include "jet/base/unicode.h"
 
 namespace jet {
 
-std::string fold_name(std::string_view name) {
-  icu::UnicodeString text = icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<int32_t>(name.size())));
-  text.foldCase(U_FOLD_CASE_DEFAULT);
-  std::string out;
-  text.toUTF8String(out);
-  return out;
-}
+std::string fold_name(std::string_view name) { return unicode::fold_text(name); }
 
 bool same_name(std::string_view a, std::string_view b) {
   if (a.size() == b.size()) {

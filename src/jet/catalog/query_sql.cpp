@@ -1,10 +1,10 @@
 #include "jet/catalog/query_sql.h"
 
-#include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
 #include "jet/base/error.h"
 #include "jet/catalog/query_from.h"
+#include "jet/base/unicode.h"
+#include "jet/sql/text_compare.h"
 
 namespace jet {
 namespace {
@@ -25,10 +25,8 @@ std::string joined(const std::vector<std::string>& items, std::string_view separ
 // Letters and digits of any script (accented French names) and "_" need no brackets.
 bool is_plain_name(std::string_view name) {
   if (name.empty()) return false;
-  for (std::size_t i = 0; i < name.size();) {
-    UChar32 c;
-    U8_NEXT(name.data(), i, name.size(), c);
-    if (c < 0 || (c != '_' && !u_isalnum(c))) return false;
+  for (char32_t c : sql::decode_utf8(name)) {
+    if (c != '_' && !unicode::is_letter_or_digit(c)) return false;
   }
   return true;
 }

@@ -1,13 +1,12 @@
 #include "jet/record/properties_codec.h"
 
-#include <unicode/uchar.h>
-#include <unicode/ustring.h>
 
 #include <bit>
 #include <cstring>
 
 #include "jet/base/error.h"
 #include "jet/base/text_codec.h"
+#include "jet/base/unicode.h"
 
 namespace jet {
 namespace {
@@ -216,12 +215,7 @@ std::vector<std::uint8_t> encode_property_text(std::string_view utf8) {
 
 bool property_name_equals(std::string_view a, std::string_view b) {
   if (a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin())) return true;
-  const std::u16string ua = to_utf16(a);
-  const std::u16string ub = to_utf16(b);
-  UErrorCode status = U_ZERO_ERROR;
-  const int32_t r = u_strCaseCompare(ua.data(), static_cast<int32_t>(ua.size()), ub.data(),
-                                     static_cast<int32_t>(ub.size()), U_FOLD_CASE_DEFAULT, &status);
-  return U_SUCCESS(status) && r == 0;
+  return unicode::fold_text(a) == unicode::fold_text(b);
 }
 
 }  // namespace jet

@@ -5,9 +5,7 @@
 namespace jet {
 
 void throw_not_writable(const std::string& path) {
-  throw Error(3051, "Le moteur de base de données Microsoft Jet ne peut pas ouvrir le fichier '" + path +
-                        "'. Il est déjà ouvert en mode exclusif par un autre utilisateur, ou vous devez "
-                        "avoir l'autorisation de visualiser ses données (fichier en lecture seule).");
+  throw Error(3051, describe(3051, path));
 }
 
 void throw_file_failure(const os::Failure& failure, const os::Services& services, const std::string& path,

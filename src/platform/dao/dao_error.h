@@ -29,10 +29,10 @@ inline constexpr int IndexExists = 3284;
 inline constexpr int RelationWithoutFields = 3366;
 inline constexpr int NameExists = 3367;              // append: name already in the collection
 inline constexpr int InvalidObject = 3420;           // object closed or no longer set
-inline constexpr int ObjectExists = 3012;            // "L'objet '|' existe déjà."
+inline constexpr int ObjectExists = 3012;            // an object of that name exists
 }  // namespace dao_errors
 
-// The error `number` with its French text (`argument` fills the text's placeholder).
+// The error `number` with its catalogue text (`argument` fills the text's placeholder).
 platform::Error daoError(int number, std::string_view argument = {});
 
 // Runs `body`, turning an engine error into the run-time error the trap sees.

@@ -1,19 +1,19 @@
 #include "platform/ui/control.h"
 
+#include "jet/api/values.h"
 #include "platform/error.h"
 
 namespace platform::ui {
 namespace {
 
 [[noreturn]] void invalidPropertyValue() {
-  throw platform::Error(380, "Valeur de propriété non valide");
+  throw platform::Error(380, platform::describe(380));
 }
 
 }  // namespace
 
 void missingArrayElement(const std::string& name, int index) {
-  throw platform::Error(340, "L'élément de groupe de contrôles '" + name + "(" +
-                                 std::to_string(index) + ")' n'existe pas");
+  throw platform::Error(340, jet::error_message(340, name + "(" + std::to_string(index) + ")"));
 }
 
 Control::Control(Form& form, std::string name, int index, Frame* container)
