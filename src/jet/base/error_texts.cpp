@@ -99,6 +99,7 @@ constexpr std::array kCatalogue{
               "fichier se trouve.",
               S::Previous},
     ErrorText{3045, "Impossible d'utiliser '|' ; fichier déjà utilisé.", S::Previous},
+    ErrorText{3047, "L'enregistrement est trop grand.", S::Previous},
     ErrorText{3049,
               "Impossible d'ouvrir la base de données '|'. Elle n'est peut-être pas une base de "
               "données reconnue par votre application, ou le fichier est peut-être endommagé.",

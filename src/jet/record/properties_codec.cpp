@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "jet/base/error.h"
+#include "jet/base/error_texts.h"
 #include "jet/base/text_codec.h"
 #include "jet/base/unicode.h"
 
@@ -16,7 +17,7 @@ namespace {
 }
 
 [[noreturn]] void mismatch(ColumnType type, const Value& value) {
-  throw Error(13, std::string("Type incompatible : valeur ") + kind_name(value.kind()) +
+  throw Error(13, error_message(13) + " : valeur " + kind_name(value.kind()) +
                       " pour une propriété de type " + column_type_name(type) + ".");
 }
 
@@ -179,7 +180,7 @@ ColumnType property_type_for(ValueKind kind) {
     case ValueKind::Binary: return ColumnType::Binary;
     case ValueKind::Guid: return ColumnType::Guid;
     default:
-      throw Error(13, std::string("Type incompatible : une propriété ne peut pas valoir ") +
+      throw Error(13, error_message(13) + " : une propriété ne peut pas valoir " +
                           kind_name(kind) + ".");
   }
 }

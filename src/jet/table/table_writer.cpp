@@ -4,6 +4,7 @@
 #include "jet/record/data_page.h"
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
+#include "jet/base/error_texts.h"
 #include "jet/record/row_encode.h"
 #include "jet/storage/transaction.h"
 #include "jet/record/usage_map_write.h"
@@ -20,7 +21,7 @@ constexpr std::size_t kAutonumberAt = 20;
 }
 
 [[noreturn]] void record_too_large() {
-  throw Error(3047, "L'enregistrement est trop grand.");
+  throw Error(3047, error_message(3047));
 }
 
 bool property_true(const PropertyBlock* block, std::string_view name, bool absent) {
