@@ -16,6 +16,9 @@
 #include "jet/btree/index_row_key.h"
 #include "jet/tools/index_verify.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_fixture_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -174,3 +177,5 @@ TEST(IndexFixtures, NamedIndexesLeadToTheirRealIndex) {
 }
 
 }  // namespace
+
+}  // namespace index_fixture_test_cases
