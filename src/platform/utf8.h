@@ -6,8 +6,8 @@
 
 namespace platform::utf8 {
 
-// Decodes the code point at `i` and advances past it. An invalid or truncated sequence gives
-// U+FFFD and advances by one byte, so every byte is consumed exactly once.
+// Decodes the code point at `i` and advances past it, as jet::next_utf8 does: an invalid or
+// truncated sequence gives U+FFFD and advances by one byte.
 char32_t next(std::string_view text, std::size_t& i);
 
 void append(std::string& out, char32_t codePoint);

@@ -10,11 +10,11 @@ namespace fs = std::filesystem;
 namespace platform {
 namespace {
 
-[[noreturn]] void fail(ErrorCode code) { throw Error(code); }
+[[noreturn]] void fail_file_call(ErrorCode code) { throw Error(code); }
 
 // The Linux folder an entry's name lives in; 76 when it is missing.
 fs::path existingParent(const ResolvedPath& r) {
-  if (r.windows.isRoot() || !localfs::isFolder(r.local.parent_path())) fail(ErrorCode::PathNotFound);
+  if (r.windows.isRoot() || !localfs::isFolder(r.local.parent_path())) fail_file_call(ErrorCode::PathNotFound);
   return r.local.parent_path();
 }
 
@@ -28,9 +28,9 @@ std::string VbFiles::Dir(std::string_view pathName, int attributes) {
   listing_.clear();
   next_ = 0;
   listing_started_ = true;
-  if (!ParseWinPath(pathName, true)) fail(ErrorCode::BadFileNameOrNumber);
+  if (!ParseWinPath(pathName, true)) fail_file_call(ErrorCode::BadFileNameOrNumber);
   const ResolvedPath r = workstation_->resolve(pathName, true);
-  if (!r.rootExists) fail(ErrorCode::BadFileNameOrNumber);
+  if (!r.rootExists) fail_file_call(ErrorCode::BadFileNameOrNumber);
   const bool wholeFolder = r.windows.isRoot() || EndsWithSeparator(pathName);
   const fs::path folder = wholeFolder ? r.local : r.local.parent_path();
   const std::string pattern = wholeFolder ? std::string("*") : r.windows.name();
@@ -49,7 +49,7 @@ std::string VbFiles::Dir(std::string_view pathName, int attributes) {
 }
 
 std::string VbFiles::Dir() {
-  if (!listing_started_) fail(ErrorCode::InvalidProcedureCall);
+  if (!listing_started_) fail_file_call(ErrorCode::InvalidProcedureCall);
   if (next_ < listing_.size()) return listing_[next_++];
   listing_started_ = false;  // one more call after the end is an error, as in VB
   listing_.clear();
@@ -62,29 +62,29 @@ void VbFiles::Kill(std::string_view pathName) const {
   std::vector<fs::path> doomed;
   for (const localfs::Entry& entry : localfs::list(folder))
     if (!entry.isFolder && MatchesWildcard(entry.name, r.windows.name())) doomed.push_back(folder / entry.name);
-  if (doomed.empty()) fail(ErrorCode::FileNotFound);
+  if (doomed.empty()) fail_file_call(ErrorCode::FileNotFound);
   for (const fs::path& file : doomed) {
-    if (localfs::isReadOnly(file)) fail(ErrorCode::PathFileAccessError);
-    if (IsLockedByAnother(file)) fail(ErrorCode::PermissionDenied);
+    if (localfs::isReadOnly(file)) fail_file_call(ErrorCode::PathFileAccessError);
+    if (IsLockedByAnother(file)) fail_file_call(ErrorCode::PermissionDenied);
     std::error_code ec;
     fs::remove(file, ec);
-    if (ec) fail(ErrorCode::PermissionDenied);
+    if (ec) fail_file_call(ErrorCode::PermissionDenied);
   }
 }
 
 void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
   const ResolvedPath from = workstation_->resolveOnDrive(oldPath);
   const ResolvedPath to = workstation_->resolveOnDrive(newPath);
-  if (!sameRoot(from.windows, to.windows)) fail(ErrorCode::RenameAcrossDisks);
+  if (!sameRoot(from.windows, to.windows)) fail_file_call(ErrorCode::RenameAcrossDisks);
   existingParent(from);
-  if (!from.exists()) fail(ErrorCode::FileNotFound);
+  if (!from.exists()) fail_file_call(ErrorCode::FileNotFound);
   existingParent(to);
   // A change of case only is a rename of the same entry, which Windows allows.
   const bool sameEntry = from.local == to.local ||
                          (from.local.parent_path() == to.local.parent_path() &&
                           EqualsNoCase(from.local.filename().string(), to.windows.name()));
-  if (to.exists() && !sameEntry) fail(ErrorCode::FileAlreadyExists);
-  if (from.isFile() && IsLockedByAnother(from.local)) fail(ErrorCode::PermissionDenied);
+  if (to.exists() && !sameEntry) fail_file_call(ErrorCode::FileAlreadyExists);
+  if (from.isFile() && IsLockedByAnother(from.local)) fail_file_call(ErrorCode::PermissionDenied);
   const fs::path target = sameEntry ? from.local.parent_path() / to.windows.name() : to.local;
   localfs::moveEntry(from.local, target);
 }
@@ -92,39 +92,39 @@ void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
 void VbFiles::FileCopy(std::string_view source, std::string_view destination) const {
   const ResolvedPath from = workstation_->resolveOnDrive(source);
   existingParent(from);
-  if (!from.isFile()) fail(ErrorCode::FileNotFound);
+  if (!from.isFile()) fail_file_call(ErrorCode::FileNotFound);
   const ResolvedPath to = workstation_->resolveOnDrive(destination);
   existingParent(to);
-  if (to.isFolder()) fail(ErrorCode::PathFileAccessError);
-  if (IsLockedByAnother(from.local)) fail(ErrorCode::PermissionDenied);
-  if (to.exists() && (localfs::isReadOnly(to.local) || IsLockedByAnother(to.local))) fail(ErrorCode::PermissionDenied);
+  if (to.isFolder()) fail_file_call(ErrorCode::PathFileAccessError);
+  if (IsLockedByAnother(from.local)) fail_file_call(ErrorCode::PermissionDenied);
+  if (to.exists() && (localfs::isReadOnly(to.local) || IsLockedByAnother(to.local))) fail_file_call(ErrorCode::PermissionDenied);
   localfs::copyFile(from.local, to.local);
 }
 
 void VbFiles::MkDir(std::string_view path) const {
   const ResolvedPath r = workstation_->resolveOnDrive(path);
-  if (r.windows.isRoot() || r.exists()) fail(ErrorCode::PathFileAccessError);
+  if (r.windows.isRoot() || r.exists()) fail_file_call(ErrorCode::PathFileAccessError);
   existingParent(r);
   std::error_code ec;
   fs::create_directory(r.local, ec);
-  if (ec) fail(ErrorCode::PathFileAccessError);
+  if (ec) fail_file_call(ErrorCode::PathFileAccessError);
 }
 
 void VbFiles::RmDir(std::string_view path) const {
   const ResolvedPath r = workstation_->resolveOnDrive(path);
-  if (!r.isFolder()) fail(ErrorCode::PathNotFound);
+  if (!r.isFolder()) fail_file_call(ErrorCode::PathNotFound);
   std::error_code ec;
-  if (!fs::is_empty(r.local, ec) || ec) fail(ErrorCode::PathFileAccessError);
+  if (!fs::is_empty(r.local, ec) || ec) fail_file_call(ErrorCode::PathFileAccessError);
   fs::remove(r.local, ec);
-  if (ec) fail(ErrorCode::PathFileAccessError);
+  if (ec) fail_file_call(ErrorCode::PathFileAccessError);
 }
 
 std::int64_t VbFiles::FileLen(std::string_view path) const {
   const ResolvedPath r = workstation_->resolveOnDrive(path);
-  if (!r.isFile()) fail(ErrorCode::FileNotFound);
+  if (!r.isFile()) fail_file_call(ErrorCode::FileNotFound);
   std::error_code ec;
   const auto size = fs::file_size(r.local, ec);
-  if (ec) fail(ErrorCode::FileNotFound);
+  if (ec) fail_file_call(ErrorCode::FileNotFound);
   return static_cast<std::int64_t>(size);
 }
 

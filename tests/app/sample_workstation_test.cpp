@@ -15,7 +15,7 @@
 namespace app_test {
 namespace {
 
-std::string ReadBytes(const fs::path& file) {
+std::string ReadSampleBytes(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   std::stringstream bytes;
   bytes << in.rdbuf();
@@ -35,7 +35,7 @@ class SampleWorkstationTest : public ::testing::Test {
 TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
   const echantillon::SampleWorkstation sample = echantillon::BuildSampleWorkstation(parent / "poste", 6);
   const fs::path program = parent / "poste" / "C" / "QUELIS";
-  EXPECT_EQ(ReadBytes(program / "Quelis.ini"), "[INIT]\r\nChemin donnees=C:\\Quelis\\\r\n");
+  EXPECT_EQ(ReadSampleBytes(program / "Quelis.ini"), "[INIT]\r\nChemin donnees=C:\\Quelis\\\r\n");
   EXPECT_GE(std::distance(fs::directory_iterator(program / "Lettres"), fs::directory_iterator{}), 1);
   EXPECT_TRUE(fs::is_regular_file(program / "Bases" / "Quelis.mdb"));
   EXPECT_TRUE(fs::is_regular_file(program / "Bases" / "QuelisSauv_18012013.mdb"));
@@ -44,7 +44,7 @@ TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
   EXPECT_EQ(sample.dataFolders[0], "C:\\Quelis\\Donnees\\0590100\\");
   EXPECT_EQ(sample.refusedDatabase, "C:\\Quelis\\Donnees\\0620200\\Bases\\Quelis.mdb");
   // Labels are Windows-1252, one line without line end.
-  EXPECT_EQ(ReadBytes(program / "Bases" / "libelle.txt"), "Centre des imp\xF4ts fonciers de Lille");
+  EXPECT_EQ(ReadSampleBytes(program / "Bases" / "libelle.txt"), "Centre des imp\xF4ts fonciers de Lille");
   // Both databases open, at the versions the demo relies on.
   platform::Workstation poste(sample.root);
   platform::dao::DBEngine moteur(poste);

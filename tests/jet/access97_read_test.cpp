@@ -15,6 +15,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace access97_read_test_cases {
+
 namespace {
 
 std::string fixture97(const std::string& name) { return std::string(QUELIS_FIXTURES97) + "/" + name; }
@@ -186,3 +189,5 @@ TEST(Access97Read, TextIsDecodedInTheColumnsCodePage) {
 }
 
 }  // namespace
+
+}  // namespace access97_read_test_cases

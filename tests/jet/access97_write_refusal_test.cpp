@@ -10,6 +10,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace access97_write_refusal_test_cases {
+
 namespace {
 
 struct Copy97 {
@@ -96,3 +99,5 @@ TEST(Access97Write, JetCommandsRefuseAndLeaveTheFileAlone) {
 }
 
 }  // namespace
+
+}  // namespace access97_write_refusal_test_cases

@@ -15,6 +15,9 @@
 #include "jet/ddl/relationship_write.h"
 #include "jet/storage/transaction.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_column_add_drop_test_cases {
+
 namespace {
 
 using namespace alter_column_test;
@@ -344,3 +347,5 @@ TEST(AlterColumnDrop, ColumnsInUseAreRefusedAndTheFileStaysByteIdentical) {
 }
 
 }  // namespace
+
+}  // namespace alter_column_add_drop_test_cases

@@ -11,6 +11,9 @@
 #include "jet/table/index_maintain_hook.h"
 #include "jet/storage/transaction.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_column_change_test_cases {
+
 namespace {
 
 using namespace alter_column_test;
@@ -214,3 +217,5 @@ TEST(AlterColumnChange, OrdinalPositionsMoveInDisplayOrderOnly) {
 }
 
 }  // namespace
+
+}  // namespace alter_column_change_test_cases

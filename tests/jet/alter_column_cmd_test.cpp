@@ -5,6 +5,9 @@
 
 #include "alter_column_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_column_cmd_test_cases {
+
 namespace {
 
 using namespace alter_column_test;
@@ -50,3 +53,5 @@ TEST(AlterColumnCommands, AddAlterAndDropThroughTheTool) {
 }
 
 }  // namespace
+
+}  // namespace alter_column_cmd_test_cases

@@ -14,6 +14,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_index_test_cases {
+
 namespace {
 
 int error_of(const std::function<void()>& action) {
@@ -129,3 +132,5 @@ TEST(AlterIndex, ImpossibleIndexChangesAreRefusedWithoutWriting) {
 }
 
 }  // namespace
+
+}  // namespace alter_index_test_cases

@@ -14,6 +14,9 @@
 #include "jet/base/names.h"
 #include "jet/storage/transaction.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_table_drop_test_cases {
+
 namespace {
 
 using namespace alter_table_test;
@@ -150,3 +153,5 @@ TEST(AlterTableDrop, DropTableCommand) {
 }
 
 }  // namespace
+
+}  // namespace alter_table_drop_test_cases

@@ -9,6 +9,9 @@
 #include "jet/ddl/alter_index.h"
 #include "jet/base/error.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_table_index_nulls_test_cases {
+
 namespace {
 
 using namespace alter_table_test;
@@ -54,3 +57,5 @@ TEST(AlterTableIndexNulls, NullsRefusePrimaryAndRequiredIndexes) {
 }
 
 }  // namespace
+
+}  // namespace alter_table_index_nulls_test_cases

@@ -8,6 +8,9 @@
 #include "jet/base/error.h"
 #include "jet/ddl/relationship_write.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace alter_table_rename_test_cases {
+
 namespace {
 
 using namespace alter_table_test;
@@ -113,3 +116,5 @@ TEST(AlterTableRename, CaseOnlyChangeAndEngineMadeRelationships) {
 }
 
 }  // namespace
+
+}  // namespace alter_table_rename_test_cases

@@ -12,6 +12,9 @@
 #include "jet/btree/index_page.h"
 #include "jet/tools/index_verify.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_build_test_cases {
+
 namespace {
 
 TEST(BtreeBuild, EveryFixtureIndexRebuildsToTheSameEntries) {
@@ -86,3 +89,5 @@ TEST(BtreeBuild, LargeBuildHasLevelsAndReplacesTheOldTree) {
 }
 
 }  // namespace
+
+}  // namespace btree_build_test_cases

@@ -18,6 +18,9 @@
 #include "jet/storage/transaction.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_cache_test_cases {
+
 namespace {
 
 using btree_test::Entry;
@@ -293,3 +296,5 @@ TEST(BtreeCache, WritersOfOneTableSeeEachOthersCounters) {
 }
 
 }  // namespace
+
+}  // namespace btree_cache_test_cases

@@ -7,6 +7,9 @@
 #include "jet/table/index_maintain_hook.h"
 #include "jet/tools/index_verify.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_hook_test_cases {
+
 namespace {
 
 TEST(BtreeHook, TableWritesKeepEveryIndexSound) {
@@ -58,3 +61,5 @@ TEST(BtreeHook, TableWritesKeepEveryIndexSound) {
 }
 
 }  // namespace
+
+}  // namespace btree_hook_test_cases

@@ -13,6 +13,9 @@
 #include "jet/btree/index_maintain.h"
 #include "jet/tools/index_verify.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_maintain_test_cases {
+
 namespace {
 
 struct Fixture {
@@ -146,3 +149,5 @@ TEST(BtreeMaintain, UpdatesMoveEntriesAndIgnoreNullsLeavesRowsOut) {
 }
 
 }  // namespace
+
+}  // namespace btree_maintain_test_cases

@@ -12,6 +12,9 @@
 #include "jet/btree/btree_write.h"
 #include "jet/btree/index_key.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_model_test_cases {
+
 namespace {
 
 using btree_test::Entry;
@@ -89,3 +92,5 @@ TEST(BtreeModel, ThousandsOfRandomChangesMatchTheModel) {
 }
 
 }  // namespace
+
+}  // namespace btree_model_test_cases

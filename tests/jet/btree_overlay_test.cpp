@@ -13,6 +13,9 @@
 #include "jet/tools/index_verify.h"
 #include "jet/record/usage_map_write.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_overlay_test_cases {
+
 namespace {
 
 TEST(BtreeOverlay, TreePagesFollowTheIndexUsageMapAndRollBack) {
@@ -63,3 +66,5 @@ TEST(BtreeOverlay, TreePagesFollowTheIndexUsageMapAndRollBack) {
 }
 
 }  // namespace
+
+}  // namespace btree_overlay_test_cases

@@ -9,6 +9,9 @@
 #include "jet/btree/index_key.h"
 #include "jet/btree/index_page.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_page_test_cases {
+
 namespace {
 
 const char* const kIndexFixtures[] = {"indexTestV2000.mdb", "compIndexTestV2000.mdb",
@@ -21,7 +24,7 @@ TEST(BtreePage, AccessPagesEncodeToTheirOwnBytes) {
     auto pager = btree_test::load_fixture(name);
     for (jet::PageNumber p = 1; p < pager->page_count(); ++p) {
       const auto raw = pager->read(p).view().copy();
-      if ((raw[0] != jet::kIndexLeafPageKind && raw[0] != jet::kIndexNodePageKind) || raw[1] != 1) {
+      if ((raw[0] != jet::disk::kPageIndexLeaf && raw[0] != jet::disk::kPageIndexNode) || raw[1] != 1) {
         continue;
       }
       SCOPED_TRACE(std::string(name) + " page " + std::to_string(p));
@@ -29,7 +32,7 @@ TEST(BtreePage, AccessPagesEncodeToTheirOwnBytes) {
       const auto node = jet::read_index_node(*pager, p);
       const auto bytes = jet::encode_index_node(node, pager->page_size());
       ASSERT_TRUE(bytes.has_value());
-      const std::size_t end = jet::kIndexEntriesOffset + parsed.used_bytes;
+      const std::size_t end = jet::disk::kIndexEntries + parsed.used_bytes;
       EXPECT_EQ(std::vector<std::uint8_t>(bytes->begin(), bytes->begin() + end),
                 std::vector<std::uint8_t>(raw.begin(), raw.begin() + end));
       ++pages;
@@ -105,3 +108,5 @@ TEST(BtreePage, IntermediatePageKeepsItsLastChildAsTail) {
 }
 
 }  // namespace
+
+}  // namespace btree_page_test_cases

@@ -15,6 +15,9 @@
 #include "jet/tools/index_verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace btree_write_test_cases {
+
 namespace {
 
 using btree_test::Entry;
@@ -168,3 +171,5 @@ TEST(BtreeWrite, RefusalsWriteNothing) {
 }
 
 }  // namespace
+
+}  // namespace btree_write_test_cases

@@ -5,6 +5,9 @@
 #include "jet/db/database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace catalog_properties_test_cases {
+
 namespace {
 
 TEST(CatalogProperties, EveryColumnOfAnAccessTableHasItsBlockWithAccessValues) {
@@ -56,3 +59,5 @@ TEST(CatalogProperties, SchemaToolShowsColumnProperties) {
 }
 
 }  // namespace
+
+}  // namespace catalog_properties_test_cases

@@ -9,6 +9,9 @@
 #include "jet/db/database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace catalog_test_cases {
+
 namespace {
 
 using jet_test::fixture;
@@ -78,3 +81,5 @@ TEST(JetCatalog, EntriesCarryTheirDefinitionPageAndProperties) {
 }
 
 }  // namespace
+
+}  // namespace catalog_test_cases

@@ -11,6 +11,9 @@
 #include "jet/exec/executor.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace column_rules_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -157,3 +160,5 @@ TEST(ColumnRules, CompactionAndRepairCarryEmptyTextsAsStored) {
 }
 
 }  // namespace
+
+}  // namespace column_rules_test_cases

@@ -18,6 +18,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace compact_test_cases {
+
 namespace {
 
 std::string joined(const std::vector<std::string>& lines) {
@@ -141,3 +144,5 @@ TEST(Compact, RefusedDestinationsAndSourcesLeaveNothingBehind) {
 }
 
 }  // namespace
+
+}  // namespace compact_test_cases

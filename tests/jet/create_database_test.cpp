@@ -19,6 +19,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace create_database_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -196,3 +199,5 @@ TEST(CreateDatabase, NewFileIsSoundAndOpensForWriting) {
 }
 
 }  // namespace
+
+}  // namespace create_database_test_cases

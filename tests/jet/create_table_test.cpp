@@ -17,6 +17,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace create_table_test_cases {
+
 namespace {
 
 using jet::ColumnType;
@@ -293,3 +296,5 @@ TEST(CreateTable, RowsWrittenThroughTheIndexesReadBackEverywhere) {
 }
 
 }  // namespace
+
+}  // namespace create_table_test_cases

@@ -14,6 +14,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace diff_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -227,3 +230,5 @@ TEST(Diff, UnreadableFilesAreRefusedWithTheEngineError) {
 }
 
 }  // namespace
+
+}  // namespace diff_test_cases

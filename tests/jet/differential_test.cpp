@@ -13,6 +13,9 @@
 #include "jet/db/database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace differential_test_cases {
+
 namespace {
 
 const std::string kRowEnd = "<<FIN-DE-LIGNE>>\n";
@@ -126,3 +129,5 @@ TEST(JetDifferential, NumericColumnsAtTheirScale) {
 }
 
 }  // namespace
+
+}  // namespace differential_test_cases

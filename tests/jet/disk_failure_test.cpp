@@ -15,6 +15,9 @@
 #include "os/faulty_file_system.h"
 #include "os/services.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace disk_failure_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -149,3 +152,5 @@ TEST(InjectedServices, DatesComeFromTheInjectedClockAndIdentifiersFromTheRandomS
 }
 
 }  // namespace
+
+}  // namespace disk_failure_test_cases

@@ -16,6 +16,9 @@
 #include "jet_test_support.h"
 #include "page_builder.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace free_page_map_test_cases {
+
 namespace {
 
 constexpr const char* kTable = "Pieces";
@@ -235,3 +238,5 @@ TEST(JetFreePageMap, AWindowMovedForwardIsReportedAndWidenedAtTheNextAllocation)
 }
 
 }  // namespace
+
+}  // namespace free_page_map_test_cases

@@ -15,6 +15,9 @@
 #include "jet_test_support.h"
 #include "page_builder.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace fuzz_test_cases {
+
 namespace {
 
 using jet_test::Bytes;
@@ -104,3 +107,5 @@ TEST(JetFuzz, DamagedCopiesFailCleanly) {
 }
 
 }  // namespace
+
+}  // namespace fuzz_test_cases

@@ -6,6 +6,9 @@
 #include "jet/base/error.h"
 #include "jet/btree/index_cursor.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_cursor_test_cases {
+
 namespace {
 
 using namespace index_test;
@@ -157,3 +160,5 @@ TEST(IndexCursor, DamagedTreesEndInError3049) {
 }
 
 }  // namespace
+
+}  // namespace index_cursor_test_cases

@@ -18,6 +18,9 @@
 
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_fixture_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -173,3 +176,5 @@ TEST(IndexFixtures, NamedIndexesLeadToTheirRealIndex) {
 }
 
 }  // namespace
+
+}  // namespace index_fixture_test_cases

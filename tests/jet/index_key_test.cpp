@@ -10,6 +10,9 @@
 #include "jet/base/error.h"
 #include "jet/btree/index_key.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_key_test_cases {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -227,3 +230,5 @@ TEST(IndexKey, MalformedKeysAreReportedAsDamage) {
 }
 
 }  // namespace
+
+}  // namespace index_key_test_cases

@@ -7,6 +7,9 @@
 #include "jet/base/error.h"
 #include "jet/btree/index_page.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_page_test_cases {
+
 namespace {
 
 using namespace index_test;
@@ -41,7 +44,7 @@ TEST(IndexPage, LeafEntriesGetTheirSharedPrefixBack) {
   EXPECT_EQ(page.entries[2].key, long_key(0x1FF));
   EXPECT_EQ(page.entries[0].row, (jet::RowId{0x010203, 4}));
   EXPECT_EQ(page.entries[2].row, (jet::RowId{0x10, 0}));
-  EXPECT_EQ(page.entries[1].offset, jet::kIndexEntriesOffset + 9);
+  EXPECT_EQ(page.entries[1].offset, jet::disk::kIndexEntries + 9);
   EXPECT_TRUE(page.children().empty());
 }
 
@@ -69,7 +72,7 @@ TEST(IndexPage, DamageIsReportedNotRead) {
   EXPECT_TRUE(damaged(long_prefix));
 
   Bytes past_end = good;
-  past_end[jet::kIndexEntriesOffset - 1] = 0x80;  // an entry ending beyond the page
+  past_end[jet::disk::kIndexEntries - 1] = 0x80;  // an entry ending beyond the page
   EXPECT_TRUE(damaged(past_end));
 
   EXPECT_TRUE(damaged(index_page(true, {Bytes{0x7F, 1, 2}})));                 // no room for a row pointer
@@ -85,7 +88,7 @@ TEST(IndexPage, RandomDamageNeverEscapesAsAnythingButError3049) {
   for (int i = 0; i < 60; ++i) entries.push_back(leaf_entry(long_key(1000 + i * 7), 20 + i / 10, static_cast<std::uint8_t>(i)));
   const Bytes good = index_page(true, entries, 3);
   std::mt19937 rng(20240611);
-  std::uniform_int_distribution<std::size_t> where(0, jet::kIndexEntriesOffset + 700);
+  std::uniform_int_distribution<std::size_t> where(0, jet::disk::kIndexEntries + 700);
   std::uniform_int_distribution<int> value(0, 255);
   int rejected = 0;
   for (int round = 0; round < 3000; ++round) {
@@ -103,3 +106,5 @@ TEST(IndexPage, RandomDamageNeverEscapesAsAnythingButError3049) {
 }
 
 }  // namespace
+
+}  // namespace index_page_test_cases

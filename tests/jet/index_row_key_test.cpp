@@ -7,6 +7,9 @@
 
 #include <functional>
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_row_key_test_cases {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -125,3 +128,5 @@ TEST(IndexRowKey, IgnoreNullsLeavesOutRowsWhoseIndexedValuesAreAllNull) {
 }
 
 }  // namespace
+
+}  // namespace index_row_key_test_cases

@@ -65,7 +65,7 @@ struct PageLinks {
 inline Bytes index_page(bool leaf, const std::vector<Bytes>& entries, std::uint16_t prefix = 0,
                         PageLinks links = {}) {
   Bytes p(kPageSize, 0);
-  p[0] = leaf ? jet::kIndexLeafPageKind : jet::kIndexNodePageKind;
+  p[0] = leaf ? jet::disk::kPageIndexLeaf : jet::disk::kPageIndexNode;
   p[1] = 0x01;
   put_le32(p, 4, links.owner);
   put_le32(p, 12, links.prev);
@@ -76,10 +76,10 @@ inline Bytes index_page(bool leaf, const std::vector<Bytes>& entries, std::uint1
   std::size_t at = 0;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const std::size_t skip = i == 0 ? 0 : prefix;
-    for (std::size_t k = skip; k < entries[i].size(); ++k) p[jet::kIndexEntriesOffset + at++] = entries[i][k];
-    p[jet::kIndexEntryMaskOffset + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
+    for (std::size_t k = skip; k < entries[i].size(); ++k) p[jet::disk::kIndexEntries + at++] = entries[i][k];
+    p[jet::disk::kIndexMask + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
   }
-  const std::size_t free = kPageSize - jet::kIndexEntriesOffset - at;
+  const std::size_t free = kPageSize - jet::disk::kIndexEntries - at;
   p[2] = static_cast<std::uint8_t>(free);
   p[3] = static_cast<std::uint8_t>(free >> 8);
   return p;

@@ -13,6 +13,9 @@
 #include "jet/btree/index_page.h"
 #include "jet/tools/index_verify.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace index_verify_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -146,3 +149,5 @@ TEST(IndexVerify, EntriesOutOfOrderAreReported) {
 }
 
 }  // namespace
+
+}  // namespace index_verify_test_cases

@@ -4,6 +4,9 @@
 
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace jet_help_cmd_test_cases {
+
 namespace {
 
 TEST(JetHelp, DescribesReadingAndWritingAndListsTheWritingCommands) {
@@ -19,3 +22,5 @@ TEST(JetHelp, DescribesReadingAndWritingAndListsTheWritingCommands) {
 }
 
 }  // namespace
+
+}  // namespace jet_help_cmd_test_cases

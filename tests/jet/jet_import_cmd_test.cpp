@@ -9,6 +9,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace jet_import_cmd_test_cases {
+
 namespace {
 
 using jet_test::run;
@@ -205,3 +208,5 @@ TEST_F(JetImport, QuotedEmptyFieldsAreZeroLengthTextsEvenAloneOnTheirLine) {
 }
 
 }  // namespace
+
+}  // namespace jet_import_cmd_test_cases

@@ -10,6 +10,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace long_value_write_test_cases {
+
 namespace {
 
 jet::RowId row_of(const std::vector<std::uint8_t>& field) {
@@ -47,3 +50,5 @@ TEST(LongValueWrite, FreedValuesLeaveRoomThatLaterValuesFill) {
 }
 
 }  // namespace
+
+}  // namespace long_value_write_test_cases

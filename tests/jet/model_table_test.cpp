@@ -16,6 +16,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace model_table_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -217,3 +220,5 @@ TEST(ModelTable, RandomChangesMatchTheModelAcrossReopenings) {
 }
 
 }  // namespace
+
+}  // namespace model_table_test_cases

@@ -9,6 +9,9 @@
 #include "jet/base/error.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace open_test_cases {
+
 namespace {
 
 using jet_test::fixture;
@@ -144,3 +147,5 @@ TEST(JetOpen, ExclusiveLockHoldsAgainstAnotherProcess) {
 }
 
 }  // namespace
+
+}  // namespace open_test_cases

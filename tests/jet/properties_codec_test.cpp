@@ -8,6 +8,9 @@
 #include "jet/record/properties_codec.h"
 #include "properties_oracle.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace properties_codec_test_cases {
+
 namespace {
 
 using jet::ColumnType;
@@ -200,3 +203,5 @@ TEST(DamagedPropertyBlobs, EveryTruncationAndByteChangeOfRealBlobsIsSafe) {
 }
 
 }  // namespace
+
+}  // namespace properties_codec_test_cases

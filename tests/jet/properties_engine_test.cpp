@@ -3,6 +3,9 @@
 
 #include "properties_oracle.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace properties_engine_test_cases {
+
 namespace {
 
 TEST(PropertyBlobsThroughTheCatalog, AreTheBytesMdbtoolsReads) {
@@ -23,3 +26,5 @@ TEST(PropertyBlobsThroughTheCatalog, AreTheBytesMdbtoolsReads) {
 }
 
 }  // namespace
+
+}  // namespace properties_engine_test_cases

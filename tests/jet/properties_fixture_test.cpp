@@ -11,6 +11,9 @@
 #include "jet/record/properties.h"
 #include "properties_oracle.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace properties_fixture_test_cases {
+
 namespace {
 
 using jet_oracle::Blob;
@@ -255,3 +258,5 @@ TEST(PropertyBlobs, ColumnPropertiesAreSetInTheirStoredForm) {
 }
 
 }  // namespace
+
+}  // namespace properties_fixture_test_cases

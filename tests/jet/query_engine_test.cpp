@@ -5,6 +5,9 @@
 #include "jet/catalog/query_sql.h"
 #include "query_oracle.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace query_engine_test_cases {
+
 namespace {
 
 TEST(QueriesThroughTheCatalog, RowsAndSqlMatchMdbtools) {
@@ -37,3 +40,5 @@ TEST(QueriesThroughTheCatalog, RowsAndSqlMatchMdbtools) {
 }
 
 }  // namespace
+
+}  // namespace query_engine_test_cases

@@ -9,6 +9,9 @@
 #include "jet/catalog/query_sql.h"
 #include "query_oracle.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace query_fixture_test_cases {
+
 namespace {
 
 const std::vector<jet_oracle::SavedQuery>& fixture_queries() {
@@ -193,3 +196,5 @@ TEST(FixtureQueries, AgreeWithMdbQueriesOnColumnsTablesAndCriteria) {
 }
 
 }  // namespace
+
+}  // namespace query_fixture_test_cases

@@ -8,6 +8,9 @@
 #include "jet/catalog/query_def.h"
 #include "jet/catalog/query_sql.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace query_sql_test_cases {
+
 namespace {
 
 using jet::QueryDef;
@@ -237,3 +240,5 @@ TEST(QueryRows, CatalogValuesOfWrongKindsAreDamage) {
 }
 
 }  // namespace
+
+}  // namespace query_sql_test_cases

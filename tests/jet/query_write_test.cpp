@@ -16,6 +16,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace query_write_test_cases {
+
 namespace {
 
 int error_of(const std::function<void()>& action) {
@@ -152,3 +155,5 @@ TEST(QueryWrite, NamesInUseMissingQueriesAndBadTextAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace query_write_test_cases

@@ -13,6 +13,9 @@
 #include "jet/ddl/relationship_write.h"
 #include "jet/storage/transaction.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace referential_engine_test_cases {
+
 namespace {
 
 using namespace alter_table_test;
@@ -206,3 +209,5 @@ TEST(ReferentialEngine, RefusalInsideTransactionKeepsEarlierWorkAndRollbackResto
 }
 
 }  // namespace
+
+}  // namespace referential_engine_test_cases

@@ -5,6 +5,9 @@
 #include "alter_table_support.h"
 #include "jet/base/error.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace referential_fixture_test_cases {
+
 namespace {
 
 using namespace alter_table_test;
@@ -36,3 +39,5 @@ TEST(ReferentialFixture, AccessRelationshipsEnforcedAndCascaded) {
 }
 
 }  // namespace
+
+}  // namespace referential_fixture_test_cases

@@ -18,6 +18,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace repair_test_cases {
+
 namespace {
 
 std::string joined(const std::vector<std::string>& lines) {
@@ -190,3 +193,5 @@ TEST(Repair, FilesThatCannotBeOpenedAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace repair_test_cases

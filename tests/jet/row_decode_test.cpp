@@ -9,6 +9,9 @@
 #include "jet/table/table.h"
 #include "page_builder.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace row_decode_test_cases {
+
 namespace {
 
 using namespace jet_test;
@@ -233,3 +236,5 @@ TEST(JetTableScan, SkipsDeletedAndReadsMovedRowsOnce) {
 }
 
 }  // namespace
+
+}  // namespace row_decode_test_cases

@@ -10,6 +10,9 @@
 #include "jet/sql/parser.h"
 #include "jet/sql/printer.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_app_statements_test_cases {
+
 namespace {
 
 using namespace jet::sql;
@@ -276,3 +279,5 @@ TEST(SqlApplicationStatements, DuplicatedInsertColumnIsLeftToTheExecutor) {
 }
 
 }  // namespace
+
+}  // namespace sql_app_statements_test_cases

@@ -5,6 +5,9 @@
 
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_command_test_cases {
+
 namespace {
 
 struct Outcome {
@@ -84,3 +87,5 @@ TEST_F(SqlCommand, ErrorsGoToStderrWithTheirNumber) {
 }
 
 }  // namespace
+
+}  // namespace sql_command_test_cases

@@ -4,6 +4,9 @@
 
 #include "sql_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_eval_arithmetic_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -133,3 +136,5 @@ TEST(SqlLiteralsEval, NumbersAndDates) {
 }
 
 }  // namespace
+
+}  // namespace sql_eval_arithmetic_test_cases

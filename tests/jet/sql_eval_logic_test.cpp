@@ -4,6 +4,9 @@
 
 #include "sql_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_eval_logic_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -191,3 +194,5 @@ TEST(SqlNames, StatementNamesForParameterCounting) {
 }
 
 }  // namespace
+
+}  // namespace sql_eval_logic_test_cases

@@ -10,6 +10,9 @@
 #include "jet/storage/transaction.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_alter_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -175,3 +178,5 @@ TEST_F(SqlAlterTable, ChangesInsideATransactionGoWithItsRollback) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_alter_test_cases

@@ -8,6 +8,9 @@
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_ddl_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -137,3 +140,5 @@ TEST_F(FicheFromNothing, SelectIntoMakesAndFillsATable) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_ddl_test_cases

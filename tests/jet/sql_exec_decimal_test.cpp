@@ -9,6 +9,9 @@
 #include "jet/base/error.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_decimal_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -131,3 +134,5 @@ TEST(DecimalConversion, TextsDoublesAndLimits) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_decimal_test_cases

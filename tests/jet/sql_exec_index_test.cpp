@@ -8,6 +8,9 @@
 #include "jet/catalog/catalog.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_index_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -103,3 +106,5 @@ TEST_F(SqlIndexes, DropTableTakesItsRowsAndRelationships) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_index_test_cases

@@ -6,6 +6,9 @@
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_insert_delete_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -122,3 +125,5 @@ TEST(DataDefinition, ADroppedTableIsGoneForTheStatementsThatFollow) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_insert_delete_test_cases

@@ -7,6 +7,9 @@
 
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_join_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -112,3 +115,5 @@ TEST(JoinLarge, SelfJoinOfFiveHundredRowsCountsEveryMatchingPair) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_join_test_cases

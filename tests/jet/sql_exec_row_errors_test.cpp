@@ -6,6 +6,9 @@
 #include "jet/exec/executor.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_row_errors_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -85,3 +88,5 @@ TEST_F(SqlRowErrors, StatementsThatCannotRunStillRaise) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_row_errors_test_cases

@@ -5,6 +5,9 @@
 
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_select_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -224,3 +227,5 @@ TEST(SelectReadOnly, SelectsOnADatabaseOpenedForReadingAndRefusesChanges) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_select_test_cases

@@ -7,6 +7,9 @@
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_exec_update_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -169,3 +172,5 @@ TEST_F(BackupUpdate, MissingBackupFileOrTable) {
 }
 
 }  // namespace
+
+}  // namespace sql_exec_update_test_cases

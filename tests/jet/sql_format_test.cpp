@@ -3,6 +3,9 @@
 
 #include "sql_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_format_test_cases {
+
 namespace {
 
 using sqltest::eval;
@@ -55,3 +58,5 @@ TEST(SqlFormat, TextBooleansAndNull) {
 }
 
 }  // namespace
+
+}  // namespace sql_format_test_cases

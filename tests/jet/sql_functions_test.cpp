@@ -3,6 +3,9 @@
 
 #include "sql_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_functions_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -211,3 +214,5 @@ TEST(SqlFunctions, UnknownFunctionsAndWrongCounts) {
 }
 
 }  // namespace
+
+}  // namespace sql_functions_test_cases

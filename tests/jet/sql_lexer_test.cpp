@@ -5,6 +5,9 @@
 #include "jet/base/error.h"
 #include "jet/sql/lexer.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_lexer_test_cases {
+
 namespace {
 
 using namespace jet::sql;
@@ -59,3 +62,5 @@ TEST(SqlLexer, UnterminatedAndUnknown) {
 }
 
 }  // namespace
+
+}  // namespace sql_lexer_test_cases

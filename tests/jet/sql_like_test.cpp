@@ -4,6 +4,9 @@
 #include "jet/base/error.h"
 #include "jet/sql/like.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_like_test_cases {
+
 namespace {
 
 using jet::sql::like_match;
@@ -61,3 +64,5 @@ TEST(SqlLike, UnclosedBracketIsAnError) {
 }
 
 }  // namespace
+
+}  // namespace sql_like_test_cases

@@ -8,6 +8,9 @@
 #include "jet/sql/sql_error.h"
 #include "sql_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_parser_test_cases {
+
 namespace {
 
 using namespace jet::sql;
@@ -354,3 +357,5 @@ TEST(SqlStatements, MakeTableAndFormReferences) {
 }
 
 }  // namespace
+
+}  // namespace sql_parser_test_cases

@@ -11,6 +11,9 @@
 #include "jet/sql/printer.h"
 #include "sql_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace sql_robustness_test_cases {
+
 namespace {
 
 using namespace jet::sql;
@@ -101,3 +104,5 @@ TEST_F(SqlRobustness, MutatedStatementsFailCleanly) {
 }
 
 }  // namespace
+
+}  // namespace sql_robustness_test_cases

@@ -5,6 +5,9 @@
 #include "jet/db/database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace table_def_fixture_test_cases {
+
 namespace {
 
 using jet::ColumnType;
@@ -120,3 +123,5 @@ TEST(JetTableDef, ForeignKeyIndexesPointAtTheRelatedTable) {
 }
 
 }  // namespace
+
+}  // namespace table_def_fixture_test_cases

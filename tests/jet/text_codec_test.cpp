@@ -3,6 +3,9 @@
 
 #include "jet/base/text_codec.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace text_codec_test_cases {
+
 namespace {
 
 std::string decode(std::vector<std::uint8_t> bytes) { return jet::decode_stored_text(bytes); }
@@ -23,3 +26,5 @@ TEST(JetTextCodec, CompressedRunsAlternateAtZeroBytes) {
 }
 
 }  // namespace
+
+}  // namespace text_codec_test_cases

@@ -23,6 +23,9 @@
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace text_keys_write_test_cases {
+
 namespace {
 
 using namespace sql_exec_test;
@@ -282,3 +285,5 @@ TEST(TextKeysWritten, AStoredEntryWithoutAComputableKeyIsKeptMovedAndCarried) {
 }
 
 }  // namespace
+
+}  // namespace text_keys_write_test_cases

@@ -11,6 +11,9 @@
 #include "jet/btree/index_key.h"
 #include "jet/base/text_sort.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace text_sort_fixture_test_cases {
+
 namespace {
 
 // Values of `column` in the order of the first index of `table` holding it (when it is not
@@ -72,3 +75,5 @@ TEST(TextSortInFixtures, DigitsCompareAsCharactersAndSpacesCount) {
 }
 
 }  // namespace
+
+}  // namespace text_sort_fixture_test_cases

@@ -11,6 +11,9 @@
 #include "jet/btree/index_key.h"
 #include "jet/base/text_sort.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace text_sort_scripts_test_cases {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -94,3 +97,5 @@ TEST(TextSortScripts, EveryCharacterOfThePlaneHasAKeyButSurrogates) {
 }
 
 }  // namespace
+
+}  // namespace text_sort_scripts_test_cases

@@ -10,6 +10,9 @@
 #include "jet/btree/index_key.h"
 #include "jet/base/text_sort.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace text_sort_test_cases {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -140,3 +143,5 @@ TEST(TextSort, CharactersBeyondThePlaneAndBadUtf8AreRefused) {
 }
 
 }  // namespace
+
+}  // namespace text_sort_test_cases

@@ -6,6 +6,9 @@
 
 #include "jet/base/unicode.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace unicode_test_cases {
+
 namespace {
 
 using namespace jet::unicode;
@@ -49,3 +52,5 @@ TEST(Unicode, DecodesSingleAndDoubleByteCodePages) {
 }
 
 }  // namespace
+
+}  // namespace unicode_test_cases

@@ -4,6 +4,9 @@
 #include "jet/base/error.h"
 #include "jet/base/value.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace value_test_cases {
+
 namespace {
 
 TEST(JetValue, AccessorsRefuseAnotherKind) {
@@ -74,3 +77,5 @@ TEST(JetValue, DisplayText) {
 }
 
 }  // namespace
+
+}  // namespace value_test_cases

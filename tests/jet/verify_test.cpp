@@ -12,6 +12,9 @@
 #include "jet_test_support.h"
 #include "page_builder.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace verify_test_cases {
+
 namespace {
 
 using jet_test::Bytes;
@@ -149,3 +152,5 @@ TEST(JetVerify, PageListedByTwoTablesMaps) {
 }
 
 }  // namespace
+
+}  // namespace verify_test_cases

@@ -10,6 +10,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_autonumber_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -58,3 +61,5 @@ TEST(WriteAutonumber, AccessTableNumbersFromItsStoredCounter) {
 }
 
 }  // namespace
+
+}  // namespace write_autonumber_test_cases

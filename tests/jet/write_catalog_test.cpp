@@ -13,6 +13,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_catalog_test_cases {
+
 namespace {
 
 int error_of(const std::function<void()>& action) {
@@ -148,3 +151,5 @@ TEST(WriteCatalog, FailedStatementInsideATransactionLeavesNoTrace) {
 }
 
 }  // namespace
+
+}  // namespace write_catalog_test_cases

@@ -12,6 +12,9 @@
 #include "jet/storage/transaction.h"
 #include "jet/record/usage_map_write.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_data_page_test_cases {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -89,7 +92,7 @@ TEST(DataPageEditor, DeletedRowsAndPointersAreWhatTheReaderExpects) {
   jet::DataPageEditor editor = jet::DataPageEditor::blank(4096, 7);
   editor.add_row(pattern(40, 1));
   editor.add_row(pattern(2, 2));
-  editor.add_row(pattern(40, 3), jet::row_flags::Deleted);  // a moved row's new place
+  editor.add_row(pattern(40, 3), jet::disk::kRowDeleted);  // a moved row's new place
   editor.mark_deleted(0);
   editor.make_pointer(1, {0x123456, 7});  // a row of 2 bytes grows to hold the pointer
   const jet::DataPage page = read_side(editor);
@@ -184,3 +187,5 @@ TEST(UsageMapWrite, TheGlobalMapNeverGrowsAndReportsWhatItCannotRecord) {
 }
 
 }  // namespace
+
+}  // namespace write_data_page_test_cases

@@ -9,6 +9,9 @@
 #include "jet/storage/writable_file.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_pager_refresh_test_cases {
+
 namespace {
 
 TEST(WritePagerRefresh, FilePagerForgetsWrittenPagesAndLearnsTheNewLength) {
@@ -55,3 +58,5 @@ TEST(WritePagerRefresh, CommittedPagesAreServedByTheFileNotKeptInMemory) {
 }
 
 }  // namespace
+
+}  // namespace write_pager_refresh_test_cases

@@ -20,6 +20,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_pager_test_cases {
+
 namespace {
 
 std::vector<std::uint8_t> filled(std::size_t size, std::uint8_t byte) { return std::vector<std::uint8_t>(size, byte); }
@@ -256,3 +259,5 @@ TEST(WritableFile, AReadOnlyFileIsRefusedUntouched) {
 }
 
 }  // namespace
+
+}  // namespace write_pager_test_cases

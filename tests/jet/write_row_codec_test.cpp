@@ -13,6 +13,9 @@
 #include "jet/base/text_codec.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_row_codec_test_cases {
+
 namespace {
 
 std::string hex(const std::vector<std::uint8_t>& bytes) {
@@ -229,3 +232,5 @@ TEST(RowCodec, TextIsCompressedOnlyWhenEveryCharacterFitsOneByte) {
 }
 
 }  // namespace
+
+}  // namespace write_row_codec_test_cases

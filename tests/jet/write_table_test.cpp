@@ -13,6 +13,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_table_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -325,3 +328,5 @@ TEST(TableWriter, TheHookSeesEachChangeBeforeAndAfterItIsWritten) {
 }
 
 }  // namespace
+
+}  // namespace write_table_test_cases

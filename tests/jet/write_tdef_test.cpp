@@ -16,6 +16,9 @@
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_tdef_test_cases {
+
 namespace {
 
 std::string describe(const jet::TableDef& def) {
@@ -148,3 +151,5 @@ TEST(WriteTableDef, RefusesOutsideATransactionAndLeavesTheFile) {
 }
 
 }  // namespace
+
+}  // namespace write_tdef_test_cases

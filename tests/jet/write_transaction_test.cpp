@@ -15,6 +15,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_transaction_test_cases {
+
 namespace {
 
 using jet::Value;
@@ -123,3 +126,5 @@ TEST(WriteTransaction, SecondProcessMeetsTheLockAndWritesNothing) {
 }
 
 }  // namespace
+
+}  // namespace write_transaction_test_cases

@@ -12,6 +12,9 @@
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace write_verify_pages_test_cases {
+
 namespace {
 
 struct Built {
@@ -81,3 +84,5 @@ TEST(WriteVerifyPages, WrittenFileIsSoundAndEachPlantedDamageIsNamed) {
 }
 
 }  // namespace
+
+}  // namespace write_verify_pages_test_cases

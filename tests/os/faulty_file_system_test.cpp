@@ -9,6 +9,9 @@
 #include "os/faulty_file_system.h"
 #include "os/services.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace faulty_file_system_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -101,3 +104,5 @@ TEST_F(FaultyFiles, SyncReadAndRenameFailuresAreCuedSeparately) {
 }
 
 }  // namespace
+
+}  // namespace faulty_file_system_test_cases

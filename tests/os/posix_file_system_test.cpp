@@ -10,6 +10,9 @@
 #include "os/failure.h"
 #include "os/services.h"
 
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace posix_file_system_test_cases {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -142,3 +145,5 @@ TEST(SystemClock, GivesAPlausibleLocalDateAndDistinctRandomNumbers) {
 }
 
 }  // namespace
+
+}  // namespace posix_file_system_test_cases

@@ -46,7 +46,7 @@ jet::ColumnDesign design_of_type(const std::string& type) {
   return design;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration add_column_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("add-column", "Ajoute un champ à une table");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

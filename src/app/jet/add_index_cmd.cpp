@@ -10,7 +10,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration add_index_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("add-index", "Crée un index sur une table");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

@@ -8,7 +8,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration add_query_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("add-query", "Enregistre une requête à partir de son texte SQL");
   auto file = std::make_shared<std::string>();
   auto name = std::make_shared<std::string>();

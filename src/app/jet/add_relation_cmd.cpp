@@ -17,7 +17,7 @@ std::vector<std::string> split(const std::string& list) {
   return out;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration add_relation_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("add-relation", "Crée une relation entre deux tables");
   auto file = std::make_shared<std::string>();
   auto design = std::make_shared<jet::RelationshipDesign>();

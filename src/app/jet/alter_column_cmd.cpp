@@ -11,7 +11,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration alter_column_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("alter-column", "Modifie un champ d'une table");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

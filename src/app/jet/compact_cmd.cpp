@@ -17,7 +17,7 @@ int compact(const std::string& source, const std::string& destination, std::ostr
   return 0;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration compact_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("compact", "Compacte une base dans un nouveau fichier");
   auto source = std::make_shared<std::string>();
   auto destination = std::make_shared<std::string>();

@@ -14,7 +14,7 @@ int create(const std::string& file, std::ostream& out) {
   return 0;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration create_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("create", "Crée une base Access 2000 vide");
   auto file = std::make_shared<std::string>();
   sub->add_option("FILE", *file, "Fichier à créer (ne doit pas exister)")->required();

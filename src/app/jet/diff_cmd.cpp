@@ -17,7 +17,7 @@ int diff(const std::string& first, const std::string& second, bool column_number
   return lines.empty() ? 0 : 1;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration diff_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("diff", "Différences entre deux bases (vide si identiques)");
   auto first = std::make_shared<std::string>();
   auto second = std::make_shared<std::string>();

@@ -9,7 +9,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration drop_column_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("drop-column", "Supprime un champ d'une table");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

@@ -8,7 +8,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration drop_index_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("drop-index", "Supprime un index d'une table");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

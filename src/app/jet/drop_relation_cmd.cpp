@@ -8,7 +8,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration drop_relation_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("drop-relation", "Supprime une relation");
   auto file = std::make_shared<std::string>();
   auto name = std::make_shared<std::string>();

@@ -8,7 +8,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration drop_table_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("drop-table", "Supprime une table, ses relations et ses données");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

@@ -140,7 +140,7 @@ int import_csv(const std::string& file, const std::string& table, const std::str
   return 0;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration import_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("import", "Importe un fichier CSV dans une table (créée au besoin)");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

@@ -8,7 +8,7 @@
 namespace jet_tool {
 namespace {
 
-const Registration registration{[](CLI::App& app) {
+const Registration rename_table_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("rename-table", "Renomme une table");
   auto file = std::make_shared<std::string>();
   auto table = std::make_shared<std::string>();

@@ -16,7 +16,7 @@ int repair(const std::string& file, std::ostream& out) {
   return 0;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration repair_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("repair", "Répare une base sur place (index, tables d'utilisation, compteurs)");
   auto file = std::make_shared<std::string>();
   sub->add_option("FILE", *file, "Base à réparer")->required();

@@ -61,7 +61,7 @@ int run_sql(const std::string& file, const std::string& sql, bool fail_on_error,
   return 0;
 }
 
-const Registration registration{[](CLI::App& app) {
+const Registration sql_registration{[](CLI::App& app) {
   auto* sub = app.add_subcommand("sql", "Exécute une instruction SQL (SELECT : lignes en CSV)");
   auto file = std::make_shared<std::string>();
   auto sql = std::make_shared<std::string>();

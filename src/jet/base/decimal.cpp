@@ -15,7 +15,7 @@ constexpr u128 kMaxMagnitude = (static_cast<u128>(1) << 96) - 1;
 constexpr int kMaxScale = 28;
 
 [[noreturn]] void field_overflow() { throw Error(ErrorCode::NumericFieldOverflow); }
-[[noreturn]] void overflow() { throw Error(ErrorCode::Overflow); }
+[[noreturn]] void decimal_overflow() { throw Error(ErrorCode::Overflow); }
 
 // One decimal dropped, half away from zero.
 void drop_digit(Decimal& d) {
@@ -52,7 +52,7 @@ Decimal fitted(bool negative, u128 magnitude, int scale) {
   d.magnitude = magnitude;
   int s = scale;  // may pass 255 for a product: kept apart from the stored scale
   while (d.magnitude > kMaxMagnitude || s > kMaxScale) {
-    if (s == 0) overflow();
+    if (s == 0) decimal_overflow();
     d.scale = 1;
     drop_digit(d);
     --s;
@@ -195,7 +195,7 @@ Decimal decimal_multiply(const Decimal& a, const Decimal& b) {
     Decimal x = a, y = b;
     while (__builtin_mul_overflow(x.magnitude, y.magnitude, &product)) {
       Decimal& finer = x.scale >= y.scale ? x : y;
-      if (finer.scale == 0) overflow();
+      if (finer.scale == 0) decimal_overflow();
       drop_digit(finer);
     }
     return fitted(a.negative != b.negative, product, x.scale + y.scale);
@@ -216,7 +216,7 @@ std::int64_t currency_of_decimal(const Decimal& value) {
       ++d.magnitude;  // half to even, as Automation converts to Currency
     }
   }
-  if (!raise_scale(d, 4) || d.magnitude > static_cast<u128>(std::numeric_limits<std::int64_t>::max())) overflow();
+  if (!raise_scale(d, 4) || d.magnitude > static_cast<u128>(std::numeric_limits<std::int64_t>::max())) decimal_overflow();
   const auto n = static_cast<std::int64_t>(d.magnitude);
   return d.negative ? -n : n;
 }

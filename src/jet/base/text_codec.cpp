@@ -23,6 +23,58 @@ void append_unit(std::string& out, char16_t unit, char16_t& pending) {
 
 }  // namespace
 
+Utf8Char next_utf8(std::string_view s, std::size_t& i, Utf8Surrogates surrogates) {
+  const auto b0 = static_cast<unsigned char>(s[i]);
+  if (b0 < 0x80) {
+    ++i;
+    return {b0, true};
+  }
+  std::size_t extra = 0;
+  char32_t cp = 0, minimum = 0;
+  if ((b0 & 0xE0) == 0xC0) {
+    extra = 1, cp = b0 & 0x1F, minimum = 0x80;
+  } else if ((b0 & 0xF0) == 0xE0) {
+    extra = 2, cp = b0 & 0x0F, minimum = 0x800;
+  } else if ((b0 & 0xF8) == 0xF0) {
+    extra = 3, cp = b0 & 0x07, minimum = 0x10000;
+  }
+  bool ok = extra != 0 && i + extra < s.size();
+  for (std::size_t k = 1; ok && k <= extra; ++k) {
+    const auto b = static_cast<unsigned char>(s[i + k]);
+    ok = (b & 0xC0) == 0x80;
+    cp = (cp << 6) | (b & 0x3F);
+  }
+  const bool surrogate = cp >= 0xD800 && cp <= 0xDFFF;
+  if (!ok || cp < minimum || cp > 0x10FFFF || (surrogate && surrogates == Utf8Surrogates::Refuse)) {
+    ++i;
+    return {0xFFFD, false};
+  }
+  i += extra + 1;
+  return {cp, true};
+}
+
+std::u32string utf8_to_utf32(std::string_view s) {
+  std::u32string out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size();) out.push_back(next_utf8(s, i).code_point);
+  return out;
+}
+
+std::u16string utf8_to_utf16(std::string_view s, Utf8Surrogates surrogates) {
+  std::u16string out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size();) {
+    const char32_t cp = next_utf8(s, i, surrogates).code_point;
+    if (cp >= 0x10000) {
+      out.push_back(static_cast<char16_t>(0xD800 + ((cp - 0x10000) >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + ((cp - 0x10000) & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(cp));
+    }
+  }
+  return out;
+}
+
 void append_utf8(std::string& out, char32_t c) {
   if (c < 0x80) {
     out += static_cast<char>(c);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "jet/base/error.h"
+#include "jet/base/text_codec.h"
 #include "jet/base/text_sort_table.h"
 
 namespace jet {
@@ -31,54 +32,16 @@ constexpr std::uint8_t kKanaMarkPrefix = 0x80;
 constexpr std::uint8_t kKanaMarksEnd[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
 constexpr std::uint8_t kKanaThenHidden = 0xFF;  // between the kana marks and a hidden run
 
-[[noreturn]] void unsupported(std::string_view text) {
+[[noreturn]] void unsupported_key_text(std::string_view text) {
   throw Error(ErrorCode::UnsupportedKeyCharacter, text);
 }
 
-// Decodes UTF-8 into UTF-16 code units (Jet stores and indexes text as UTF-16).
-std::u16string to_utf16(std::string_view s) {
-  std::u16string out;
-  out.reserve(s.size());
-  std::size_t i = 0;
-  while (i < s.size()) {
-    const auto b0 = static_cast<unsigned char>(s[i]);
-    char32_t cp;
-    std::size_t len;
-    if (b0 < 0x80) {
-      cp = b0;
-      len = 1;
-    } else if ((b0 & 0xE0) == 0xC0) {
-      cp = b0 & 0x1F;
-      len = 2;
-    } else if ((b0 & 0xF0) == 0xE0) {
-      cp = b0 & 0x0F;
-      len = 3;
-    } else if ((b0 & 0xF8) == 0xF0) {
-      cp = b0 & 0x07;
-      len = 4;
-    } else {
-      unsupported(s);
-    }
-    if (i + len > s.size()) unsupported(s);
-    for (std::size_t k = 1; k < len; ++k) {
-      const auto b = static_cast<unsigned char>(s[i + k]);
-      if ((b & 0xC0) != 0x80) unsupported(s);
-      cp = (cp << 6) | (b & 0x3F);
-    }
-    static constexpr char32_t kMinForLength[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (cp < kMinForLength[len] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-      unsupported(s);
-    }
-    if (cp >= 0x10000) {
-      cp -= 0x10000;
-      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
-    } else {
-      out.push_back(static_cast<char16_t>(cp));
-    }
-    i += len;
-  }
-  return out;
+// Decodes UTF-8 into UTF-16 code units (Jet stores and indexes text as UTF-16). A key is
+// never made of text that is not well-formed UTF-8.
+std::u16string to_utf16_key_text(std::string_view s) {
+  for (std::size_t i = 0; i < s.size();)
+    if (!next_utf8(s, i).valid) unsupported_key_text(s);
+  return utf8_to_utf16(s);
 }
 
 // Kana size marks, three 2-bit marks to a byte under a 0x80 prefix; trailing full-size marks
@@ -118,7 +81,7 @@ bool general_text_key_known(char32_t c) { return find_char_code(c).has_value(); 
 
 void append_general_text_key(std::string_view utf8_text, bool ascending,
                              std::vector<std::uint8_t>& out) {
-  std::u16string text = to_utf16(utf8_text);
+  std::u16string text = to_utf16_key_text(utf8_text);
   if (text.size() > kMaxIndexedTextUnits) text.resize(kMaxIndexedTextUnits);
   while (!text.empty() && text.back() == u' ') text.pop_back();
 
@@ -130,7 +93,7 @@ void append_general_text_key(std::string_view utf8_text, bool ascending,
 
   for (char16_t unit : text) {
     const auto code = find_char_code(unit);
-    if (!code) unsupported(utf8_text);
+    if (!code) unsupported_key_text(utf8_text);
     const auto primary = std::span(code->primary).first(code->primary_size);
     const auto extra = std::span(code->extra).first(code->extra_size);
     switch (code->kind) {

@@ -9,12 +9,12 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void mismatch() { throw Error(ErrorCode::TypeMismatch); }
+[[noreturn]] void value_type_mismatch() { throw Error(ErrorCode::TypeMismatch); }
 
 template <class T, class D>
 const T& checked(const D& data) {
   if (auto* p = std::get_if<T>(&data)) return *p;
-  mismatch();
+  value_type_mismatch();
 }
 
 // Round half to even, as VB's CLng/CInt do.
@@ -94,7 +94,7 @@ double Value::to_double() const {
     case ValueKind::Double: return as_double();
     case ValueKind::Date: return as_date();
     case ValueKind::Decimal: return as_decimal().to_double();
-    default: mismatch();
+    default: value_type_mismatch();
   }
 }
 

@@ -5,11 +5,10 @@
 
 #include "jet/base/error.h"
 #include "jet/btree/index_key.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kMaxDepth = 32;
 
 [[noreturn]] void damaged_at(Pager& pager, PageNumber page, const char* what) {
   throw_damaged(pager.file_name(), "index, page " + std::to_string(page) + " : " + what);
@@ -19,7 +18,7 @@ constexpr std::size_t kMaxDepth = 32;
 IndexNodeItem last_entry_below(IndexPageCache& cache, Pager& pager, PageNumber number,
                                std::size_t depth) {
   for (;; ++depth) {
-    if (depth > kMaxDepth) damaged_at(pager, number, "arbre d'index trop profond");
+    if (depth > disk::kMaxIndexDepth) damaged_at(pager, number, "arbre d'index trop profond");
     const auto page = cache.get(pager, number);
     if (page->leaf) {
       if (page->entries.empty()) damaged_at(pager, number, "feuille vide sous une page intermédiaire");
@@ -94,7 +93,7 @@ CachedIndexPage parsed_form(IndexNode&& node, const std::vector<std::uint8_t>& b
   for (std::size_t i = 0; i < stored; ++i) {
     IndexNodeItem& item = node.items[i];
     IndexEntry e;
-    e.offset = static_cast<std::uint16_t>(kIndexEntriesOffset + at);
+    e.offset = static_cast<std::uint16_t>(disk::kIndexEntries + at);
     at += index_item_size(item, node.leaf) - (i == 0 ? 0 : p.prefix_length);
     e.row = item.row;
     e.child = node.leaf ? 0 : item.child;
@@ -112,7 +111,7 @@ IndexNode read_index_node(IndexPageCache& cache, Pager& pager, PageNumber number
 }
 
 IndexNode read_index_node(Pager& pager, PageNumber number) {
-  IndexPageCache cache(kMaxDepth + 1);
+  IndexPageCache cache(disk::kMaxIndexDepth + 1);
   return read_index_node(cache, pager, number);
 }
 
@@ -138,7 +137,7 @@ bool BtreeWriter::remove(std::span<const std::uint8_t> key, RowId row) {
 // leaf alone.
 std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const Target& t,
                                                        std::size_t depth) {
-  if (depth > kMaxDepth) damaged(number, "arbre d'index trop profond");
+  if (depth > disk::kMaxIndexDepth) damaged(number, "arbre d'index trop profond");
   Pager& pager = store_->pager();
   auto page = cache_->get(pager, number);
   const auto& entries = page->entries;
@@ -236,7 +235,7 @@ void BtreeWriter::put(IndexNode node, std::vector<std::uint8_t> bytes) {
 void BtreeWriter::relink(PageNumber page, bool previous, PageNumber target) {
   if (page == 0) return;
   auto bytes = store_->pager().read(page).view().copy();
-  if (bytes.empty() || (bytes[0] != kIndexLeafPageKind && bytes[0] != kIndexNodePageKind)) {
+  if (bytes.empty() || (bytes[0] != disk::kPageIndexLeaf && bytes[0] != disk::kPageIndexNode)) {
     damaged(page, "voisine d'une page d'index qui n'est pas une page d'index");
   }
   set_index_page_link(bytes, previous, target);

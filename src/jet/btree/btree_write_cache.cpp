@@ -5,14 +5,12 @@
 #include <vector>
 
 #include "jet/btree/index_key.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
-constexpr std::size_t kMaxDepth = 32;
-constexpr std::size_t kLevelOffset = 26;
-
-[[noreturn]] void damaged_at(Pager& pager, PageNumber page, const char* what) {
+[[noreturn]] void damaged_cached_page(Pager& pager, PageNumber page, const char* what) {
   throw_damaged(pager.file_name(), "index, page " + std::to_string(page) + " : " + what);
 }
 
@@ -20,7 +18,7 @@ constexpr std::size_t kLevelOffset = 26;
 
 std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNumber number) {
   if (number == 0 || number >= pager.page_count()) {
-    damaged_at(pager, number, "numéro de page d'index hors du fichier");
+    damaged_cached_page(pager, number, "numéro de page d'index hors du fichier");
   }
   Page page = pager.read(number);
   auto it = slots_.find(number);
@@ -33,7 +31,7 @@ std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNum
   ++misses_;
   auto fresh = std::make_shared<CachedIndexPage>();
   static_cast<IndexPage&>(*fresh) = parse_index_page(page);
-  fresh->level = page.view().u8(kLevelOffset);
+  fresh->level = page.view().u8(disk::kIndexLevel);
   std::shared_ptr<const CachedIndexPage> parsed = std::move(fresh);
   if (it != slots_.end()) {
     it->second = Slot{std::move(page), parsed, ++clock_};
@@ -84,9 +82,9 @@ bool index_holds_key(IndexPageCache& cache, Pager& pager, PageNumber root,
   std::uint64_t visits = 0;
   auto descend = [&](PageNumber number, bool first) {
     for (;;) {
-      if (path.size() >= kMaxDepth) damaged_at(pager, number, "arbre d'index trop profond");
-      if (++visits > static_cast<std::uint64_t>(pager.page_count()) * 2 + kMaxDepth) {
-        damaged_at(pager, number, "arbre d'index bouclé");
+      if (path.size() >= disk::kMaxIndexDepth) damaged_cached_page(pager, number, "arbre d'index trop profond");
+      if (++visits > static_cast<std::uint64_t>(pager.page_count()) * 2 + disk::kMaxIndexDepth) {
+        damaged_cached_page(pager, number, "arbre d'index bouclé");
       }
       auto page = cache.get(pager, number);
       const auto& es = page->entries;
@@ -99,7 +97,7 @@ bool index_holds_key(IndexPageCache& cache, Pager& pager, PageNumber root,
       if (pos >= children) return;  // past every key below this page
       const IndexPage& p = *path.back().page;
       number = pos < p.entries.size() ? p.entries[pos].child : p.tail;
-      if (number == 0) damaged_at(pager, p.number, "pointeur d'enfant nul");
+      if (number == 0) damaged_cached_page(pager, p.number, "pointeur d'enfant nul");
     }
   };
   descend(root, false);
@@ -121,7 +119,7 @@ bool index_holds_key(IndexPageCache& cache, Pager& pager, PageNumber root,
       const std::size_t children = p.entries.size() + (p.tail != 0 ? 1 : 0);
       if (++parent.pos < children) {
         const PageNumber child = parent.pos < p.entries.size() ? p.entries[parent.pos].child : p.tail;
-        if (child == 0) damaged_at(pager, p.number, "pointeur d'enfant nul");
+        if (child == 0) damaged_cached_page(pager, p.number, "pointeur d'enfant nul");
         descend(child, true);
         break;
       }

@@ -2,25 +2,11 @@
 
 #include <algorithm>
 
+#include "jet/storage/format.h"
+#include "jet/base/bytes.h"
+
 namespace jet {
 namespace {
-
-constexpr std::size_t kFreeSpaceOffset = 2;
-constexpr std::size_t kOwnerOffset = 4;
-constexpr std::size_t kPrevOffset = 12;
-constexpr std::size_t kNextOffset = 16;
-constexpr std::size_t kTailOffset = 20;
-constexpr std::size_t kPrefixOffset = 24;
-constexpr std::size_t kLevelOffset = 26;
-
-void put_le16(std::vector<std::uint8_t>& b, std::size_t at, std::uint16_t v) {
-  b[at] = static_cast<std::uint8_t>(v);
-  b[at + 1] = static_cast<std::uint8_t>(v >> 8);
-}
-
-void put_le32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + i] = static_cast<std::uint8_t>(v >> (8 * i));
-}
 
 void append_be(std::vector<std::uint8_t>& b, std::uint32_t v, int bytes) {
   for (int i = bytes - 1; i >= 0; --i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
@@ -37,7 +23,7 @@ void append_entry(std::vector<std::uint8_t>& b, const IndexNodeItem& item, bool 
 }  // namespace
 
 std::size_t index_entry_room(std::size_t page_size) noexcept {
-  return page_size > kIndexEntriesOffset ? page_size - kIndexEntriesOffset : 0;
+  return page_size > disk::kIndexEntries ? page_size - disk::kIndexEntries : 0;
 }
 
 std::size_t index_item_size(const IndexNodeItem& item, bool leaf) noexcept {
@@ -81,29 +67,29 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
   if (used > room) return std::nullopt;
 
   std::vector<std::uint8_t> page(page_size, 0);
-  page[0] = node.leaf ? kIndexLeafPageKind : kIndexNodePageKind;
+  page[0] = node.leaf ? disk::kPageIndexLeaf : disk::kPageIndexNode;
   page[1] = 0x01;
-  put_le16(page, kFreeSpaceOffset, static_cast<std::uint16_t>(room - used));
-  put_le32(page, kOwnerOffset, node.owner);
-  put_le32(page, kPrevOffset, node.prev);
-  put_le32(page, kNextOffset, node.next);
-  put_le32(page, kTailOffset, tail);
-  put_le16(page, kPrefixOffset, static_cast<std::uint16_t>(prefix));
-  page[kLevelOffset] = node.level;
+  store_le16(page, disk::kPageFreeSpace, static_cast<std::uint16_t>(room - used));
+  store_le32(page, disk::kPageOwner, node.owner);
+  store_le32(page, disk::kIndexPrev, node.prev);
+  store_le32(page, disk::kIndexNext, node.next);
+  store_le32(page, disk::kIndexTail, tail);
+  store_le16(page, disk::kIndexPrefix, static_cast<std::uint16_t>(prefix));
+  page[disk::kIndexLevel] = node.level;
   std::size_t at = 0;
   for (std::size_t i = 0; i < stored; ++i) {
     const std::size_t skip = i == 0 ? 0 : prefix;
     const std::size_t start = begin_of(i) + skip;
     std::copy(flat.begin() + static_cast<std::ptrdiff_t>(start), flat.begin() + static_cast<std::ptrdiff_t>(ends[i]),
-              page.begin() + static_cast<std::ptrdiff_t>(kIndexEntriesOffset + at));
+              page.begin() + static_cast<std::ptrdiff_t>(disk::kIndexEntries + at));
     at += ends[i] - start;
-    page[kIndexEntryMaskOffset + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
+    page[disk::kIndexMask + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
   }
   return page;
 }
 
 void set_index_page_link(std::vector<std::uint8_t>& page, bool previous, PageNumber target) {
-  put_le32(page, previous ? kPrevOffset : kNextOffset, target);
+  store_le32(page, previous ? disk::kIndexPrev : disk::kIndexNext, target);
 }
 
 }  // namespace jet

@@ -5,14 +5,13 @@
 
 #include "jet/base/error.h"
 #include "jet/btree/index_row_key.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kMaxDepth = 32;       // far beyond any real tree (fan-out >= 2)
 constexpr std::size_t kMaxCachedPages = 64;
 
-[[noreturn]] void damaged(Pager& pager, PageNumber page, const std::string& what) {
+[[noreturn]] void damaged_cursor_page(Pager& pager, PageNumber page, const std::string& what) {
   throw_damaged(pager.file_name(), "index, page " + std::to_string(page) + " : " + what);
 }
 
@@ -23,7 +22,7 @@ bool before_target(const IndexEntry& e, std::span<const std::uint8_t> key, RowId
   return compare_keys(e.key, key) < 0;
 }
 
-bool same_name(std::string_view a, std::string_view b) {
+bool same_ascii_name(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   for (std::size_t i = 0; i < a.size(); ++i) {
     auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; };
@@ -36,7 +35,7 @@ bool same_name(std::string_view a, std::string_view b) {
 
 const IndexDef* find_real_index(const TableDef& table, std::string_view logical_name) {
   for (const auto& logical : table.logical_indexes) {
-    if (same_name(logical.name, logical_name)) return table.real_index(logical.real_index);
+    if (same_ascii_name(logical.name, logical_name)) return table.real_index(logical.real_index);
   }
   return nullptr;
 }
@@ -47,7 +46,7 @@ IndexCursor::IndexCursor(Pager& pager, const TableDef& table, const IndexDef& in
 std::shared_ptr<const IndexPage> IndexCursor::load(PageNumber number) {
   if (auto it = cache_.find(number); it != cache_.end()) return it->second;
   if (number == 0 || number >= pager_->page_count()) {
-    damaged(*pager_, number, "numéro de page d'index hors du fichier");
+    damaged_cursor_page(*pager_, number, "numéro de page d'index hors du fichier");
   }
   if (cache_.size() >= kMaxCachedPages) cache_.clear();
   auto page = std::make_shared<const IndexPage>(read_index_page(*pager_, number));
@@ -63,12 +62,12 @@ void IndexCursor::reset() {
 // Pushes page `number` under the current path, positioned on its first (or last) child or
 // entry; returns the child to descend to, or 0 for a leaf.
 PageNumber IndexCursor::push_one(PageNumber number, bool from_end) {
-  if (++visits_ > static_cast<std::uint64_t>(pager_->page_count()) * 2 + kMaxDepth) {
-    damaged(*pager_, number, "arbre d'index bouclé (plus de pages visitées que le fichier n'en contient)");
+  if (++visits_ > static_cast<std::uint64_t>(pager_->page_count()) * 2 + disk::kMaxIndexDepth) {
+    damaged_cursor_page(*pager_, number, "arbre d'index bouclé (plus de pages visitées que le fichier n'en contient)");
   }
-  if (path_.size() >= kMaxDepth) damaged(*pager_, number, "arbre d'index trop profond");
+  if (path_.size() >= disk::kMaxIndexDepth) damaged_cursor_page(*pager_, number, "arbre d'index trop profond");
   for (const auto& f : path_) {
-    if (f.page->number == number) damaged(*pager_, number, "page d'index ancêtre d'elle-même");
+    if (f.page->number == number) damaged_cursor_page(*pager_, number, "page d'index ancêtre d'elle-même");
   }
   Frame f;
   f.page = load(number);
@@ -78,11 +77,11 @@ PageNumber IndexCursor::push_one(PageNumber number, bool from_end) {
     return 0;
   }
   f.children = f.page->children();
-  if (f.children.empty()) damaged(*pager_, number, "page intermédiaire sans enfant");
+  if (f.children.empty()) damaged_cursor_page(*pager_, number, "page intermédiaire sans enfant");
   f.pos = from_end ? static_cast<std::ptrdiff_t>(f.children.size()) - 1 : 0;
   const PageNumber child = f.children[static_cast<std::size_t>(f.pos)];
   path_.push_back(std::move(f));
-  if (child == 0) damaged(*pager_, number, "pointeur d'enfant nul");
+  if (child == 0) damaged_cursor_page(*pager_, number, "pointeur d'enfant nul");
   return child;
 }
 

@@ -3,12 +3,10 @@
 #include <string>
 
 #include "jet/btree/index_key.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kRowPointerSize = 4;
-constexpr std::size_t kChildSize = 4;
 
 std::uint32_t big_endian(std::span<const std::uint8_t> b) {
   std::uint32_t v = 0;
@@ -32,10 +30,10 @@ IndexPage parse_index_page(const Page& page) {
   IndexPage p;
   p.number = page.number();
   const std::uint8_t kind = v.u8(0);
-  if (kind != kIndexNodePageKind && kind != kIndexLeafPageKind) {
+  if (kind != disk::kPageIndexNode && kind != disk::kPageIndexLeaf) {
     v.damaged("page d'index attendue, type " + std::to_string(kind) + " trouvé");
   }
-  p.leaf = (kind == kIndexLeafPageKind);
+  p.leaf = (kind == disk::kPageIndexLeaf);
   p.free_space = v.u16(2);
   p.owner = v.u32(4);
   const FormatLayout& layout = page.layout();
@@ -50,7 +48,7 @@ IndexPage parse_index_page(const Page& page) {
   const std::size_t mask_size = entries_at - layout.index_mask;
   const ByteView mask = v.sub(layout.index_mask, mask_size);
   const ByteView data = v.sub(entries_at, data_size);
-  const std::size_t tail_size = kRowPointerSize + (p.leaf ? 0 : kChildSize);
+  const std::size_t tail_size = disk::kIndexRowPointerSize + (p.leaf ? 0 : disk::kIndexChildSize);
 
   std::vector<std::uint8_t> prefix;
   std::size_t start = 0;
@@ -87,7 +85,7 @@ IndexPage parse_index_page(const Page& page) {
       const std::span<const std::uint8_t> all(bytes);
       e.row.page = big_endian(all.subspan(key_size, 3));
       e.row.row = all[key_size + 3];
-      if (!p.leaf) e.child = big_endian(all.subspan(key_size + kRowPointerSize, kChildSize));
+      if (!p.leaf) e.child = big_endian(all.subspan(key_size + disk::kIndexRowPointerSize, disk::kIndexChildSize));
       bytes.resize(key_size);
       e.key = std::move(bytes);
       p.entries.push_back(std::move(e));

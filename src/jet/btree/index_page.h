@@ -20,13 +20,9 @@
 
 #include "jet/storage/pager.h"
 #include "jet/record/usage_map.h"
+#include "jet/storage/format.h"
 
 namespace jet {
-
-inline constexpr std::uint8_t kIndexNodePageKind = 0x03;
-inline constexpr std::uint8_t kIndexLeafPageKind = 0x04;
-inline constexpr std::size_t kIndexEntryMaskOffset = 0x1B;
-inline constexpr std::size_t kIndexEntriesOffset = 0x1E0;
 
 struct IndexEntry {
   std::vector<std::uint8_t> key;

@@ -10,7 +10,7 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void unsupported(const ColumnDef& column, const std::string& why) {
+[[noreturn]] void unsupported_key_column(const ColumnDef& column, const std::string& why) {
   throw Error(ErrorCode::OperationNotSupported, column.name + " : " + why);
 }
 
@@ -25,7 +25,7 @@ std::size_t value_position(const TableDef& table, std::uint16_t number) {
 
 std::int64_t whole(const Value& v, const ColumnDef& column, std::int64_t lo, std::int64_t hi) {
   const std::int64_t n = v.to_int64();
-  if (n < lo || n > hi) unsupported(column, "valeur hors limites pour la clé");
+  if (n < lo || n > hi) unsupported_key_column(column, "valeur hors limites pour la clé");
   return n;
 }
 
@@ -34,7 +34,7 @@ KeyDecimal decimal_key(const Value& v, const ColumnDef& column) {
   unsigned __int128 m = d.magnitude;
   for (std::uint8_t s = d.scale; s < column.scale; ++s) m *= 10;
   for (std::uint8_t s = d.scale; s > column.scale; --s) {
-    if (m % 10 != 0) unsupported(column, "trop de décimales pour la clé");
+    if (m % 10 != 0) unsupported_key_column(column, "trop de décimales pour la clé");
     m /= 10;
   }
   KeyDecimal k;
@@ -116,10 +116,10 @@ void append_value_key(KeyWriter& w, const Value& v, const ColumnDef& column, boo
       w.date_time(v.kind() == ValueKind::Date ? v.as_date() : v.to_double(), asc);
       break;
     case KeyKind::Text:
-      if (v.kind() != ValueKind::Text) unsupported(column, "texte attendu");
+      if (v.kind() != ValueKind::Text) unsupported_key_column(column, "texte attendu");
       // Only the general order's keys are known; another order's would be guesses.
       if (column.sort_order != 0 && column.sort_order != kGeneralSortOrderId) {
-        unsupported(column, "ordre de tri " + std::to_string(column.sort_order) +
+        unsupported_key_column(column, "ordre de tri " + std::to_string(column.sort_order) +
                                 " non pris en charge pour les clés d'index");
       }
       w.text(v.as_text(), asc);

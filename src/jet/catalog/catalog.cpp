@@ -6,11 +6,10 @@
 #include "jet/base/names.h"
 #include "jet/table/table.h"
 #include "jet/record/table_def.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr PageNumber kCatalogPage = 2;
 constexpr std::uint32_t kSystemFlags = 0x80000002u;
 
 const Value* field(const Table& table, const Row& row, std::string_view name) {
@@ -28,7 +27,7 @@ bool CatalogEntry::is_system() const noexcept {
 }
 
 Catalog::Catalog(Pager& pager) : pager_(&pager) {
-  Table objects(pager, "MSysObjects", read_table_def(pager, kCatalogPage));
+  Table objects(pager, "MSysObjects", read_table_def(pager, disk::kCatalogPage));
   objects.scan([&](RowId, const Row& row) {
     CatalogEntry e;
     e.id = static_cast<std::int32_t>(int_of(field(objects, row, "Id")));

@@ -7,6 +7,7 @@
 #include "jet/table/table.h"
 #include "jet/table/table_writer.h"
 #include "jet/storage/transaction.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 
@@ -14,14 +15,12 @@ namespace jet {
 
 namespace {
 
-constexpr PageNumber kObjectsPage = 2;
-
 const Value* column(const TableDef& def, const Row& row, std::string_view name) {
   const ColumnDef* c = def.find_column(name);
   return c ? &row[c->definition_order] : nullptr;
 }
 
-void set(const TableDef& def, Row& row, std::string_view name, Value value) {
+void set_catalog_column(const TableDef& def, Row& row, std::string_view name, Value value) {
   const ColumnDef* c = def.find_column(name);
   if (!c) throw_damaged_catalog(name);
   row[c->definition_order] = std::move(value);
@@ -58,19 +57,19 @@ ObjectRow object_of(const TableDef& def, const Row& row) {
 Row row_of(const TableDef& def, const ObjectRow& o, double now) {
   Row row(def.columns.size(), Value::null());
   const double created = o.created != 0 ? o.created : now;
-  set(def, row, "Id", Value::long_(o.id));
-  set(def, row, "ParentId", Value::long_(o.parent_id));
-  set(def, row, "Name", Value::text(o.name));
-  set(def, row, "Type", Value::integer(o.type));
-  set(def, row, "DateCreate", Value::date(created));
-  set(def, row, "DateUpdate", Value::date(o.updated != 0 ? o.updated : created));
-  set(def, row, "Owner", bytes_or_null(o.owner));
-  set(def, row, "Flags", Value::long_(static_cast<std::int32_t>(o.flags)));
-  set(def, row, "LvProp", bytes_or_null(o.properties));
-  set(def, row, "Connect", text_or_null(o.connect));
-  set(def, row, "Database", text_or_null(o.database));
-  set(def, row, "ForeignName", text_or_null(o.foreign_name));
-  set(def, row, "LvExtra", bytes_or_null(o.lv_extra));
+  set_catalog_column(def, row, "Id", Value::long_(o.id));
+  set_catalog_column(def, row, "ParentId", Value::long_(o.parent_id));
+  set_catalog_column(def, row, "Name", Value::text(o.name));
+  set_catalog_column(def, row, "Type", Value::integer(o.type));
+  set_catalog_column(def, row, "DateCreate", Value::date(created));
+  set_catalog_column(def, row, "DateUpdate", Value::date(o.updated != 0 ? o.updated : created));
+  set_catalog_column(def, row, "Owner", bytes_or_null(o.owner));
+  set_catalog_column(def, row, "Flags", Value::long_(static_cast<std::int32_t>(o.flags)));
+  set_catalog_column(def, row, "LvProp", bytes_or_null(o.properties));
+  set_catalog_column(def, row, "Connect", text_or_null(o.connect));
+  set_catalog_column(def, row, "Database", text_or_null(o.database));
+  set_catalog_column(def, row, "ForeignName", text_or_null(o.foreign_name));
+  set_catalog_column(def, row, "LvExtra", bytes_or_null(o.lv_extra));
   return row;
 }
 
@@ -81,7 +80,7 @@ struct Located {
 
 template <class Pred>
 std::optional<Located> locate(Pager& pager, Pred pred) {
-  const TableDef def = read_table_def(pager, kObjectsPage);
+  const TableDef def = read_table_def(pager, disk::kCatalogPage);
   const Table table(pager, "MSysObjects", def);
   std::optional<Located> found;
   table.scan([&](RowId id, const Row& row) {
@@ -137,7 +136,7 @@ std::vector<AccessEntry> default_access(ObjectType type) {
 CatalogWriter::CatalogWriter(OverlayPager& pager, PageAllocator& allocator) : pager_(pager), allocator_(allocator) {}
 
 std::vector<ObjectRow> CatalogWriter::rows() {
-  const TableDef def = read_table_def(pager_, kObjectsPage);
+  const TableDef def = read_table_def(pager_, disk::kCatalogPage);
   std::vector<ObjectRow> out;
   Table(pager_, "MSysObjects", def).scan([&](RowId, const Row& row) {
     out.push_back(object_of(def, row));
@@ -172,7 +171,7 @@ void CatalogWriter::add(const ObjectRow& row) {
   Statement statement(pager_);
   if (find(row.parent_id, row.name)) throw Error(ErrorCode::DuplicateKey);
   TableIndexHook hook(allocator_);
-  TableWriter writer(pager_, allocator_, "MSysObjects", kObjectsPage, {}, &hook);
+  TableWriter writer(pager_, allocator_, "MSysObjects", disk::kCatalogPage, {}, &hook);
   writer.insert(row_of(writer.definition(), row, jet_now(*pager_.services().clock)));
   statement.commit();
 }
@@ -182,7 +181,7 @@ void CatalogWriter::update(const ObjectRow& row) {
   auto found = locate(pager_, [&](const ObjectRow& o) { return o.id == row.id; });
   if (!found) throw Error(ErrorCode::ItemNotFound);
   TableIndexHook hook(allocator_);
-  TableWriter writer(pager_, allocator_, "MSysObjects", kObjectsPage, {}, &hook);
+  TableWriter writer(pager_, allocator_, "MSysObjects", disk::kCatalogPage, {}, &hook);
   writer.update(found->id, row_of(writer.definition(), row, jet_now(*pager_.services().clock)));
   statement.commit();
 }
@@ -224,7 +223,7 @@ void CatalogWriter::remove(std::int32_t id) {
   auto found = locate(pager_, [&](const ObjectRow& o) { return o.id == id; });
   if (!found) throw Error(ErrorCode::ItemNotFound);
   TableIndexHook hook(allocator_);
-  TableWriter(pager_, allocator_, "MSysObjects", kObjectsPage, {}, &hook).remove(found->id);
+  TableWriter(pager_, allocator_, "MSysObjects", disk::kCatalogPage, {}, &hook).remove(found->id);
   // Its access-control rows go with it.
   const PageNumber page = aces_page(pager_);
   const TableDef def = read_table_def(pager_, page);
@@ -248,10 +247,10 @@ void CatalogWriter::add_access(std::int32_t object_id, const std::vector<AccessE
   const TableDef def = writer.definition();
   for (const AccessEntry& e : entries) {
     Row row(def.columns.size(), Value::null());
-    set(def, row, "ObjectId", Value::long_(object_id));
-    set(def, row, "SID", Value::binary(e.sid));
-    set(def, row, "ACM", Value::long_(e.acm));
-    set(def, row, "FInheritable", Value::boolean(e.inheritable));
+    set_catalog_column(def, row, "ObjectId", Value::long_(object_id));
+    set_catalog_column(def, row, "SID", Value::binary(e.sid));
+    set_catalog_column(def, row, "ACM", Value::long_(e.acm));
+    set_catalog_column(def, row, "FInheritable", Value::boolean(e.inheritable));
     writer.insert(row);
   }
   statement.commit();

@@ -10,18 +10,18 @@ namespace {
 
 namespace qa = query_attribute;
 
-[[noreturn]] void damaged(const std::string& detail) {
+[[noreturn]] void damaged_query_def(const std::string& detail) {
   throw Error(static_cast<int>(ErrorCode::DatabaseDamaged), "Requête endommagée : " + detail);
 }
 
 // A clause held by a single row may appear once only.
 const QueryRow* single(const QueryRow* seen, const QueryRow& row, const char* clause) {
-  if (seen != nullptr) damaged(std::string("deux lignes ") + clause);
+  if (seen != nullptr) damaged_query_def(std::string("deux lignes ") + clause);
   return &row;
 }
 
 std::string required_text(const std::optional<std::string>& s, const char* what) {
-  if (!s) damaged(std::string(what) + " sans valeur");
+  if (!s) damaged_query_def(std::string(what) + " sans valeur");
   return *s;
 }
 
@@ -105,10 +105,10 @@ QueryDef read_query_def(std::span<const QueryRow> stored) {
       default: def.other_rows.push_back(row); break;
     }
   }
-  if (type_row == nullptr) damaged("pas de ligne de type");
+  if (type_row == nullptr) damaged_query_def("pas de ligne de type");
   const std::int16_t type = type_row->flag.value_or(0);
   if (type < static_cast<std::int16_t>(QueryType::Select) || type > static_cast<std::int16_t>(QueryType::Union)) {
-    damaged("type de requête " + std::to_string(type) + " inconnu");
+    damaged_query_def("type de requête " + std::to_string(type) + " inconnu");
   }
   def.type = static_cast<QueryType>(type);
   def.type_name1 = type_row->name1;

@@ -9,7 +9,7 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void damaged(const std::string& detail) {
+[[noreturn]] void damaged_query_from(const std::string& detail) {
   throw Error(static_cast<int>(ErrorCode::DatabaseDamaged), "Requête endommagée : " + detail);
 }
 
@@ -19,7 +19,7 @@ const char* join_keyword(std::int16_t kind) {
     case JoinKind::Left: return " LEFT JOIN ";
     case JoinKind::Right: return " RIGHT JOIN ";
   }
-  damaged("type de jointure " + std::to_string(kind) + " inconnu");
+  damaged_query_from("type de jointure " + std::to_string(kind) + " inconnu");
 }
 
 // A table of the FROM list or a join of two such sources, kept in one pool and referred to
@@ -71,7 +71,7 @@ class FromBuilder {
       }
       Source& s = pool_[node];
       if (!s.is_join() || s.kind != j.kind) {
-        damaged("jointures de types différents entre " + j.left + " et " + j.right);
+        damaged_query_from("jointures de types différents entre " + j.left + " et " + j.right);
       }
       s.conditions.insert(s.conditions.begin(), on);
       return;

@@ -7,7 +7,7 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void damaged(std::string_view column, const std::string& detail) {
+[[noreturn]] void damaged_query_row(std::string_view column, const std::string& detail) {
   throw Error(static_cast<int>(ErrorCode::DatabaseDamaged),
               "Requêtes endommagées : colonne " + std::string(column) + " de MSysQueries " + detail);
 }
@@ -25,11 +25,11 @@ template <class Int>
 std::optional<Int> integer(std::string_view column, const Value& v) {
   if (v.is_null() || v.is_empty()) return std::nullopt;
   if (!v.is_numeric() || v.kind() == ValueKind::Decimal) {
-    damaged(column, std::string("de type ") + kind_name(v.kind()) + " au lieu d'un nombre");
+    damaged_query_row(column, std::string("de type ") + kind_name(v.kind()) + " au lieu d'un nombre");
   }
   const std::int64_t n = v.to_int64();
   if (n < std::numeric_limits<Int>::min() || n > std::numeric_limits<Int>::max()) {
-    damaged(column, "hors limites (" + std::to_string(n) + ")");
+    damaged_query_row(column, "hors limites (" + std::to_string(n) + ")");
   }
   return static_cast<Int>(n);
 }
@@ -37,7 +37,7 @@ std::optional<Int> integer(std::string_view column, const Value& v) {
 std::optional<std::string> text(std::string_view column, const Value& v) {
   if (v.is_null() || v.is_empty()) return std::nullopt;
   if (v.kind() != ValueKind::Text) {
-    damaged(column, std::string("de type ") + kind_name(v.kind()) + " au lieu d'un texte");
+    damaged_query_row(column, std::string("de type ") + kind_name(v.kind()) + " au lieu d'un texte");
   }
   return v.as_text();
 }
@@ -57,7 +57,7 @@ QueryRow query_row_from_columns(const std::vector<std::pair<std::string, Value>>
       if (value.kind() == ValueKind::Binary) {
         row.order = value.as_binary();
       } else if (!value.is_null() && !value.is_empty()) {
-        damaged(name, std::string("de type ") + kind_name(value.kind()) + " au lieu d'un binaire");
+        damaged_query_row(name, std::string("de type ") + kind_name(value.kind()) + " au lieu d'un binaire");
       }
     } else if (ascii_iequals(name, "Name1")) {
       row.name1 = text(name, value);

@@ -3,17 +3,17 @@
 
 #include "jet/base/error.h"
 #include "jet/catalog/query_from.h"
+#include "jet/base/text_codec.h"
 #include "jet/base/unicode.h"
-#include "jet/sql/text_compare.h"
 
 namespace jet {
 namespace {
 
-[[noreturn]] void damaged(const std::string& detail) {
+[[noreturn]] void damaged_query_text(const std::string& detail) {
   throw Error(static_cast<int>(ErrorCode::DatabaseDamaged), "Requête endommagée : " + detail);
 }
 
-std::string joined(const std::vector<std::string>& items, std::string_view separator = ", ") {
+std::string joined_items(const std::vector<std::string>& items, std::string_view separator = ", ") {
   std::string out;
   for (std::size_t i = 0; i < items.size(); ++i) {
     if (i > 0) out += separator;
@@ -25,7 +25,7 @@ std::string joined(const std::vector<std::string>& items, std::string_view separ
 // Letters and digits of any script (accented French names) and "_" need no brackets.
 bool is_plain_name(std::string_view name) {
   if (name.empty()) return false;
-  for (char32_t c : sql::decode_utf8(name)) {
+  for (char32_t c : utf8_to_utf32(name)) {
     if (c != '_' && !unicode::is_letter_or_digit(c)) return false;
   }
   return true;
@@ -76,12 +76,12 @@ class SqlWriter {
     std::vector<std::string> items;
     for (const auto& p : def_.parameters) {
       const char* type = parameter_type_name(p.type);
-      if (type == nullptr) damaged("paramètre " + p.name + " de type " + std::to_string(p.type) + " inconnu");
+      if (type == nullptr) damaged_query_text("paramètre " + p.name + " de type " + std::to_string(p.type) + " inconnu");
       std::string item = sql_name(p.name) + " " + type;
       if (p.type == 10 && p.size.value_or(0) > 0) item += " ( " + std::to_string(*p.size) + " )";
       items.push_back(std::move(item));
     }
-    out_ += "PARAMETERS " + joined(items) + ";" + nl_;
+    out_ += "PARAMETERS " + joined_items(items) + ";" + nl_;
   }
 
   static std::string in_database(const std::optional<std::string>& path,
@@ -118,7 +118,7 @@ class SqlWriter {
     std::vector<std::string> items;
     for (const auto& c : columns) items.push_back(column_text(c));
     if (def_.has_flag(select_flags::SelectStar)) items.push_back("*");
-    out_ += joined(items);
+    out_ += joined_items(items);
     if (into) {
       out_ += " INTO " + sql_name(def_.type_name1.value_or("")) + in_database(def_.type_name2, def_.type_expression);
     }
@@ -129,14 +129,14 @@ class SqlWriter {
         groups.push_back(g.expression);
       }
     }
-    if (!groups.empty()) out_ += nl_ + "GROUP BY " + joined(groups);
+    if (!groups.empty()) out_ += nl_ + "GROUP BY " + joined_items(groups);
     if (def_.having) out_ += nl_ + "HAVING " + *def_.having;
     order_by();
   }
 
   void from_where() {
     const auto from = from_items(def_);
-    if (!from.empty()) out_ += nl_ + "FROM " + joined(from);
+    if (!from.empty()) out_ += nl_ + "FROM " + joined_items(from);
     if (def_.has_remote_database) out_ += in_database(def_.remote_path, def_.remote_type);
     if (def_.where) out_ += nl_ + "WHERE " + *def_.where;
   }
@@ -144,7 +144,7 @@ class SqlWriter {
   void order_by() {
     std::vector<std::string> items;
     for (const auto& o : def_.order_by) items.push_back(o.expression + (o.descending ? " DESC" : ""));
-    if (!items.empty()) out_ += nl_ + "ORDER BY " + joined(items);
+    if (!items.empty()) out_ += nl_ + "ORDER BY " + joined_items(items);
   }
 
   void append() {
@@ -161,23 +161,23 @@ class SqlWriter {
       }
     }
     out_ += "INSERT INTO " + sql_name(def_.type_name1.value_or(""));
-    if (!targets.empty()) out_ += " ( " + joined(targets) + " )";
+    if (!targets.empty()) out_ += " ( " + joined_items(targets) + " )";
     out_ += in_database(def_.type_name2, def_.type_expression) + nl_;
     if (!values.empty()) {
-      out_ += "VALUES (" + joined(values) + ")";
+      out_ += "VALUES (" + joined_items(values) + ")";
     } else {
       select(true, selected, false);
     }
   }
 
   void update() {
-    out_ += "UPDATE " + joined(from_items(def_));
+    out_ += "UPDATE " + joined_items(from_items(def_));
     if (def_.has_remote_database) out_ += in_database(def_.remote_path, def_.remote_type);
     std::vector<std::string> sets;
     for (const auto& c : def_.columns) {
       sets.push_back(sql_qualified_name(c.target.value_or("")) + " = " + c.expression.value_or(""));
     }
-    out_ += " SET " + joined(sets);
+    out_ += " SET " + joined_items(sets);
     if (def_.where) out_ += nl_ + "WHERE " + *def_.where;
   }
 
@@ -207,7 +207,7 @@ class SqlWriter {
       if (t.alias == "X7YZ_____1") parts[0] = &*t.expression;
       if (t.alias == "X7YZ_____2") parts[1] = &*t.expression;
     }
-    if (parts[0] == nullptr || parts[1] == nullptr) damaged("requête UNION sans ses deux parties");
+    if (parts[0] == nullptr || parts[1] == nullptr) damaged_query_text("requête UNION sans ses deux parties");
     out_ += trimmed(*parts[0]) + nl_ + "UNION ";
     if (!def_.has_flag(select_flags::Distinct)) out_ += "ALL ";
     out_ += trimmed(*parts[1]);

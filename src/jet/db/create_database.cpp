@@ -10,77 +10,52 @@
 #include "jet/db/create_table.h"
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
+#include "jet/storage/format.h"
+#include "jet/storage/header.h"
 #include "jet/storage/memory_pager.h"
 #include "jet/db/system_tables.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kPageSize = 4096;
-constexpr std::size_t kMaskedStart = 0x18;
-constexpr std::size_t kMaskedLength = 128;
-constexpr std::size_t kInlineMapSize = 1 + 4 + 64;
-
-void put16(std::vector<std::uint8_t>& b, std::size_t at, std::uint16_t v) {
-  b[at] = static_cast<std::uint8_t>(v);
-  b[at + 1] = static_cast<std::uint8_t>(v >> 8);
-}
-
-void rc4(std::uint8_t* data, std::size_t length) {
-  static constexpr std::array<std::uint8_t, 4> key{0xC7, 0xDA, 0x39, 0x6B};
-  std::array<std::uint8_t, 256> s{};
-  for (int i = 0; i < 256; ++i) s[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(i);
-  std::uint8_t j = 0;
-  for (std::size_t i = 0; i < 256; ++i) {
-    j = static_cast<std::uint8_t>(j + s[i] + key[i % key.size()]);
-    std::swap(s[i], s[j]);
-  }
-  std::uint8_t a = 0, b = 0;
-  for (std::size_t k = 0; k < length; ++k) {
-    a = static_cast<std::uint8_t>(a + 1);
-    b = static_cast<std::uint8_t>(b + s[a]);
-    std::swap(s[a], s[b]);
-    data[k] ^= s[static_cast<std::uint8_t>(s[a] + s[b])];
-  }
-}
 
 // Page 0. The part Jet masks holds the code page, the database key (0: not encrypted), the
 // password (none: zeros, themselves masked with the creation date), the sort order and
 // the creation date.
 std::vector<std::uint8_t> header_page(const CreateOptions& options, double created) {
-  std::vector<std::uint8_t> p(kPageSize, 0);
+  std::vector<std::uint8_t> p(disk::kPageSize, 0);
   p[1] = 0x01;
-  std::memcpy(&p[4], "Standard Jet DB", 15);
-  p[0x14] = 0x01;  // Jet 4
+  std::memcpy(&p[disk::kHeaderMagic], "Standard Jet DB", disk::kHeaderMagicLength);
+  p[disk::kHeaderVersion] = 0x01;  // Jet 4
   // Fixed leading bytes of the masked part, identical in every Jet 4 file.
   static constexpr std::uint8_t kLead[] = {0x00, 0x01, 0x00, 0x00, 0x01, 0x01, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00,
                                            0x03, 0x00, 0x00, 0x00, 0x04, 0x00, 0x00, 0x00, 0x05, 0x00, 0x00, 0x00};
-  std::memcpy(&p[kMaskedStart], kLead, sizeof kLead);
-  put16(p, 0x3C, options.code_page);
+  std::memcpy(&p[disk::kHeaderMaskedStart], kLead, sizeof kLead);
+  store_le16(p, disk::kHeaderCodePage, options.code_page);
   const auto whole = static_cast<std::uint32_t>(static_cast<std::int32_t>(created));
-  for (std::size_t i = 0; i < 40; ++i) p[0x42 + i] = static_cast<std::uint8_t>(whole >> (8 * (i % 4)));
+  for (std::size_t i = 0; i < disk::kHeaderPasswordLength; ++i) p[disk::kHeaderPassword + i] = static_cast<std::uint8_t>(whole >> (8 * (i % 4)));
   // Written by the Access 2000 engine that made the reference files; its meaning is not known.
-  put16(p, 0x6A, 0x21AA);
-  put16(p, 0x6E, options.sort_order);
-  std::memcpy(&p[0x72], &created, sizeof created);
-  rc4(&p[kMaskedStart], kMaskedLength);
-  put16(p, 0x98, 0x0654);
+  store_le16(p, 0x6A, 0x21AA);
+  store_le16(p, disk::kHeaderSortOrder, options.sort_order);
+  std::memcpy(&p[disk::kHeaderCreationDate], &created, sizeof created);
+  mask_header(std::span(p).subspan(disk::kHeaderMaskedStart, disk::kHeaderMaskedLength));
+  store_le16(p, 0x98, 0x0654);
   std::memcpy(&p[0x9C], "4.0", 4);
   // The lock-byte area at the end of the page, as a freshly created file has it.
   p[0xE00] = 0x01;
-  for (std::size_t i = 0xE01; i < kPageSize; i += 2) p[i] = 0x01;
+  for (std::size_t i = 0xE01; i < disk::kPageSize; i += 2) p[i] = 0x01;
   return p;
 }
 
 // Page 1: the global usage map (row 0, free pages marked: everything from page 2 on until
 // pages are allocated) and a second, empty map Access keeps beside it.
 std::vector<std::uint8_t> global_map_page() {
-  DataPageEditor page = DataPageEditor::blank(kPageSize, 1);
-  std::vector<std::uint8_t> free_map(kInlineMapSize, 0xFF);
-  std::fill_n(free_map.begin(), 5, 0);  // inline kind, first page 0
+  DataPageEditor page = DataPageEditor::blank(disk::kPageSize, 1);
+  std::vector<std::uint8_t> free_map(disk::kMapInlineRowSize, 0xFF);
+  std::fill_n(free_map.begin(), disk::kMapInlineBits, 0);  // inline kind, first page 0
   free_map[5] = 0xFC;                      // pages 0 and 1 in use
   page.add_row(free_map);
-  page.add_row(std::vector<std::uint8_t>(kInlineMapSize, 0));
+  page.add_row(std::vector<std::uint8_t>(disk::kMapInlineRowSize, 0));
   return page.release();
 }
 
@@ -159,7 +134,7 @@ void write_file(const os::Services& services, const std::string& path, Pager& pa
   try {
     for (PageNumber n = 0; n < pages.page_count(); ++n) {
       const Page page = pages.read(n);
-      file->write_at(static_cast<std::uint64_t>(n) * kPageSize, page.view().span());
+      file->write_at(static_cast<std::uint64_t>(n) * disk::kPageSize, page.view().span());
     }
     file->sync();
     file.reset();
@@ -180,7 +155,7 @@ std::unique_ptr<WritableDatabase> create_database(const std::string& path, const
   if (!parent.empty() && !services.files->is_folder(parent)) throw Error(ErrorCode::InvalidPath, path);
 
   const double created = options.created != 0 ? options.created : jet_now(*services.clock);
-  MemoryPager base(kPageSize, path, &services);
+  MemoryPager base(disk::kPageSize, path, &services);
   base.add(header_page(options, created));
   base.add(global_map_page());
   OverlayPager pager(base, nullptr);

@@ -12,12 +12,12 @@
 #include "jet/storage/transaction.h"
 #include "jet/record/usage_map_write.h"
 #include "jet/db/writable_database.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
 // An inline usage map: kind byte, first page covered, then one bit per page (512 pages).
-constexpr std::size_t kInlineMapSize = 1 + 4 + 64;
 
 std::uint16_t stored_length(const ColumnDesign& c) {
   switch (c.type) {
@@ -134,10 +134,10 @@ PropertySet properties_of(const TableDesign& design) {
 }
 
 std::uint32_t UsageMapPages::add_map() {
-  std::vector<std::uint8_t> map(kInlineMapSize, 0);
+  std::vector<std::uint8_t> map(disk::kMapInlineRowSize, 0);
   if (current_) {
     DataPageEditor page(pager_.read(*current_).view().copy());
-    if (page.fits(map.size()) && page.row_count() < DataPageEditor::kMaxRows) {
+    if (page.fits(map.size()) && page.row_count() < disk::kDataMaxRows) {
       const std::uint8_t row = page.add_row(map);
       pager_.write(*current_, page.release());
       return RowId{*current_, row}.pointer();

@@ -4,13 +4,12 @@
 #include "jet/btree/index_cursor.h"
 #include "jet/btree/index_row_key.h"
 #include "jet/db/writable_database.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
 // Which side of a relationship a foreign-key index stands for.
-constexpr std::uint8_t kReferencedSide = 1;
-constexpr std::uint8_t kReferencingSide = 2;
 
 // One enforced relationship as seen from the table being written.
 struct Link {
@@ -87,7 +86,7 @@ std::vector<RowId> referring_rows(WritableDatabase& db, const Link& link, const 
 }
 
 void check_referencing(WritableDatabase& db, const TableDef& def, const Row* old_values, const Row& new_values) {
-  for (const Link& link : links(db, def, kReferencingSide)) {
+  for (const Link& link : links(db, def, disk::kReferencingSide)) {
     if (old_values && !key_changed(def, link.own, *old_values, new_values)) continue;
     const auto values = key_values(def, link.own, new_values);
     if (!values) continue;
@@ -96,7 +95,7 @@ void check_referencing(WritableDatabase& db, const TableDef& def, const Row* old
 }
 
 void check_referenced(WritableDatabase& db, const TableDef& def, const Row& old_values, const Row* new_values) {
-  for (const Link& link : links(db, def, kReferencedSide)) {
+  for (const Link& link : links(db, def, disk::kReferencedSide)) {
     if (new_values && !key_changed(def, link.own, old_values, *new_values)) continue;
     const bool cascades = new_values ? link.cascade_updates : link.cascade_deletes;
     if (cascades) continue;
@@ -106,7 +105,7 @@ void check_referenced(WritableDatabase& db, const TableDef& def, const Row& old_
 }
 
 void cascade(WritableDatabase& db, const TableDef& def, const Row& old_values, const Row* new_values) {
-  for (const Link& link : links(db, def, kReferencedSide)) {
+  for (const Link& link : links(db, def, disk::kReferencedSide)) {
     if (new_values && !key_changed(def, link.own, old_values, *new_values)) continue;
     if (!(new_values ? link.cascade_updates : link.cascade_deletes)) continue;
     const auto values = key_values(def, link.own, old_values);

@@ -17,6 +17,7 @@
 #include "jet/base/names.h"
 #include "jet/record/tdef_encode.h"
 #include "jet/storage/transaction.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
@@ -24,9 +25,8 @@ namespace {
 using namespace column_change;
 
 // Access refuses a 256th column, deleted ones counted, until the table is compacted.
-constexpr std::uint16_t kMaxColumns = 255;
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void refuse_column_change(const std::string& why) {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + why + ")");
 }
@@ -62,12 +62,12 @@ void add_column(WritableDatabase& db, const std::string& table, const ColumnDesi
   const CatalogEntry& entry = table_entry(db, table);
   TableDef def = read_table_def(db.pager(), entry.table_page());
   if (def.find_column(design.name)) throw Error(ErrorCode::FieldDefinedTwice, design.name);
-  if (def.columns.size() >= kMaxColumns || def.max_columns >= kMaxColumns)
-    refuse("trop de champs, colonnes supprimées comprises : compactez la base");
+  if (def.columns.size() >= disk::kMaxColumns || def.max_columns >= disk::kMaxColumns)
+    refuse_column_change("trop de champs, colonnes supprimées comprises : compactez la base");
   if (design.autonumber) {
-    if (def.row_count > 0) refuse("numérotation automatique ajoutée à une table qui contient des lignes");
+    if (def.row_count > 0) refuse_column_change("numérotation automatique ajoutée à une table qui contient des lignes");
     for (const ColumnDef& c : def.columns)
-      if (c.is_autonumber()) refuse("une seule numérotation automatique par table");
+      if (c.is_autonumber()) refuse_column_change("une seule numérotation automatique par table");
   }
   const std::uint16_t sort_order =
       static_cast<std::uint16_t>(db.header().sort_order ? db.header().sort_order : 0x0409);
@@ -117,7 +117,7 @@ void drop_column(WritableDatabase& db, const std::string& table, const std::stri
     for (const IndexColumn& c : index.columns)
       if (c.column_number == column.number) throw Error(ErrorCode::FieldInUse, column.name);
   if (relationship_uses(db.catalog(), entry.name, column.name)) throw Error(ErrorCode::FieldInUse, column.name);
-  if (def.columns.size() == 1) refuse("le dernier champ d'une table");
+  if (def.columns.size() == 1) refuse_column_change("le dernier champ d'une table");
   const std::string dropped = column.name;
   const std::uint16_t number = column.number;
   const CatalogEntry saved = entry;

@@ -57,7 +57,7 @@ ColumnChange normalised(const ColumnChange& given) {
   return change;
 }
 
-void check_name(const std::string& name) {
+void check_column_name(const std::string& name) {
   TableDesign probe;
   probe.name = "T";
   ColumnDesign column;
@@ -81,7 +81,7 @@ void alter_column(WritableDatabase& db, const std::string& table, const std::str
 
   // Checks, before anything is written.
   if (change.name && *change.name != old_name) {
-    check_name(*change.name);
+    check_column_name(*change.name);
     const ColumnDef* other = def.find_column(*change.name);
     if (other && other->number != number) throw Error(ErrorCode::FieldDefinedTwice, *change.name);
   }

@@ -14,7 +14,7 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void refuse_index_change(const std::string& why) {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + why + ")");
 }
@@ -27,7 +27,7 @@ std::uint8_t flags_of(const IndexDesign& s) {
   return flags;
 }
 
-const CatalogEntry& table_entry(WritableDatabase& db, const std::string& table) {
+const CatalogEntry& indexed_table_entry(WritableDatabase& db, const std::string& table) {
   const CatalogEntry* entry = db.catalog().find_table(table);
   if (!entry) throw Error(ErrorCode::TableNotFound, table);
   return *entry;
@@ -48,19 +48,19 @@ void refuse_nulls(WritableDatabase& db, const CatalogEntry& entry, const TableDe
 }  // namespace
 
 void create_index(WritableDatabase& db, const std::string& table, const IndexDesign& design) {
-  const CatalogEntry& entry = table_entry(db, table);
+  const CatalogEntry& entry = indexed_table_entry(db, table);
   TableDef def = read_table_def(db.pager(), entry.table_page());
   if (design.name.empty()) throw Error(ErrorCode::InvalidName, design.name);
   for (const LogicalIndex& li : def.logical_indexes) {
     if (same_name(li.name, design.name)) throw Error(ErrorCode::IndexExists, design.name);
     if (design.primary && li.kind == IndexKind::Primary) throw Error(ErrorCode::PrimaryKeyExists);
   }
-  if (design.columns.empty() || design.columns.size() > 10) refuse("colonnes de l'index");
+  if (design.columns.empty() || design.columns.size() > 10) refuse_index_change("colonnes de l'index");
   IndexDef wanted;
   for (const IndexColumnDesign& c : design.columns) {
     const ColumnDef* column = def.find_column(c.column);
     if (!column) throw Error(ErrorCode::ItemNotFound, table + "." + c.column);
-    if (is_long_value(column->type)) refuse("colonne Mémo ou OLE dans un index");
+    if (is_long_value(column->type)) refuse_index_change("colonne Mémo ou OLE dans un index");
     wanted.columns.push_back({column->number, !c.descending});
   }
   wanted.flags = flags_of(design);
@@ -121,14 +121,14 @@ void create_index(WritableDatabase& db, const std::string& table, const IndexDes
 }
 
 void drop_index(WritableDatabase& db, const std::string& table, const std::string& index) {
-  const CatalogEntry& entry = table_entry(db, table);
+  const CatalogEntry& entry = indexed_table_entry(db, table);
   std::map<PageNumber, TableDef> defs;
   defs[entry.table_page()] = read_table_def(db.pager(), entry.table_page());
   const TableDef& def = defs.at(entry.table_page());
   auto found = std::find_if(def.logical_indexes.begin(), def.logical_indexes.end(),
                             [&](const LogicalIndex& li) { return same_name(li.name, index); });
   if (found == def.logical_indexes.end()) throw Error(ErrorCode::ItemNotFound, index);
-  if (found->kind == IndexKind::ForeignKey) refuse("l'index « " + found->name + " » sert à une relation");
+  if (found->kind == IndexKind::ForeignKey) refuse_index_change("l'index « " + found->name + " » sert à une relation");
   const std::uint32_t number = found->number;
   // Foreign keys of other tables name this table's indexes by number.
   for (const CatalogEntry* e : db.catalog().tables(true))

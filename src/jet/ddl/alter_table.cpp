@@ -11,6 +11,7 @@
 #include "jet/ddl/relationship_write.h"
 #include "jet/table/table_design.h"
 #include "jet/storage/transaction.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
@@ -72,10 +73,8 @@ void rename_in_relationships(WritableDatabase& db, const std::string& from, cons
   for (const auto& [id, row] : changed) writer.update(id, row);
 }
 
-constexpr PageNumber kCatalogDefinitionPage = 2;  // MSysObjects
-
 std::optional<RowId> catalog_row(WritableDatabase& db, std::int32_t id) {
-  const Table objects(db.pager(), "MSysObjects", read_table_def(db.pager(), kCatalogDefinitionPage));
+  const Table objects(db.pager(), "MSysObjects", read_table_def(db.pager(), disk::kCatalogPage));
   const ColumnDef* column = objects.def().find_column("Id");
   if (!column) throw Error(ErrorCode::DatabaseDamaged, "MSysObjects");
   std::optional<RowId> found;
@@ -113,7 +112,7 @@ void drop_table(WritableDatabase& db, const std::string& table) {
     const std::int32_t id = entry.id;
     TableStorage storage = table_storage(db.pager(), read_table_def(db.pager(), entry.table_page()));
     // The catalog row's property blob lives on a long-value page that may be left empty.
-    if (auto row = catalog_row(db, id)) add_row_long_values(storage, db.pager(), kCatalogDefinitionPage, *row);
+    if (auto row = catalog_row(db, id)) add_row_long_values(storage, db.pager(), disk::kCatalogPage, *row);
     CatalogWriter(db.pager(), db.allocator()).remove(id);
     give_back(db.pager(), db.allocator(), storage);
   });

@@ -10,30 +10,27 @@
 #include "jet/record/row.h"
 #include "jet/record/row_encode.h"
 #include "jet/record/usage_map_write.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
 // Pages 0 and 1 (header, global map) and 2 (the catalog's definition) are never given back.
-constexpr PageNumber kFirstOwnable = 3;
-
-constexpr std::uint8_t kInlineMap = 0;
-constexpr std::uint8_t kReferenceMap = 1;
 
 void add_page(TableStorage& s, Pager& pager, PageNumber page) {
-  if (page >= kFirstOwnable && page < pager.page_count()) s.pages.insert(page);
+  if (page >= disk::kFirstOwnablePage && page < pager.page_count()) s.pages.insert(page);
 }
 
 // The map row itself, the bitmap pages of a reference map, and the pages it marks.
 std::vector<PageNumber> take_map(TableStorage& s, Pager& pager, std::uint32_t pointer) {
   const RowId where = RowId::from_pointer(pointer);
-  if (where.page < kFirstOwnable || where.page >= pager.page_count()) return {};
+  if (where.page < disk::kFirstOwnablePage || where.page >= pager.page_count()) return {};
   const Page holder = pager.read(where.page);
   const RowSpan span = row_span(holder, where.row);
   const ByteView row = holder.view().sub(span.offset, span.length);
-  if (row.size() > 0 && row.u8(0) == kReferenceMap)
+  if (row.size() > 0 && row.u8(0) == disk::kMapReference)
     for (std::size_t at = 1; at + 4 <= row.size(); at += 4) add_page(s, pager, row.u32(at));
-  else if (row.size() == 0 || row.u8(0) != kInlineMap)
+  else if (row.size() == 0 || row.u8(0) != disk::kMapInline)
     row.damaged("table d'utilisation de type inconnu");
   s.rows[where.page].insert(where.row);
   return marked_pages(pager, where, pager.page_count());
@@ -46,7 +43,7 @@ void take_long_value(TableStorage& s, Pager& pager, const ByteView& field) {
   std::set<std::uint32_t> seen;
   for (std::uint32_t pointer = ref.pointer; pointer != 0 && seen.insert(pointer).second;) {
     const RowId id = RowId::from_pointer(pointer);
-    if (id.page < kFirstOwnable || id.page >= pager.page_count()) break;
+    if (id.page < disk::kFirstOwnablePage || id.page >= pager.page_count()) break;
     s.rows[id.page].insert(id.row);
     if (ref.storage != LongValueStorage::Chain) break;
     const Page page = pager.read(id.page);
@@ -64,7 +61,7 @@ void take_row_long_values(TableStorage& s, Pager& pager, const TableDef& def, Ro
   const RowLayout layout = read_row_layout(def, *bytes);
   for (const ColumnDef& c : def.columns) {
     const auto& field = layout.fields[c.definition_order];
-    if (is_long_value(c.type) && field && field->size() >= kLongValueRefSize) take_long_value(s, pager, *field);
+    if (is_long_value(c.type) && field && field->size() >= disk::kLongValueFieldSize) take_long_value(s, pager, *field);
   }
 }
 
@@ -106,7 +103,7 @@ TableStorage table_storage(Pager& pager, const TableDef& def) {
   }
   for (const IndexDef& index : def.indexes) {
     for (PageNumber p : take_map(s, pager, index.usage_map)) add_page(s, pager, p);
-    if (index.root_page >= kFirstOwnable && index.root_page < pager.page_count())
+    if (index.root_page >= disk::kFirstOwnablePage && index.root_page < pager.page_count())
       for (PageNumber p : index_tree_pages(pager, index.root_page)) add_page(s, pager, p);
   }
   return s;
@@ -121,10 +118,10 @@ void give_back(OverlayPager& pager, PageAllocator& allocator, const TableStorage
     if (storage.pages.count(page)) continue;
     DataPageEditor editor(pager.read(page).view().copy());
     for (std::uint8_t r : rows)
-      if (r < editor.row_count() && !(editor.flags(r) & row_flags::Deleted)) editor.mark_deleted(r);
+      if (r < editor.row_count() && !(editor.flags(r) & disk::kRowDeleted)) editor.mark_deleted(r);
     bool live = false;
     for (std::uint16_t r = 0; r < editor.row_count(); ++r)
-      if (!(editor.flags(static_cast<std::uint8_t>(r)) & row_flags::Deleted)) live = true;
+      if (!(editor.flags(static_cast<std::uint8_t>(r)) & disk::kRowDeleted)) live = true;
     if (live)
       pager.write(page, editor.release());
     else

@@ -13,11 +13,11 @@
 #include "jet/storage/transaction.h"
 
 namespace jet {
-namespace {
-
+// Reading a statement's tree is easier with the SQL layer's names; they stay in here.
+namespace sql_to_query {
 using namespace jet::sql;
 
-[[noreturn]] void unsupported(const std::string& what) {
+[[noreturn]] void unsupported_query(const std::string& what) {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + what + ")");
 }
@@ -40,7 +40,7 @@ std::int16_t parameter_code(const DataType& type) {
     if (name == word) return code;
   for (std::int16_t code = 0; code < 32; ++code)
     if (const char* n = parameter_type_name(code); n && upper(n) == name) return code;
-  unsupported("type de paramètre " + type.name);
+  unsupported_query("type de paramètre " + type.name);
 }
 
 // Names of the tables (aliases where given) a FROM item holds, left to right.
@@ -102,7 +102,7 @@ std::string join_side(const TableRef& side, const Expr* on, bool left) {
 
 void add_from(const TableRef& ref, QueryDef& def) {
   if (const auto* t = std::get_if<NamedTable>(&ref.node)) {
-    if (!t->connect.empty() || !t->in_database.empty()) unsupported("table d'une autre base");
+    if (!t->connect.empty() || !t->in_database.empty()) unsupported_query("table d'une autre base");
     QueryTable table;
     table.name = t->name;
     if (!t->alias.empty()) table.alias = t->alias;
@@ -123,7 +123,7 @@ void add_from(const TableRef& ref, QueryDef& def) {
 }
 
 void add_select(const Select& s, QueryDef& def) {
-  if (s.union_next) unsupported("requête Union");
+  if (s.union_next) unsupported_query("requête Union");
   std::int16_t flags = 0;
   if (s.distinct == Distinctness::Distinct) flags |= select_flags::Distinct;
   if (s.distinct == Distinctness::DistinctRow) flags |= select_flags::DistinctRow;
@@ -136,7 +136,7 @@ void add_select(const Select& s, QueryDef& def) {
   for (const auto& item : s.items) {
     const auto* c = std::get_if<ColumnRef>(&item.expr->node);
     if (c && c->star && c->table.empty()) {
-      if (!star_only) unsupported("* parmi d'autres colonnes");
+      if (!star_only) unsupported_query("* parmi d'autres colonnes");
       flags |= select_flags::SelectStar;
       continue;
     }
@@ -158,9 +158,10 @@ std::string assignment_target(const ColumnRef& c) {
   return c.table.empty() ? quote_name(c.name) : quote_name(c.table) + "." + quote_name(c.name);
 }
 
-}  // namespace
+}  // namespace sql_to_query
 
 QueryDef query_def_of_sql(std::string_view sql) {
+  using namespace sql_to_query;
   const sql::Statement statement = parse_statement(sql);
   QueryDef def;
   for (const auto& p : statement.parameters) {
@@ -176,7 +177,7 @@ QueryDef query_def_of_sql(std::string_view sql) {
         if constexpr (std::is_same_v<T, Select>) {
           def.type = body.into ? QueryType::MakeTable : QueryType::Select;
           if (body.into) {
-            if (!body.into->in_database.empty() || !body.into->connect.empty()) unsupported("table d'une autre base");
+            if (!body.into->in_database.empty() || !body.into->connect.empty()) unsupported_query("table d'une autre base");
             def.type_name1 = body.into->name;
           }
           add_select(body, def);
@@ -209,16 +210,16 @@ QueryDef query_def_of_sql(std::string_view sql) {
           if (body.where) def.where = to_sql(*body.where);
         } else if constexpr (std::is_same_v<T, sql::Insert>) {
           def.type = QueryType::Append;
-          if (!body.table.in_database.empty() || !body.table.connect.empty()) unsupported("table d'une autre base");
+          if (!body.table.in_database.empty() || !body.table.connect.empty()) unsupported_query("table d'une autre base");
           def.type_name1 = body.table.name;
           if (body.select) {
             add_select(*body.select, def);
             if (!body.columns.empty()) {
-              if (body.columns.size() != def.columns.size()) unsupported("nombre de colonnes");
+              if (body.columns.size() != def.columns.size()) unsupported_query("nombre de colonnes");
               for (std::size_t i = 0; i < def.columns.size(); ++i) def.columns[i].target = body.columns[i];
             }
           } else {
-            if (body.columns.size() != body.values.size()) unsupported("INSERT sans liste de colonnes");
+            if (body.columns.size() != body.values.size()) unsupported_query("INSERT sans liste de colonnes");
             for (std::size_t i = 0; i < body.values.size(); ++i) {
               QueryColumn column;
               column.expression = to_sql(*body.values[i]);

@@ -15,15 +15,13 @@
 #include "jet/record/tdef_encode.h"
 #include "jet/storage/transaction.h"
 #include "jet/record/usage_map_write.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::uint8_t kReferencingSide = 2;  // related_table_kind of the foreign-key table
-constexpr std::uint8_t kReferencedSide = 1;
 constexpr std::int16_t kRelationshipType = static_cast<std::int16_t>(ObjectType::Relationship);
 
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void refuse_relationship(const std::string& why) {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + why + ")");
 }
@@ -52,24 +50,24 @@ TableWriter relationships_writer(WritableDatabase& db, IndexHook& hook) {
   return TableWriter(db.pager(), db.allocator(), entry->name, entry->table_page(), {}, &hook);
 }
 
-void set(const TableDef& def, Row& row, std::string_view column, Value value) {
+void set_relationship_column(const TableDef& def, Row& row, std::string_view column, Value value) {
   const ColumnDef* c = def.find_column(column);
   if (!c) throw_damaged(std::string("MSysRelationships"), std::string("colonne ") + std::string(column) + " absente");
   row[c->definition_order] = std::move(value);
 }
 
 void add_foreign_keys(WritableDatabase& db, const RelationshipDesign& design, PageNumber from_page, PageNumber to_page) {
-  if (from_page == to_page) refuse("relation d'une table avec elle-même");
+  if (from_page == to_page) refuse_relationship("relation d'une table avec elle-même");
   TableDef from = read_table_def(db.pager(), from_page);
   TableDef to = read_table_def(db.pager(), to_page);
   const auto from_columns = column_numbers(from, design.table, design.columns);
   const auto to_columns = column_numbers(to, design.referenced_table, design.referenced_columns);
   for (std::size_t i = 0; i < from_columns.size(); ++i)
     if (from.column_by_number(from_columns[i])->type != to.column_by_number(to_columns[i])->type)
-      refuse("colonnes de types différents");
+      refuse_relationship("colonnes de types différents");
   auto unique = std::find_if(to.indexes.begin(), to.indexes.end(),
                              [&](const IndexDef& r) { return r.unique() && same_columns(r, to_columns); });
-  if (unique == to.indexes.end()) refuse("aucun index unique sur les colonnes référencées de " + design.referenced_table);
+  if (unique == to.indexes.end()) refuse_relationship("aucun index unique sur les colonnes référencées de " + design.referenced_table);
 
   bool build = false;
   auto own = std::find_if(from.indexes.begin(), from.indexes.end(),
@@ -90,7 +88,7 @@ void add_foreign_keys(WritableDatabase& db, const RelationshipDesign& design, Pa
   key.number = static_cast<std::uint32_t>(from.logical_indexes.size());
   key.real_index = real;
   key.kind = IndexKind::ForeignKey;
-  key.related_table_kind = kReferencingSide;
+  key.related_table_kind = disk::kReferencingSide;
   key.related_table_page = to.page;
   key.related_index = static_cast<std::int32_t>(to.logical_indexes.size());
   key.cascade_updates = cascade_updates;
@@ -105,7 +103,7 @@ void add_foreign_keys(WritableDatabase& db, const RelationshipDesign& design, Pa
   back.number = static_cast<std::uint32_t>(to.logical_indexes.size());
   back.real_index = unique->number;
   back.kind = IndexKind::ForeignKey;
-  back.related_table_kind = kReferencedSide;
+  back.related_table_kind = disk::kReferencedSide;
   back.related_table_page = from.page;
   back.related_index = static_cast<std::int32_t>(key.number);
   back.cascade_updates = cascade_updates;
@@ -126,7 +124,7 @@ void add_foreign_keys(WritableDatabase& db, const RelationshipDesign& design, Pa
 
 void create_relationship(WritableDatabase& db, const RelationshipDesign& design) {
   if (design.columns.empty() || design.columns.size() > 10 || design.columns.size() != design.referenced_columns.size())
-    refuse("colonnes de la relation");
+    refuse_relationship("colonnes de la relation");
   for (const auto& r : db.catalog().relationships())
     if (same_name(r.name, design.name)) throw Error(ErrorCode::ObjectExists, design.name);
   if (db.catalog().find_object(design.name, kRelationshipType)) throw Error(ErrorCode::ObjectExists, design.name);
@@ -144,14 +142,14 @@ void create_relationship(WritableDatabase& db, const RelationshipDesign& design)
     const TableDef def = writer.definition();
     for (std::size_t i = 0; i < design.columns.size(); ++i) {
       Row row(def.columns.size(), Value::null());
-      set(def, row, "szRelationship", Value::text(design.name));
-      set(def, row, "grbit", Value::long_(static_cast<std::int32_t>(design.attributes)));
-      set(def, row, "ccolumn", Value::long_(static_cast<std::int32_t>(design.columns.size())));
-      set(def, row, "icolumn", Value::long_(static_cast<std::int32_t>(i)));
-      set(def, row, "szObject", Value::text(from->name));
-      set(def, row, "szColumn", Value::text(design.columns[i]));
-      set(def, row, "szReferencedObject", Value::text(to->name));
-      set(def, row, "szReferencedColumn", Value::text(design.referenced_columns[i]));
+      set_relationship_column(def, row, "szRelationship", Value::text(design.name));
+      set_relationship_column(def, row, "grbit", Value::long_(static_cast<std::int32_t>(design.attributes)));
+      set_relationship_column(def, row, "ccolumn", Value::long_(static_cast<std::int32_t>(design.columns.size())));
+      set_relationship_column(def, row, "icolumn", Value::long_(static_cast<std::int32_t>(i)));
+      set_relationship_column(def, row, "szObject", Value::text(from->name));
+      set_relationship_column(def, row, "szColumn", Value::text(design.columns[i]));
+      set_relationship_column(def, row, "szReferencedObject", Value::text(to->name));
+      set_relationship_column(def, row, "szReferencedColumn", Value::text(design.referenced_columns[i]));
       writer.insert(row);
     }
   }

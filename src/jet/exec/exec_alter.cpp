@@ -14,7 +14,7 @@
 namespace jet::sql::detail {
 namespace {
 
-jet::WritableDatabase& writable(Run& run) {
+jet::WritableDatabase& writable_for_alter(Run& run) {
   if (!run.writable()) fail(static_cast<int>(SqlError::ReadOnlyObject));
   return *run.writable();
 }
@@ -42,7 +42,7 @@ jet::IndexDesign index_of_constraint(const Constraint& k, const std::vector<std:
 // A column constraint written after ADD COLUMN / ALTER COLUMN applied to the table.
 void apply_column_constraint(Run& run, const std::string& table, const Constraint& k,
                              const std::string& column) {
-  jet::WritableDatabase& db = writable(run);
+  jet::WritableDatabase& db = writable_for_alter(run);
   switch (k.kind) {
     case ConstraintKind::NotNull:
       return;  // carried by the column's Required flag
@@ -96,7 +96,7 @@ void change_column_type(jet::WritableDatabase& db, const std::string& table, con
 }
 
 void alter_column(Run& run, const std::string& table, const sql::ColumnDef& column) {
-  jet::WritableDatabase& db = writable(run);
+  jet::WritableDatabase& db = writable_for_alter(run);
   const jet::TableDef def = definition(db, table);
   const jet::ColumnDef* old = def.find_column(column.name);
   if (!old) throw jet::Error(jet::ErrorCode::ItemNotFound, column.name);
@@ -158,7 +158,7 @@ jet::RelationshipDesign relationship_of(jet::WritableDatabase& db, const std::st
 }
 
 std::int64_t run_alter_table(Run& run, const AlterTable& alter) {
-  jet::WritableDatabase& db = writable(run);
+  jet::WritableDatabase& db = writable_for_alter(run);
   const std::string table = db.table(alter.table).name();  // 3078 before anything else
   jet::Statement statement(db.pager());
   try {
@@ -194,7 +194,7 @@ std::int64_t run_alter_table(Run& run, const AlterTable& alter) {
 }
 
 std::int64_t run_create_index(Run& run, const CreateIndex& create) {
-  jet::WritableDatabase& db = writable(run);
+  jet::WritableDatabase& db = writable_for_alter(run);
   const std::string table = db.table(create.table).name();
   jet::IndexDesign index;
   index.name = create.name;
@@ -212,7 +212,7 @@ std::int64_t run_create_index(Run& run, const CreateIndex& create) {
 }
 
 std::int64_t run_drop_index(Run& run, const DropIndex& drop) {
-  jet::WritableDatabase& db = writable(run);
+  jet::WritableDatabase& db = writable_for_alter(run);
   const std::string table = db.table(drop.table).name();
   const jet::TableDef def = definition(db, table);
   std::string stored;
@@ -225,7 +225,7 @@ std::int64_t run_drop_index(Run& run, const DropIndex& drop) {
 }
 
 std::int64_t run_drop_table(Run& run, const DropTable& drop) {
-  jet::WritableDatabase& db = writable(run);
+  jet::WritableDatabase& db = writable_for_alter(run);
   jet::drop_table(db, db.table(drop.name).name());
   db.reload_catalog();
   return 0;

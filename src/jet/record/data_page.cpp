@@ -3,13 +3,6 @@
 #include <string>
 
 namespace jet {
-namespace {
-
-constexpr std::uint16_t kDeletedFlag = 0x8000;
-constexpr std::uint16_t kOverflowFlag = 0x4000;
-constexpr std::uint16_t kOffsetMask = 0x1FFF;
-
-}  // namespace
 
 const char* page_kind_name(std::uint8_t kind_byte) noexcept {
   switch (kind_byte) {
@@ -50,15 +43,15 @@ std::uint16_t DataPage::slot(std::uint16_t row) const {
   return page_.view().u16(slots_at_ + 2 * std::size_t{row});
 }
 
-bool DataPage::deleted(std::uint16_t row) const { return slot(row) & kDeletedFlag; }
-bool DataPage::overflow(std::uint16_t row) const { return slot(row) & kOverflowFlag; }
+bool DataPage::deleted(std::uint16_t row) const { return slot(row) & disk::kRowDeleted; }
+bool DataPage::overflow(std::uint16_t row) const { return slot(row) & disk::kRowOverflow; }
 
 ByteView DataPage::row_bytes(std::uint16_t row) const {
   const ByteView v = page_.view();
   const std::uint16_t s = slot(row);
-  const std::size_t start = s & kOffsetMask;
+  const std::size_t start = s & disk::kRowOffsetMask;
   // A row ends where the previous slot's row begins (rows grow down from the page end).
-  const std::size_t end = row == 0 ? v.size() : (slot(static_cast<std::uint16_t>(row - 1)) & kOffsetMask);
+  const std::size_t end = row == 0 ? v.size() : (slot(static_cast<std::uint16_t>(row - 1)) & disk::kRowOffsetMask);
   if (start < slots_at_ + 2 * std::size_t{rows_} || end > v.size() || start > end)
     v.damaged("ligne " + std::to_string(row) + " aux bornes incohérentes (" + std::to_string(start) +
               ".." + std::to_string(end) + ")");

@@ -4,18 +4,19 @@
 #include <cstdint>
 #include <optional>
 
+#include "jet/storage/format.h"
 #include "jet/storage/pager.h"
 #include "jet/record/usage_map.h"
 
 namespace jet {
 
 enum class PageKind : std::uint8_t {
-  DatabaseHeader = 0x00,
-  Data = 0x01,
-  TableDefinition = 0x02,
-  IndexIntermediate = 0x03,
-  IndexLeaf = 0x04,
-  UsageMap = 0x05,
+  DatabaseHeader = disk::kPageHeaderKind,
+  Data = disk::kPageData,
+  TableDefinition = disk::kPageTableDef,
+  IndexIntermediate = disk::kPageIndexNode,
+  IndexLeaf = disk::kPageIndexLeaf,
+  UsageMap = disk::kPageUsageMap,
 };
 
 const char* page_kind_name(std::uint8_t kind_byte) noexcept;

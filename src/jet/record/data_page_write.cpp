@@ -6,20 +6,11 @@
 
 #include "jet/record/data_page.h"
 #include "jet/base/error.h"
+#include "jet/storage/format.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
-
-constexpr std::uint16_t kOffsetMask = 0x1FFF;
-constexpr std::size_t kRowCountAt = 12;
-
-std::uint16_t get16(const std::vector<std::uint8_t>& b, std::size_t at) {
-  return static_cast<std::uint16_t>(b[at] | (b[at + 1] << 8));
-}
-void put16(std::vector<std::uint8_t>& b, std::size_t at, std::size_t v) {
-  b[at] = static_cast<std::uint8_t>(v & 0xFF);
-  b[at + 1] = static_cast<std::uint8_t>((v >> 8) & 0xFF);
-}
 
 [[noreturn]] void no_room() {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
@@ -41,16 +32,16 @@ DataPageEditor DataPageEditor::blank(std::size_t page_size, std::uint32_t owner)
   b[0] = 0x01;
   b[1] = 0x01;
   for (int i = 0; i < 4; ++i) b[4 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(owner >> (8 * i));
-  put16(b, 2, page_size - kHeaderSize);
+  store_le16(b, 2, page_size - disk::kDataHeaderSize);
   return DataPageEditor(std::move(b));
 }
 
 std::size_t DataPageEditor::slot(std::uint8_t row) const {
   if (row >= rows_) no_room();
-  return kHeaderSize + 2 * std::size_t{row};
+  return disk::kDataHeaderSize + 2 * std::size_t{row};
 }
-std::uint16_t DataPageEditor::flags(std::uint8_t row) const { return get16(bytes_, slot(row)) & ~kOffsetMask; }
-std::size_t DataPageEditor::start(std::uint8_t row) const { return get16(bytes_, slot(row)) & kOffsetMask; }
+std::uint16_t DataPageEditor::flags(std::uint8_t row) const { return load_le16(&bytes_[slot(row)]) & ~disk::kRowOffsetMask; }
+std::size_t DataPageEditor::start(std::uint8_t row) const { return load_le16(&bytes_[slot(row)]) & disk::kRowOffsetMask; }
 std::size_t DataPageEditor::end(std::uint8_t row) const { return row == 0 ? bytes_.size() : start(static_cast<std::uint8_t>(row - 1)); }
 std::size_t DataPageEditor::lowest() const { return rows_ == 0 ? bytes_.size() : start(static_cast<std::uint8_t>(rows_ - 1)); }
 
@@ -58,15 +49,15 @@ std::span<const std::uint8_t> DataPageEditor::row(std::uint8_t r) const {
   return std::span(bytes_).subspan(start(r), end(r) - start(r));
 }
 
-std::size_t DataPageEditor::free_space() const { return lowest() - kHeaderSize - 2 * std::size_t{rows_}; }
+std::size_t DataPageEditor::free_space() const { return lowest() - disk::kDataHeaderSize - 2 * std::size_t{rows_}; }
 
-bool DataPageEditor::fits(std::size_t length) const { return rows_ < kMaxRows && free_space() >= length + 2; }
+bool DataPageEditor::fits(std::size_t length) const { return rows_ < disk::kDataMaxRows && free_space() >= length + 2; }
 
 void DataPageEditor::set_slot(std::uint8_t row, std::size_t offset, std::uint16_t flags) {
-  put16(bytes_, kHeaderSize + 2 * std::size_t{row}, offset | flags);
+  store_le16(bytes_, disk::kDataHeaderSize + 2 * std::size_t{row}, offset | flags);
 }
 
-void DataPageEditor::update_free_space() { put16(bytes_, 2, free_space()); }
+void DataPageEditor::update_free_space() { store_le16(bytes_, 2, free_space()); }
 
 std::uint8_t DataPageEditor::add_row(std::span<const std::uint8_t> data, std::uint16_t flags) {
   if (!fits(data.size())) no_room();
@@ -74,7 +65,7 @@ std::uint8_t DataPageEditor::add_row(std::span<const std::uint8_t> data, std::ui
   if (!data.empty()) std::memcpy(bytes_.data() + at, data.data(), data.size());
   const auto row = static_cast<std::uint8_t>(rows_);
   ++rows_;
-  put16(bytes_, kRowCountAt, rows_);
+  store_le16(bytes_, disk::kDataRowCount, rows_);
   set_slot(row, at, flags);
   update_free_space();
   return row;
@@ -105,7 +96,7 @@ bool DataPageEditor::replace_row(std::uint8_t r, std::span<const std::uint8_t> d
 
 void DataPageEditor::mark_deleted(std::uint8_t r) {
   // Both flags, as Access leaves a deleted row.
-  set_slot(r, start(r), flags(r) | row_flags::Deleted | row_flags::Pointer);
+  set_slot(r, start(r), flags(r) | disk::kRowDeleted | disk::kRowOverflow);
 }
 
 void DataPageEditor::make_pointer(std::uint8_t r, RowId target) {
@@ -117,7 +108,7 @@ void DataPageEditor::make_pointer(std::uint8_t r, RowId target) {
   std::fill(bytes_.begin() + static_cast<std::ptrdiff_t>(at), bytes_.begin() + static_cast<std::ptrdiff_t>(end(r)), 0);
   const std::uint32_t pointer = target.pointer();
   for (int i = 0; i < 4; ++i) bytes_[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(pointer >> (8 * i));
-  set_slot(r, at, static_cast<std::uint16_t>((flags(r) & ~row_flags::Deleted) | row_flags::Pointer));
+  set_slot(r, at, static_cast<std::uint16_t>((flags(r) & ~disk::kRowDeleted) | disk::kRowOverflow));
 }
 
 }  // namespace jet

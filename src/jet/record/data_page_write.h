@@ -18,19 +18,12 @@
 
 #include "jet/storage/pager.h"
 #include "jet/record/usage_map.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 
-namespace row_flags {
-inline constexpr std::uint16_t Deleted = 0x8000;
-inline constexpr std::uint16_t Pointer = 0x4000;  // the row holds a pointer to the moved row
-}  // namespace row_flags
-
 class DataPageEditor {
  public:
-  static constexpr std::size_t kHeaderSize = 14;
-  static constexpr std::size_t kMaxRows = 255;
-
   // Throws 3049 unless `bytes` is a data page with a consistent slot table.
   explicit DataPageEditor(std::vector<std::uint8_t> bytes);
   // An empty data page owned by the table whose definition starts at `owner`

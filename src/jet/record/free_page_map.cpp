@@ -8,19 +8,14 @@
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
 #include "jet/record/usage_map_write.h"
+#include "jet/storage/format.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kPointerCount = 17;     // a 69-byte reference row: 2 GB of 4 KB pages
 constexpr std::uint64_t kInlineStep = 512;    // pages added at a time to an inline row
-constexpr std::size_t kMapPageHeader = 4;
 
-std::uint64_t pages_per_map_page(const Pager& pager) { return (pager.page_size() - kMapPageHeader) * 8; }
-
-void put32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
-}
+std::uint64_t pages_per_map_page(const Pager& pager) { return (pager.page_size() - disk::kMapPageHeader) * 8; }
 
 void set_bit(std::vector<std::uint8_t>& b, std::size_t at, std::uint64_t bit) {
   b[at + bit / 8] = static_cast<std::uint8_t>(b[at + bit / 8] | (1u << (bit % 8)));
@@ -73,7 +68,7 @@ bool write_inline(OverlayPager& pager, std::uint64_t reach, const FreeRule& is_f
 void write_reference(OverlayPager& pager, std::vector<PageNumber> pointers, const std::set<PageNumber>& free_in_file) {
   const std::uint64_t per_page = pages_per_map_page(pager);
   const PageNumber old_end = pager.page_count();
-  pointers.resize(std::max(pointers.size(), kPointerCount), 0);
+  pointers.resize(std::max(pointers.size(), disk::kFreeMapPointers), 0);
   // Appended bitmap pages lengthen the file; count them until the ranges hold it all.
   std::size_t ranges = 0;
   std::uint64_t end = old_end;
@@ -96,12 +91,12 @@ void write_reference(OverlayPager& pager, std::vector<PageNumber> pointers, cons
     bitmap[0] = static_cast<std::uint8_t>(PageKind::UsageMap);
     bitmap[1] = 0x01;
     for (std::uint64_t k = 0; k < per_page; ++k)
-      if (is_free(per_page * i + k)) set_bit(bitmap, kMapPageHeader, k);
+      if (is_free(per_page * i + k)) set_bit(bitmap, disk::kMapPageHeader, k);
     pager.write(pointers[i], std::move(bitmap));
   }
   std::vector<std::uint8_t> row(1 + 4 * pointers.size(), 0);
   row[0] = 1;
-  for (std::size_t i = 0; i < pointers.size(); ++i) put32(row, 1 + 4 * i, pointers[i]);
+  for (std::size_t i = 0; i < pointers.size(); ++i) store_le32(row, 1 + 4 * i, pointers[i]);
   if (!replace_row(pager, row))
     throw_damaged(pager.file_name(), "pas de place en page 1 pour la table des pages libres");
 }

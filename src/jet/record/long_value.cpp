@@ -4,14 +4,10 @@
 #include <string>
 
 #include "jet/record/data_page.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::uint32_t kInlineFlag = 0x80000000u;
-constexpr std::uint32_t kSinglePageFlag = 0x40000000u;
-constexpr std::uint32_t kLengthMask = 0x3FFFFFFFu;
-constexpr std::size_t kRefSize = 12;
 
 // The bytes of the long-value row `id` (a live row of a data page).
 ByteView long_value_row(Pager& pager, RowId id, Page& keep) {
@@ -27,12 +23,12 @@ ByteView long_value_row(Pager& pager, RowId id, Page& keep) {
 LongValueRef parse_long_value_ref(const ByteView& field) {
   const std::uint32_t head = field.u32(0);
   LongValueRef ref;
-  ref.length = head & kLengthMask;
-  ref.storage = (head & kInlineFlag)       ? LongValueStorage::Inline
-                : (head & kSinglePageFlag) ? LongValueStorage::SinglePage
+  ref.length = head & disk::kLongValueLengthMask;
+  ref.storage = (head & disk::kLongValueInline)       ? LongValueStorage::Inline
+                : (head & disk::kLongValueSinglePage) ? LongValueStorage::SinglePage
                                            : LongValueStorage::Chain;
   ref.pointer = field.u32(4);
-  field.check(0, kRefSize);
+  field.check(0, disk::kLongValueFieldSize);
   return ref;
 }
 
@@ -43,7 +39,7 @@ std::vector<std::uint8_t> read_long_value(Pager& pager, const ByteView& field) {
   Page keep;
   switch (ref.storage) {
     case LongValueStorage::Inline:
-      return field.sub(kRefSize, ref.length).copy();
+      return field.sub(disk::kLongValueFieldSize, ref.length).copy();
     case LongValueStorage::SinglePage: {
       const ByteView row = long_value_row(pager, RowId::from_pointer(ref.pointer), keep);
       if (row.size() < ref.length) row.damaged("valeur longue plus courte que sa longueur déclarée");

@@ -8,17 +8,11 @@
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
 #include "jet/record/long_value.h"
+#include "jet/storage/format.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
-
-constexpr std::uint32_t kInlineFlag = 0x80000000u;
-constexpr std::uint32_t kSinglePageFlag = 0x40000000u;
-constexpr std::uint32_t kLongValueOwner = 0x4C41564C;  // "LVAL" read as a little-endian u32
-
-void put32(std::vector<std::uint8_t>& out, std::size_t at, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) out[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
-}
 
 // Long-value pages where values were freed, by allocator: their room is filled before a
 // new page is started (a compaction replaces the new database's catalog properties, and
@@ -48,7 +42,7 @@ std::optional<RowId> place_on(OverlayPager& pager, PageNumber page, std::span<co
   if (page >= pager.page_count()) return std::nullopt;
   const Page existing = pager.read(page);
   const ByteView v = existing.view();
-  if (v.u8(0) != static_cast<std::uint8_t>(PageKind::Data) || v.u32(4) != kLongValueOwner) return std::nullopt;
+  if (v.u8(0) != static_cast<std::uint8_t>(PageKind::Data) || v.u32(4) != disk::kLongValueOwner) return std::nullopt;
   DataPageEditor editor(v.copy());
   if (!editor.fits(bytes.size())) return std::nullopt;
   const std::uint8_t row = editor.add_row(bytes);
@@ -68,11 +62,11 @@ RowId LongValueWriter::place(std::span<const std::uint8_t> bytes) {
     // A page gone, no longer for long values, or nearly full is no longer worth a look.
     const bool gone = page >= pager_.page_count();
     const Page held = gone ? Page{} : pager_.read(page);
-    if (gone || held.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || held.view().u32(4) != kLongValueOwner ||
+    if (gone || held.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || held.view().u32(4) != disk::kLongValueOwner ||
         DataPageEditor(held.view().copy()).free_space() < 64)
       note_room(allocator_, page, false);
   }
-  DataPageEditor page = DataPageEditor::blank(pager_.page_size(), kLongValueOwner);
+  DataPageEditor page = DataPageEditor::blank(pager_.page_size(), disk::kLongValueOwner);
   const std::uint8_t row = page.add_row(bytes);
   current_ = allocator_.allocate(page.release());
   allocator_.set_long_value_page(*current_);
@@ -83,16 +77,16 @@ std::vector<std::uint8_t> LongValueWriter::write(std::span<const std::uint8_t> d
   if (data.size() > 0x3FFFFFFFu)
     throw Error(ErrorCode::FieldTooSmall);
   const auto length = static_cast<std::uint32_t>(data.size());
-  std::vector<std::uint8_t> field(kLongValueRefSize, 0);
-  if (data.size() <= kMaxInlineLongValue && kLongValueRefSize + data.size() <= inline_room) {
-    put32(field, 0, length | kInlineFlag);
+  std::vector<std::uint8_t> field(disk::kLongValueFieldSize, 0);
+  if (data.size() <= disk::kLongValueMaxInline && disk::kLongValueFieldSize + data.size() <= inline_room) {
+    store_le32(field, 0, length | disk::kLongValueInline);
     field.insert(field.end(), data.begin(), data.end());
     return field;
   }
   if (data.size() <= max_row_data()) {
     const RowId id = place(data);
-    put32(field, 0, length | kSinglePageFlag);
-    put32(field, 4, id.pointer());
+    store_le32(field, 0, length | disk::kLongValueSinglePage);
+    store_le32(field, 4, id.pointer());
     return field;
   }
   // A chain: written from the last piece back, so each row knows its successor.
@@ -103,13 +97,13 @@ std::vector<std::uint8_t> LongValueWriter::write(std::span<const std::uint8_t> d
     const std::size_t from = pieces * piece;
     const std::size_t take = std::min(piece, data.size() - from);
     std::vector<std::uint8_t> row(4, 0);
-    put32(row, 0, next);
+    store_le32(row, 0, next);
     row.insert(row.end(), data.begin() + static_cast<std::ptrdiff_t>(from),
                data.begin() + static_cast<std::ptrdiff_t>(from + take));
     next = place(row).pointer();
   }
-  put32(field, 0, length);
-  put32(field, 4, next);
+  store_le32(field, 0, length);
+  store_le32(field, 4, next);
   return field;
 }
 

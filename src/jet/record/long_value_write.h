@@ -17,11 +17,9 @@
 #include "jet/storage/overlay_pager.h"
 #include "jet/record/page_allocator.h"
 #include "jet/record/usage_map.h"
+#include "jet/storage/format.h"
 
 namespace jet {
-
-inline constexpr std::size_t kLongValueRefSize = 12;
-inline constexpr std::size_t kMaxInlineLongValue = 64;
 
 class LongValueWriter {
  public:

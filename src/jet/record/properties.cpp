@@ -6,6 +6,7 @@
 
 #include "jet/base/error.h"
 #include "jet/record/properties_codec.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
@@ -15,7 +16,7 @@ constexpr std::uint16_t kNamePoolBlock = 0x0080;
 constexpr std::size_t kBlockHeader = 6;  // u32 length (itself included) + u16 block type
 constexpr std::size_t kValueHeader = 8;  // u16 length, flags, type, u16 name index, u16 size
 
-[[noreturn]] void damaged(const std::string& detail) {
+[[noreturn]] void damaged_properties(const std::string& detail) {
   throw Error(static_cast<int>(ErrorCode::DatabaseDamaged), "Propriétés endommagées : " + detail);
 }
 
@@ -41,7 +42,7 @@ class Reader {
   }
   std::span<const std::uint8_t> take(std::size_t n) {
     if (n > remaining()) {
-      damaged("lecture de " + std::to_string(n) + " octet(s) à l'octet " + std::to_string(offset()) +
+      damaged_properties("lecture de " + std::to_string(n) + " octet(s) à l'octet " + std::to_string(offset()) +
               " au-delà de la fin");
     }
     auto out = bytes_.subspan(pos_, n);
@@ -76,18 +77,18 @@ PropertyBlock read_value_block(Reader r, PropertyBlockKind kind,
   const std::size_t header_at = r.offset();
   const std::uint32_t header_len = r.u32();
   if (header_len < 6 || header_len - 4 > r.remaining()) {
-    damaged("en-tête de bloc de " + std::to_string(header_len) + " octets à l'octet " +
+    damaged_properties("en-tête de bloc de " + std::to_string(header_len) + " octets à l'octet " +
             std::to_string(header_at));
   }
   Reader header = r.sub(header_len - 4);
   block.name = decode_property_text(header.take(header.u16()));
-  if (!header.done()) damaged("en-tête de bloc trop long à l'octet " + std::to_string(header_at));
+  if (!header.done()) damaged_properties("en-tête de bloc trop long à l'octet " + std::to_string(header_at));
 
   while (!r.done()) {
     const std::size_t value_at = r.offset();
     const std::uint16_t len = r.u16();
     if (len < kValueHeader || len - 2u > r.remaining()) {
-      damaged("valeur de " + std::to_string(len) + " octets à l'octet " + std::to_string(value_at));
+      damaged_properties("valeur de " + std::to_string(len) + " octets à l'octet " + std::to_string(value_at));
     }
     Reader v = r.sub(len - 2u);
     Property p;
@@ -95,13 +96,13 @@ PropertyBlock read_value_block(Reader r, PropertyBlockKind kind,
     p.type = static_cast<ColumnType>(v.u8());
     const std::uint16_t name_index = v.u16();
     if (name_index >= names.size()) {
-      damaged("nom de propriété n° " + std::to_string(name_index) + " absent de la liste (octet " +
+      damaged_properties("nom de propriété n° " + std::to_string(name_index) + " absent de la liste (octet " +
               std::to_string(value_at) + ")");
     }
     p.name = names[name_index];
     const std::uint16_t size = v.u16();
     const auto data = v.take(size);
-    if (!v.done()) damaged("valeur plus longue que ses données à l'octet " + std::to_string(value_at));
+    if (!v.done()) damaged_properties("valeur plus longue que ses données à l'octet " + std::to_string(value_at));
     const std::size_t natural = property_natural_width(p.type);
     if (natural != 0 && size != natural) p.width = size;
     p.value = decode_property_value(p.type, data);
@@ -110,23 +111,12 @@ PropertyBlock read_value_block(Reader r, PropertyBlockKind kind,
   return block;
 }
 
-void put16(std::vector<std::uint8_t>& out, std::size_t v) {
-  out.push_back(static_cast<std::uint8_t>(v));
-  out.push_back(static_cast<std::uint8_t>(v >> 8));
-}
-void put32(std::vector<std::uint8_t>& out, std::size_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-}
-void patch32(std::vector<std::uint8_t>& out, std::size_t at, std::size_t v) {
-  for (int i = 0; i < 4; ++i) out[at + i] = static_cast<std::uint8_t>(v >> (8 * i));
-}
-
 void put_name(std::vector<std::uint8_t>& out, std::string_view name) {
   const auto bytes = encode_property_text(name);
   if (bytes.size() > std::numeric_limits<std::uint16_t>::max()) {
-    damaged("nom de " + std::to_string(bytes.size()) + " octets, trop long");
+    damaged_properties("nom de " + std::to_string(bytes.size()) + " octets, trop long");
   }
-  put16(out, bytes.size());
+  append_le16(out, bytes.size());
   out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
@@ -220,27 +210,27 @@ PropertySet parse_properties(std::span<const std::uint8_t> blob) {
       throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
                   describe(static_cast<int>(ErrorCode::OperationNotSupported)) +
                       " (propriétés au format Access 97 (Jet 3), non lues)");
-    damaged("en-tête inconnu (format Jet 4 attendu)");
+    damaged_properties("en-tête inconnu (format Jet 4 attendu)");
   }
   bool have_pool = false;
   while (!r.done()) {
     const std::size_t block_at = r.offset();
     const std::uint32_t len = r.u32();
     if (len < kBlockHeader || len - 4 > r.remaining()) {
-      damaged("bloc de " + std::to_string(len) + " octets à l'octet " + std::to_string(block_at));
+      damaged_properties("bloc de " + std::to_string(len) + " octets à l'octet " + std::to_string(block_at));
     }
     Reader block = r.sub(len - 4);
     const std::uint16_t type = block.u16();
     if (type == kNamePoolBlock) {
-      if (have_pool) damaged("deuxième liste de noms à l'octet " + std::to_string(block_at));
+      if (have_pool) damaged_properties("deuxième liste de noms à l'octet " + std::to_string(block_at));
       set.names = read_name_pool(block);
       have_pool = true;
     } else if (type == static_cast<std::uint16_t>(PropertyBlockKind::Object) ||
                type == static_cast<std::uint16_t>(PropertyBlockKind::Column)) {
-      if (!have_pool) damaged("valeurs avant la liste des noms à l'octet " + std::to_string(block_at));
+      if (!have_pool) damaged_properties("valeurs avant la liste des noms à l'octet " + std::to_string(block_at));
       set.blocks.push_back(read_value_block(block, static_cast<PropertyBlockKind>(type), set.names));
     } else {
-      damaged("bloc de type " + std::to_string(type) + " inconnu à l'octet " + std::to_string(block_at));
+      damaged_properties("bloc de type " + std::to_string(type) + " inconnu à l'octet " + std::to_string(block_at));
     }
   }
   return set;
@@ -259,40 +249,40 @@ std::vector<std::uint8_t> encode_properties(const PropertySet& set) {
   }
 
   if (pool.size() > std::numeric_limits<std::uint16_t>::max() + std::size_t{1}) {
-    damaged(std::to_string(pool.size()) + " noms de propriétés, trop pour un seul objet");
+    damaged_properties(std::to_string(pool.size()) + " noms de propriétés, trop pour un seul objet");
   }
 
   out.insert(out.end(), kMagic.begin(), kMagic.end());
   std::size_t start = out.size();
-  put32(out, 0);
-  put16(out, kNamePoolBlock);
+  append_le32(out, 0);
+  append_le16(out, kNamePoolBlock);
   for (const auto& name : pool) put_name(out, name);
-  patch32(out, start, out.size() - start);
+  store_le32(out, start, out.size() - start);
 
   for (std::size_t b = 0; b < set.blocks.size(); ++b) {
     const auto& block = set.blocks[b];
     start = out.size();
-    put32(out, 0);
-    put16(out, static_cast<std::uint16_t>(block.kind));
+    append_le32(out, 0);
+    append_le16(out, static_cast<std::uint16_t>(block.kind));
     const std::size_t header = out.size();
-    put32(out, 0);
+    append_le32(out, 0);
     put_name(out, block.name);
-    patch32(out, header, out.size() - header);
+    store_le32(out, header, out.size() - header);
     for (std::size_t i = 0; i < block.properties.size(); ++i) {
       const Property& p = block.properties[i];
       const auto data = encode_property_value(p.type, p.value, p.width);
       if (data.size() + kValueHeader > std::numeric_limits<std::uint16_t>::max()) {
-        damaged("valeur de la propriété " + p.name + " trop longue (" + std::to_string(data.size()) +
+        damaged_properties("valeur de la propriété " + p.name + " trop longue (" + std::to_string(data.size()) +
                 " octets)");
       }
-      put16(out, data.size() + kValueHeader);
+      append_le16(out, data.size() + kValueHeader);
       out.push_back(p.flags);
       out.push_back(static_cast<std::uint8_t>(p.type));
-      put16(out, indexes[b][i]);
-      put16(out, data.size());
+      append_le16(out, indexes[b][i]);
+      append_le16(out, data.size());
       out.insert(out.end(), data.begin(), data.end());
     }
-    patch32(out, start, out.size() - start);
+    store_le32(out, start, out.size() - start);
   }
   return out;
 }

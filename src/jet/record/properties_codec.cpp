@@ -12,11 +12,11 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void damaged(const std::string& detail) {
+[[noreturn]] void damaged_property_value(const std::string& detail) {
   throw Error(static_cast<int>(ErrorCode::DatabaseDamaged), "Propriétés endommagées : " + detail);
 }
 
-[[noreturn]] void mismatch(ColumnType type, const Value& value) {
+[[noreturn]] void property_type_mismatch(ColumnType type, const Value& value) {
   throw Error(13, error_message(13) + " : valeur " + kind_name(value.kind()) +
                       " pour une propriété de type " + column_type_name(type) + ".");
 }
@@ -48,39 +48,6 @@ void store_le(std::vector<std::uint8_t>& out, T v, std::size_t width) {
   for (std::size_t i = 0; i < width; ++i) out.push_back(i < 8 ? static_cast<std::uint8_t>(raw >> (8 * i)) : 0);
 }
 
-// UTF-8 (surrogates allowed as three-byte sequences) → UTF-16 code units. Bytes that form no
-// sequence become U+FFFD.
-std::u16string to_utf16(std::string_view s) {
-  std::u16string out;
-  out.reserve(s.size());
-  std::size_t i = 0;
-  while (i < s.size()) {
-    const auto b0 = static_cast<unsigned char>(s[i]);
-    std::size_t len = b0 < 0x80 ? 1 : (b0 >> 5) == 6 ? 2 : (b0 >> 4) == 14 ? 3 : (b0 >> 3) == 30 ? 4 : 0;
-    bool ok = len != 0 && i + len <= s.size();
-    std::uint32_t cp = len == 1 ? b0 : len == 2 ? (b0 & 0x1F) : len == 3 ? (b0 & 0x0F) : (b0 & 0x07);
-    for (std::size_t k = 1; ok && k < len; ++k) {
-      const auto b = static_cast<unsigned char>(s[i + k]);
-      if ((b & 0xC0) != 0x80) ok = false;
-      cp = (cp << 6) | (b & 0x3F);
-    }
-    if (!ok) {
-      out += u'\uFFFD';
-      ++i;
-      continue;
-    }
-    i += len;
-    if (cp >= 0x10000) {
-      cp -= 0x10000;
-      out += static_cast<char16_t>(0xD800 + (cp >> 10));
-      out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-    } else {
-      out += static_cast<char16_t>(cp);
-    }
-  }
-  return out;
-}
-
 }  // namespace
 
 std::size_t property_natural_width(ColumnType type) noexcept {
@@ -103,7 +70,7 @@ Value decode_property_value(ColumnType type, std::span<const std::uint8_t> bytes
   // Booleans are the one type Access stores wider than needed; any width from one byte works.
   const std::size_t needed = type == ColumnType::Boolean ? 1 : natural;
   if (bytes.size() < needed) {
-    damaged(std::string("valeur ") + column_type_name(type) + " de " + std::to_string(bytes.size()) +
+    damaged_property_value(std::string("valeur ") + column_type_name(type) + " de " + std::to_string(bytes.size()) +
             " octet(s)");
   }
   switch (type) {
@@ -135,10 +102,10 @@ std::vector<std::uint8_t> encode_property_value(ColumnType type, const Value& va
   std::vector<std::uint8_t> out;
   const std::size_t natural = property_natural_width(type);
   const std::size_t w = width != 0 && natural != 0 ? width : natural;
-  if (natural != 0 && w < natural && type != ColumnType::Boolean) mismatch(type, value);
+  if (natural != 0 && w < natural && type != ColumnType::Boolean) property_type_mismatch(type, value);
   const ValueKind kind = value.kind();
   auto need = [&](ValueKind k) {
-    if (kind != k) mismatch(type, value);
+    if (kind != k) property_type_mismatch(type, value);
   };
   switch (type) {
     case ColumnType::Boolean:
@@ -204,7 +171,7 @@ std::string decode_property_text(std::span<const std::uint8_t> bytes) {
 }
 
 std::vector<std::uint8_t> encode_property_text(std::string_view utf8) {
-  const std::u16string units = to_utf16(utf8);
+  const std::u16string units = utf8_to_utf16(utf8, Utf8Surrogates::Keep);
   std::vector<std::uint8_t> out;
   out.reserve(units.size() * 2);
   for (char16_t cu : units) {

@@ -8,6 +8,7 @@
 
 #include "jet/base/decimal.h"
 #include "jet/base/error.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
@@ -20,22 +21,17 @@ void store(std::vector<std::uint8_t>& out, T value) {
   out.insert(out.end(), bytes, bytes + sizeof(T));
 }
 
-void put16(std::vector<std::uint8_t>& out, std::size_t at, std::size_t v) {
-  out[at] = static_cast<std::uint8_t>(v & 0xFF);
-  out[at + 1] = static_cast<std::uint8_t>((v >> 8) & 0xFF);
-}
-
-[[noreturn]] void mismatch() { throw Error(ErrorCode::TypeMismatch); }
-[[noreturn]] void overflow() { throw Error(ErrorCode::Overflow); }
+[[noreturn]] void row_type_mismatch() { throw Error(ErrorCode::TypeMismatch); }
+[[noreturn]] void row_overflow() { throw Error(ErrorCode::Overflow); }
 
 std::int64_t whole(const Value& v, std::int64_t low, std::int64_t high) {
-  if (!v.is_numeric()) mismatch();
+  if (!v.is_numeric()) row_type_mismatch();
   const std::int64_t n = v.to_int64();
-  if (n < low || n > high) overflow();
+  if (n < low || n > high) row_overflow();
   return n;
 }
 
-bool known_type(ColumnType type) {
+bool storable_type(ColumnType type) {
   switch (type) {
     case ColumnType::Boolean: case ColumnType::Byte: case ColumnType::Integer: case ColumnType::Long:
     case ColumnType::Currency: case ColumnType::Single: case ColumnType::Double: case ColumnType::DateTime:
@@ -55,7 +51,7 @@ Value coerce_to_column(const ColumnDef& column, const Value& value) {
   switch (column.type) {
     case ColumnType::Boolean:
       if (value.kind() == ValueKind::Boolean) return value;
-      if (!value.is_numeric()) mismatch();
+      if (!value.is_numeric()) row_type_mismatch();
       return Value::boolean(value.to_double() != 0);
     case ColumnType::Byte: return Value::byte(static_cast<std::uint8_t>(whole(value, 0, 255)));
     case ColumnType::Integer: return Value::integer(static_cast<std::int16_t>(whole(value, -32768, 32767)));
@@ -65,43 +61,43 @@ Value coerce_to_column(const ColumnDef& column, const Value& value) {
     case ColumnType::Currency: {
       if (value.kind() == ValueKind::Currency) return value;
       if (value.kind() == ValueKind::Decimal) return Value::currency(currency_of_decimal(value.as_decimal()));
-      if (!value.is_numeric()) mismatch();
+      if (!value.is_numeric()) row_type_mismatch();
       const double scaled = std::nearbyint(value.to_double() * 10000.0);
-      if (!(std::fabs(scaled) < 9.2e18)) overflow();
+      if (!(std::fabs(scaled) < 9.2e18)) row_overflow();
       return Value::currency(static_cast<std::int64_t>(scaled));
     }
     case ColumnType::Single: {
       if (value.kind() == ValueKind::Single) return value;
-      if (!value.is_numeric()) mismatch();
+      if (!value.is_numeric()) row_type_mismatch();
       const double d = value.to_double();
-      if (std::isfinite(d) && std::fabs(d) > std::numeric_limits<float>::max()) overflow();
+      if (std::isfinite(d) && std::fabs(d) > std::numeric_limits<float>::max()) row_overflow();
       return Value::single(static_cast<float>(d));
     }
     case ColumnType::Double:
       if (value.kind() == ValueKind::Double) return value;
-      if (!value.is_numeric()) mismatch();
+      if (!value.is_numeric()) row_type_mismatch();
       return Value::double_(value.to_double());
     case ColumnType::DateTime:
       if (value.kind() == ValueKind::Date) return value;
-      if (!value.is_numeric()) mismatch();
+      if (!value.is_numeric()) row_type_mismatch();
       return Value::date(value.to_double());
     case ColumnType::Text: case ColumnType::Memo:
-      if (value.kind() != ValueKind::Text) mismatch();
+      if (value.kind() != ValueKind::Text) row_type_mismatch();
       if (column.type == ColumnType::Text && utf16_units(value.as_text()) * 2 > column.length)
         throw Error(ErrorCode::FieldTooSmall);
       return value;
     case ColumnType::Binary: case ColumnType::Ole:
-      if (value.kind() != ValueKind::Binary) mismatch();
+      if (value.kind() != ValueKind::Binary) row_type_mismatch();
       if (column.type == ColumnType::Binary && value.as_binary().size() > column.length)
         throw Error(ErrorCode::FieldTooSmall);
       return value;
     case ColumnType::Guid:
-      if (value.kind() != ValueKind::Guid) mismatch();
+      if (value.kind() != ValueKind::Guid) row_type_mismatch();
       return value;
     case ColumnType::Numeric:
       // Every number converts (Double with 15 digits, Single with 7, Currency exactly); 3349
       // when the whole part does not fit the column's precision.
-      if (!value.is_numeric()) mismatch();
+      if (!value.is_numeric()) row_type_mismatch();
       return Value::decimal(fit_decimal(decimal_of(value), column.precision, column.scale));
   }
   return value;
@@ -111,9 +107,9 @@ std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw
   const Value value = coerce_to_column(column, raw);
   std::vector<std::uint8_t> out;
   if (value.is_null()) return out;
-  if (!known_type(column.type)) {
+  if (!storable_type(column.type)) {
     // Types Access keeps for itself: the bytes as read, unchanged.
-    if (value.kind() != ValueKind::Binary) mismatch();
+    if (value.kind() != ValueKind::Binary) row_type_mismatch();
     out = value.as_binary();
     if (column.is_fixed()) out.resize(fixed_column_size(column), 0);
     return out;
@@ -202,7 +198,7 @@ std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values, con
   }
   std::vector<std::uint8_t> mask((std::size_t{column_count} + 7) / 8, 0);
   std::vector<std::uint8_t> row(2 + fixed_length, 0);
-  put16(row, 0, column_count);
+  store_le16(row, 0, column_count);
   std::vector<std::vector<std::uint8_t>> var_fields(var_count);
   for (std::size_t i = 0; i < def.columns.size(); ++i) {
     const ColumnDef& column = def.columns[i];
@@ -233,8 +229,8 @@ std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values, con
     const std::size_t table_at = row.size();
     row.resize(table_at + 2 * offsets.size() + 2);
     // Reversed: the end offset first (lowest address), variable column 0 last.
-    for (std::size_t k = 0; k < offsets.size(); ++k) put16(row, table_at + 2 * (offsets.size() - 1 - k), offsets[k]);
-    put16(row, row.size() - 2, var_count);
+    for (std::size_t k = 0; k < offsets.size(); ++k) store_le16(row, table_at + 2 * (offsets.size() - 1 - k), offsets[k]);
+    store_le16(row, row.size() - 2, var_count);
   }
   row.insert(row.end(), mask.begin(), mask.end());
   return row;

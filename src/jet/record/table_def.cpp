@@ -8,12 +8,10 @@
 #include "jet/record/data_page.h"
 #include "jet/base/names.h"
 #include "jet/base/text_codec.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kPageHeader = 8;       // kind, unknown, free space, next page
-constexpr std::size_t kMaxIndexColumns = 10;
 constexpr std::size_t kMaxDefinitionPages = 1024;
 
 // All bytes of the definition: the first page whole, continuation pages after their header.
@@ -28,7 +26,7 @@ std::vector<std::uint8_t> gather(Pager& pager, PageNumber first) {
       v.damaged(std::string("définition de table attendue, page de type ") + page_kind_name(v.u8(0)));
     if (!seen.insert(current).second || seen.size() > kMaxDefinitionPages)
       v.damaged("chaînage circulaire des pages de définition de table");
-    const std::size_t from = bytes.empty() ? 0 : kPageHeader;
+    const std::size_t from = bytes.empty() ? 0 : disk::kTdefPageHeader;
     bytes.insert(bytes.end(), v.data() + from, v.data() + v.size());
     current = v.u32(4);
   }
@@ -162,7 +160,7 @@ TableDef read_table_def(Pager& pager, PageNumber page) {
     IndexDef& index = def.indexes[i];
     index.number = i;
     index.row_count = index_rows[i];
-    for (std::size_t k = 0; k < kMaxIndexColumns; ++k) {
+    for (std::size_t k = 0; k < disk::kMaxIndexColumns; ++k) {
       const std::size_t at = layout.real_index_columns + 3 * k;
       const std::uint16_t number = r.u16(at);
       if (number == 0xFFFF) continue;

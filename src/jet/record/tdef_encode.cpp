@@ -5,19 +5,14 @@
 #include "jet/record/data_page.h"
 #include "jet/base/error.h"
 #include "jet/record/row_encode.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
 // Constants Access writes in every definition, in the header, each column and each index.
-constexpr std::uint32_t kTableMagic = 0x0659;
-constexpr std::uint32_t kRealIndexMagic = 0x0783;
-constexpr std::size_t kPageHeader = 8;
-constexpr std::size_t kMaxIndexColumns = 10;
 // Real indexes made by Access carry this bit besides unique / ignore nulls / required.
-constexpr std::uint8_t kRealIndexBaseFlag = 0x80;
 // Non foreign-key logical indexes: Access stores 4 in both cascade bytes.
-constexpr std::uint8_t kNoCascade = 0x04;
 
 class Out {
  public:
@@ -47,7 +42,7 @@ std::vector<const ColumnDef*> stored_order(const TableDef& def) {
 
 void put_column(Out& out, const ColumnDef& c, bool system) {
   out.u8(static_cast<std::uint8_t>(c.type));
-  out.u32(kTableMagic);
+  out.u32(disk::kTdefMagic);
   out.u16(c.number);
   out.u16(c.var_index);
   // The number again in user tables; Access leaves it 0 in its system tables.
@@ -68,10 +63,10 @@ void put_column(Out& out, const ColumnDef& c, bool system) {
 }
 
 void put_real_index(Out& out, const IndexDef& index) {
-  if (index.columns.empty() || index.columns.size() > kMaxIndexColumns)
+  if (index.columns.empty() || index.columns.size() > disk::kMaxIndexColumns)
     throw Error(ErrorCode::OperationNotSupported, "index de 1 à 10 colonnes");
-  out.u32(kRealIndexMagic);
-  for (std::size_t k = 0; k < kMaxIndexColumns; ++k) {
+  out.u32(disk::kRealIndexMagic);
+  for (std::size_t k = 0; k < disk::kMaxIndexColumns; ++k) {
     if (k < index.columns.size()) {
       out.u16(index.columns[k].column_number);
       out.u8(index.columns[k].ascending ? 0x01 : 0x00);
@@ -83,12 +78,12 @@ void put_real_index(Out& out, const IndexDef& index) {
   out.u32(index.usage_map);
   out.u32(index.root_page);
   out.u32(0);
-  out.u8(static_cast<std::uint8_t>(index.flags | kRealIndexBaseFlag));
+  out.u8(static_cast<std::uint8_t>(index.flags | disk::kRealIndexBaseFlag));
   out.zeros(5);
 }
 
 void put_logical_index(Out& out, const LogicalIndex& index) {
-  out.u32(kTableMagic);
+  out.u32(disk::kTdefMagic);
   out.u32(index.number);
   out.u32(index.real_index);
   if (index.kind == IndexKind::ForeignKey) {
@@ -101,8 +96,8 @@ void put_logical_index(Out& out, const LogicalIndex& index) {
     out.u8(0);
     out.u32(0xFFFFFFFF);
     out.u32(0);
-    out.u8(kNoCascade);
-    out.u8(kNoCascade);
+    out.u8(disk::kNoCascade);
+    out.u8(disk::kNoCascade);
   }
   out.u8(static_cast<std::uint8_t>(index.kind));
   out.u32(0);
@@ -117,12 +112,12 @@ std::vector<std::uint8_t> encode_table_def(const TableDef& def) {
   out.u16(0);  // free space, set per page
   out.u32(0);  // next page, set per page
   out.u32(0);  // total length, set below
-  out.u32(kTableMagic);
+  out.u32(disk::kTdefMagic);
   out.u32(def.row_count);
   out.u32(def.next_autonumber);
   out.u8(0x01);  // autonumbers enabled
   out.zeros(15);
-  out.u8(def.system ? kSystemTableType : kUserTableType);
+  out.u8(def.system ? disk::kTableTypeSystem : disk::kTableTypeUser);
   std::uint16_t variable = 0;
   for (const auto& c : def.columns)
     if (!c.is_fixed()) ++variable;
@@ -175,12 +170,12 @@ std::vector<std::vector<std::uint8_t>> split_table_def(const std::vector<std::ui
     } else {
       page[0] = static_cast<std::uint8_t>(PageKind::TableDefinition);
       page[1] = 0x01;
-      const std::size_t n = std::min(page_size - kPageHeader, encoded.size() - pos);
-      std::copy_n(encoded.begin() + static_cast<std::ptrdiff_t>(pos), n, page.begin() + kPageHeader);
+      const std::size_t n = std::min(page_size - disk::kTdefPageHeader, encoded.size() - pos);
+      std::copy_n(encoded.begin() + static_cast<std::ptrdiff_t>(pos), n, page.begin() + disk::kTdefPageHeader);
       pos += n;
-      from = kPageHeader + n;
+      from = disk::kTdefPageHeader + n;
     }
-    const std::size_t free = page_size - from >= kPageHeader ? page_size - from - kPageHeader : 0;
+    const std::size_t free = page_size - from >= disk::kTdefPageHeader ? page_size - from - disk::kTdefPageHeader : 0;
     page[2] = static_cast<std::uint8_t>(free);
     page[3] = static_cast<std::uint8_t>(free >> 8);
     for (int i = 4; i < 8; ++i) page[static_cast<std::size_t>(i)] = 0;
@@ -213,7 +208,7 @@ void write_table_def(OverlayPager& pager, PageAllocator& allocator, const TableD
     }
   }
   const std::size_t first_room = page_size;
-  const std::size_t other_room = page_size - kPageHeader;
+  const std::size_t other_room = page_size - disk::kTdefPageHeader;
   std::size_t needed = 1;
   if (encoded.size() > first_room) needed += (encoded.size() - first_room + other_room - 1) / other_room;
   while (chain.size() + 1 < needed) chain.push_back(allocator.allocate(std::vector<std::uint8_t>(page_size, 0)));

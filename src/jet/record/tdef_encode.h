@@ -13,12 +13,11 @@
 #include "jet/storage/overlay_pager.h"
 #include "jet/record/page_allocator.h"
 #include "jet/record/table_def.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 
 // Table type byte of the definition.
-inline constexpr std::uint8_t kUserTableType = 0x4E;
-inline constexpr std::uint8_t kSystemTableType = 0x53;
 
 std::vector<std::uint8_t> encode_table_def(const TableDef& def);
 

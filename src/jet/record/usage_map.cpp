@@ -3,6 +3,7 @@
 #include <string>
 
 #include "jet/record/data_page.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
@@ -32,11 +33,12 @@ std::vector<PageNumber> read_usage_map(Pager& pager, RowId where) {
   const ByteView row = holder.row_bytes(where.row);
   std::vector<PageNumber> pages;
   switch (row.u8(0)) {
-    case 0:  // inline: start page, then the bitmap
-      add_bits(row.sub(5, row.size() - 5), row.u32(1), pager.page_count(), pages);
+    case disk::kMapInline:  // inline: start page, then the bitmap
+      add_bits(row.sub(disk::kMapInlineBits, row.size() - disk::kMapInlineBits), row.u32(disk::kMapInlineStart),
+               pager.page_count(), pages);
       break;
-    case 1: {  // references to bitmap pages, each covering (page size - 4) * 8 pages
-      const std::uint64_t per_page = (pager.page_size() - 4) * 8;
+    case disk::kMapReference: {  // references to bitmap pages, each covering (page size - 4) * 8 pages
+      const std::uint64_t per_page = (pager.page_size() - disk::kMapPageHeader) * 8;
       for (std::size_t i = 0; 1 + 4 * i + 4 <= row.size(); ++i) {
         const PageNumber map_page = row.u32(1 + 4 * i);
         if (map_page == 0) continue;
@@ -45,7 +47,8 @@ std::vector<PageNumber> read_usage_map(Pager& pager, RowId where) {
         const ByteView v = page.view();
         if (v.u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
           v.damaged(std::string("table d'utilisation attendue, page de type ") + page_kind_name(v.u8(0)));
-        add_bits(v.sub(4, v.size() - 4), static_cast<PageNumber>(first), pager.page_count(), pages);
+        add_bits(v.sub(disk::kMapPageHeader, v.size() - disk::kMapPageHeader), static_cast<PageNumber>(first),
+                 pager.page_count(), pages);
       }
       break;
     }

@@ -4,20 +4,12 @@
 
 #include "jet/record/data_page.h"
 #include "jet/base/error.h"
+#include "jet/storage/format.h"
+#include "jet/base/bytes.h"
 
 namespace jet {
 namespace {
 
-constexpr std::size_t kSlotsOffset = 14;
-constexpr std::uint16_t kOffsetMask = 0x1FFF;
-
-void put32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
-}
-std::uint32_t get32(const std::vector<std::uint8_t>& b, std::size_t at) {
-  return b[at] | (b[at + 1] << 8) | (static_cast<std::uint32_t>(b[at + 2]) << 16) |
-         (static_cast<std::uint32_t>(b[at + 3]) << 24);
-}
 void flip(std::vector<std::uint8_t>& b, std::size_t at, std::uint64_t bit, bool on) {
   auto& byte = b[at + bit / 8];
   const auto mask = static_cast<std::uint8_t>(1u << (bit % 8));
@@ -50,10 +42,10 @@ std::vector<PageNumber> marked_pages(Pager& pager, RowId where, PageNumber limit
       }
     }
   };
-  if (row.u8(0) == 0) {
-    scan(row.sub(5, row.size() - 5), row.u32(1));
-  } else if (row.u8(0) == 1) {
-    const std::uint64_t per_page = (pager.page_size() - 4) * 8;
+  if (row.u8(0) == disk::kMapInline) {
+    scan(row.sub(disk::kMapInlineBits, row.size() - disk::kMapInlineBits), row.u32(disk::kMapInlineStart));
+  } else if (row.u8(0) == disk::kMapReference) {
+    const std::uint64_t per_page = (pager.page_size() - disk::kMapPageHeader) * 8;
     for (std::size_t i = 0; 1 + 4 * i + 4 <= row.size(); ++i) {
       const PageNumber map_page = row.u32(1 + 4 * i);
       if (map_page == 0) continue;
@@ -75,10 +67,10 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
   if (span.length < 5) holder.view().damaged("table d'utilisation trop courte");
   std::vector<std::uint8_t> bytes = holder.view().copy();
   const std::size_t at = span.offset;
-  const std::uint64_t per_map_page = (pager.page_size() - 4) * 8;
+  const std::uint64_t per_map_page = (pager.page_size() - disk::kMapPageHeader) * 8;
 
   if (bytes[at] == 0) {
-    const std::uint32_t start = get32(bytes, at + 1);
+    const std::uint32_t start = load_le32(&bytes[at + 1]);
     const std::uint64_t bits = (span.length - 5) * 8;
     if (page >= start && page - start < bits) {
       flip(bytes, at + 5, page - start, on);
@@ -106,7 +98,7 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
     if (!on || !grow) return !on;
     cannot_grow(pager);
   }
-  PageNumber map_page = get32(bytes, pointer_at);
+  PageNumber map_page = load_le32(&bytes[pointer_at]);
   if (map_page == 0) {
     if (!on) return true;
     if (!grow) return false;
@@ -115,7 +107,7 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
     fresh[0] = static_cast<std::uint8_t>(PageKind::UsageMap);
     fresh[1] = 0x01;
     map_page = append(std::move(fresh));
-    put32(bytes, pointer_at, map_page);
+    store_le32(bytes, pointer_at, map_page);
     pager.write(where.page, std::move(bytes));
   }
   const Page map = pager.read(map_page);

@@ -14,10 +14,11 @@
 
 #include "jet/storage/overlay_pager.h"
 #include "jet/record/usage_map.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 
-inline constexpr RowId kGlobalUsageMap{1, 0};
+inline constexpr RowId kGlobalUsageMap{disk::kGlobalMapPage, 0};
 
 // Appends a page and returns its number; used to create usage-map pages.
 using PageAppender = std::function<PageNumber(std::vector<std::uint8_t>)>;

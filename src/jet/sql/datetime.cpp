@@ -52,7 +52,7 @@ struct Numbers {
   char separator = 0;
 };
 
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_date_digit(char c) { return c >= '0' && c <= '9'; }
 
 // Splits "12/03/2006" into numbers joined by one kind of separator.
 std::optional<Numbers> split_numbers(std::string_view s, std::string_view separators) {
@@ -61,7 +61,7 @@ std::optional<Numbers> split_numbers(std::string_view s, std::string_view separa
   while (i < s.size()) {
     std::size_t start = i;
     int value = 0;
-    while (i < s.size() && is_digit(s[i])) {
+    while (i < s.size() && is_date_digit(s[i])) {
       if (i - start >= 4) return std::nullopt;
       value = value * 10 + (s[i] - '0');
       ++i;

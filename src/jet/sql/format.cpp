@@ -9,6 +9,7 @@
 #include "jet/sql/text_compare.h"
 #include "jet/sql/text_util.h"
 #include "jet/sql/vb_convert.h"
+#include "jet/base/text_codec.h"
 
 namespace jet::sql {
 namespace {
@@ -274,7 +275,7 @@ std::vector<std::string_view> sections(std::string_view f) {
 }
 
 std::string format_text(const std::string& s, std::string_view f) {
-  std::u32string text = decode_utf8(s);
+  std::u32string text = utf8_to_utf32(s);
   bool upper = f.find('>') != std::string_view::npos;
   bool lower_case = f.find('<') != std::string_view::npos;
   if (upper || lower_case) {

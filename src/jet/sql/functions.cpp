@@ -11,6 +11,7 @@
 #include "jet/sql/text_util.h"
 #include "jet/sql/value_ops.h"
 #include "jet/sql/vb_convert.h"
+#include "jet/base/text_codec.h"
 
 namespace jet::sql {
 namespace {
@@ -39,7 +40,7 @@ struct Entry {
   Impl impl;
 };
 
-std::u32string chars(const Value& v) { return decode_utf8(to_text(v)); }
+std::u32string chars(const Value& v) { return utf8_to_utf32(to_text(v)); }
 Value text(std::u32string_view s) { return Value::text(encode_utf8(s)); }
 
 // A count or position argument: Null is an invalid use of Null, anything else a Long.

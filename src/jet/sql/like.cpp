@@ -4,6 +4,7 @@
 
 #include "jet/sql/sql_error.h"
 #include "jet/sql/text_compare.h"
+#include "jet/base/text_codec.h"
 
 namespace jet::sql {
 namespace {
@@ -85,8 +86,8 @@ bool matches_one(const Element& e, char32_t c) {
 }  // namespace
 
 bool like_match(std::string_view text, std::string_view pattern) {
-  std::u32string t = decode_utf8(text);
-  std::vector<Element> p = compile(decode_utf8(pattern));
+  std::u32string t = utf8_to_utf32(text);
+  std::vector<Element> p = compile(utf8_to_utf32(pattern));
   // Greedy matching with back-tracking to the last '*' (linear in practice).
   std::size_t ti = 0, pi = 0;
   std::size_t star_p = std::string_view::npos, star_t = 0;

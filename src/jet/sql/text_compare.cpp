@@ -7,33 +7,6 @@
 
 namespace jet::sql {
 
-std::u32string decode_utf8(std::string_view s) {
-  std::u32string out;
-  out.reserve(s.size());
-  for (std::size_t i = 0; i < s.size();) {
-    unsigned char c = static_cast<unsigned char>(s[i]);
-    int len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-    char32_t cp = 0;
-    bool ok = len > 0 && i + len <= s.size();
-    if (ok) {
-      cp = len == 1 ? c : c & (0x7F >> len);
-      for (int k = 1; k < len; ++k) {
-        unsigned char cc = static_cast<unsigned char>(s[i + k]);
-        if ((cc & 0xC0) != 0x80) ok = false;
-        cp = (cp << 6) | (cc & 0x3F);
-      }
-    }
-    if (!ok) {
-      out.push_back(c);
-      ++i;
-    } else {
-      out.push_back(cp);
-      i += len;
-    }
-  }
-  return out;
-}
-
 std::string encode_utf8(std::u32string_view s) {
   std::string out;
   for (char32_t c : s) append_utf8(out, c);
@@ -47,7 +20,7 @@ int compare_dictionary(std::string_view a, std::string_view b) { return unicode:
 // UTF-16 length, the unit the index key is cut at.
 std::size_t utf16_length(std::string_view s) {
   std::size_t n = 0;
-  for (char32_t c : decode_utf8(s)) n += c > 0xFFFF ? 2 : 1;
+  for (char32_t c : utf8_to_utf32(s)) n += c > 0xFFFF ? 2 : 1;
   return n;
 }
 

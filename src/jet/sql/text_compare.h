@@ -12,8 +12,7 @@ namespace jet::sql {
 // <0, 0, >0 like strcmp.
 int compare_text(std::string_view a, std::string_view b);
 
-// Code points of UTF-8 text (malformed bytes are taken one by one as Latin-1).
-std::u32string decode_utf8(std::string_view s);
+// UTF-8 of code points (decoding: jet::utf8_to_utf32, base/text_codec.h).
 std::string encode_utf8(std::u32string_view s);
 
 // Per-character comparison with the same rules, for LIKE and InStr.

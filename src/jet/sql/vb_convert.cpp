@@ -12,8 +12,8 @@
 namespace jet::sql {
 namespace {
 
-[[noreturn]] void mismatch() { throw sql_error(SqlError::TypeMismatch); }
-[[noreturn]] void overflow() { throw sql_error(SqlError::Overflow); }
+[[noreturn]] void vb_type_mismatch() { throw sql_error(SqlError::TypeMismatch); }
+[[noreturn]] void vb_overflow() { throw sql_error(SqlError::Overflow); }
 void require(const Value& v) {
   if (v.is_null()) throw sql_error(SqlError::InvalidUseOfNull);
 }
@@ -35,7 +35,7 @@ std::string date_text(double serial) {
 
 double whole_in_range(double x, double low, double high) {
   double r = round_half_even(x);
-  if (!(r >= low && r <= high)) overflow();
+  if (!(r >= low && r <= high)) vb_overflow();
   return r;
 }
 
@@ -113,7 +113,7 @@ std::string to_text(const Value& v) {
       return std::string(b.begin(), b.end());
     }
   }
-  mismatch();
+  vb_type_mismatch();
 }
 
 std::optional<double> parse_number(std::string_view text) {
@@ -191,10 +191,10 @@ double to_number(const Value& v) {
     case ValueKind::Empty: return 0;
     case ValueKind::Text: {
       auto n = parse_number(v.as_text());
-      if (!n) mismatch();
+      if (!n) vb_type_mismatch();
       return *n;
     }
-    case ValueKind::Binary: case ValueKind::Guid: mismatch();
+    case ValueKind::Binary: case ValueKind::Guid: vb_type_mismatch();
     default: return v.to_double();
   }
 }
@@ -216,13 +216,13 @@ Value to_byte(const Value& v) {
 Value to_currency(const Value& v) {
   if (v.kind() == ValueKind::Currency) return v;
   double scaled = to_number(v) * 10000.0;
-  if (!(std::fabs(scaled) < 9.2233720368547758e18)) overflow();
+  if (!(std::fabs(scaled) < 9.2233720368547758e18)) vb_overflow();
   return Value::currency(static_cast<std::int64_t>(round_half_even(scaled)));
 }
 
 Value to_single(const Value& v) {
   double d = to_number(v);
-  if (std::fabs(d) > std::numeric_limits<float>::max()) overflow();
+  if (std::fabs(d) > std::numeric_limits<float>::max()) vb_overflow();
   return Value::single(static_cast<float>(d));
 }
 
@@ -241,10 +241,10 @@ double to_date(const Value& v) {
   if (v.kind() == ValueKind::Text) {
     if (auto d = parse_date_text(v.as_text())) return *d;
     if (auto n = parse_number(v.as_text())) return *n;
-    mismatch();
+    vb_type_mismatch();
   }
   double d = to_number(v);
-  if (d < -657434.0 || d >= 2958466.0) overflow();  // years 100 to 9999
+  if (d < -657434.0 || d >= 2958466.0) vb_overflow();  // years 100 to 9999
   return d;
 }
 

@@ -1,7 +1,7 @@
 // Where the two on-disk generations of the .mdb format put things. Jet 3 (Access 97) and
 // Jet 4 (Access 2000-2003) share their structures (header page, usage maps, data pages,
 // table definitions, B-tree index pages, long values) but not their sizes and offsets:
-// Jet 3 has 2 KB pages, narrower definition records, one-byte row counts and offsets, and
+// The Jet 4 values are the names of format.h. Jet 3 has 2 KB pages, narrower definition records, one-byte row counts and offsets, and
 // stores text in the file's code page instead of UCS-2. Every reader takes its numbers from
 // the layout chosen when the header is read (Pager::layout()), never from a version test.
 #pragma once
@@ -10,72 +10,73 @@
 #include <cstdint>
 #include <string>
 
+#include "jet/storage/format.h"
 #include "jet/storage/header.h"
 
 namespace jet {
 
 struct FormatLayout {
   FileFormat format = FileFormat::Jet4;
-  std::size_t page_size = 4096;
+  std::size_t page_size = disk::kPageSize;
   bool writable = true;          // the engine writes only Jet 4 files
   bool unicode_text = true;      // UCS-2 (possibly compressed) text; else the code page's bytes
 
   // Header page (0x18.. masked with RC4).
-  std::size_t header_masked_length = 128;
-  std::size_t header_sort_order_offset = 0x6E;
-  std::size_t header_password_length = 40;
+  std::size_t header_masked_length = disk::kHeaderMaskedLength;
+  std::size_t header_sort_order_offset = disk::kHeaderSortOrder;
+  std::size_t header_password_length = disk::kHeaderPasswordLength;
   bool header_password_unicode = true;
   bool header_has_creation_date = true;
 
   // Data pages: row count, then the slot table.
-  std::size_t data_row_count = 12;
+  std::size_t data_row_count = disk::kDataRowCount;
 
   // Table definition, offsets in the definition's bytes.
-  std::size_t tdef_row_count = 16;
-  std::size_t tdef_next_autonumber = 20;
-  std::size_t tdef_table_type = 40;
-  std::size_t tdef_max_columns = 41;
-  std::size_t tdef_variable_columns = 43;
-  std::size_t tdef_column_count = 45;
-  std::size_t tdef_logical_count = 47;
-  std::size_t tdef_real_count = 51;
-  std::size_t tdef_owned_pages = 55;
-  std::size_t tdef_free_pages = 59;
-  std::size_t tdef_real_counts = 63;      // per real index: 4 unknown bytes, row count
-  std::size_t real_count_size = 12;
+  std::size_t tdef_row_count = disk::kTdefRowCount;
+  std::size_t tdef_next_autonumber = disk::kTdefNextAutonumber;
+  std::size_t tdef_table_type = disk::kTdefTableType;
+  std::size_t tdef_max_columns = disk::kTdefMaxColumns;
+  std::size_t tdef_variable_columns = disk::kTdefVariableColumns;
+  std::size_t tdef_column_count = disk::kTdefColumnCount;
+  std::size_t tdef_logical_count = disk::kTdefLogicalCount;
+  std::size_t tdef_real_count = disk::kTdefRealCount;
+  std::size_t tdef_owned_pages = disk::kTdefOwnedPages;
+  std::size_t tdef_free_pages = disk::kTdefFreePages;
+  std::size_t tdef_real_counts = disk::kTdefRealCounts;      // per real index: 4 unknown bytes, row count
+  std::size_t real_count_size = disk::kTdefRealCountSize;
 
   // One column record.
-  std::size_t column_size = 25;
-  std::size_t column_number = 5;
-  std::size_t column_var_index = 7;
-  std::size_t column_sort_order = 11;
+  std::size_t column_size = disk::kColumnSize;
+  std::size_t column_number = disk::kColumnNumber;
+  std::size_t column_var_index = disk::kColumnVarIndex;
+  std::size_t column_sort_order = disk::kColumnSortOrder;
   std::size_t column_code_page = 0;       // 0: no code page of its own
-  std::size_t column_precision = 11;
-  std::size_t column_scale = 12;
-  std::size_t column_flags = 15;
-  std::size_t column_flags2 = 16;         // 0: none (compressed unicode bit)
-  std::size_t column_fixed_offset = 21;
-  std::size_t column_length = 23;
+  std::size_t column_precision = disk::kColumnPrecision;
+  std::size_t column_scale = disk::kColumnScale;
+  std::size_t column_flags = disk::kColumnFlags;
+  std::size_t column_flags2 = disk::kColumnFlags2;         // 0: none (compressed unicode bit)
+  std::size_t column_fixed_offset = disk::kColumnFixedOffset;
+  std::size_t column_length = disk::kColumnLength;
 
-  std::size_t name_length_size = 2;       // names: byte length, then the text
+  std::size_t name_length_size = disk::kNameLengthSize;       // names: byte length, then the text
 
   // One real index record.
-  std::size_t real_index_size = 52;
-  std::size_t real_index_columns = 4;     // ten (column number, order) triples
-  std::size_t real_index_usage_map = 34;
-  std::size_t real_index_root = 38;
-  std::size_t real_index_flags = 46;
+  std::size_t real_index_size = disk::kRealIndexSize;
+  std::size_t real_index_columns = disk::kRealIndexColumns;     // ten (column number, order) triples
+  std::size_t real_index_usage_map = disk::kRealIndexUsageMap;
+  std::size_t real_index_root = disk::kRealIndexRoot;
+  std::size_t real_index_flags = disk::kRealIndexFlags;
 
   // One logical index record.
-  std::size_t logical_index_size = 28;
-  std::size_t logical_number = 4;
-  std::size_t logical_real_index = 8;
-  std::size_t logical_related_kind = 12;
-  std::size_t logical_related_index = 13;
-  std::size_t logical_related_page = 17;
-  std::size_t logical_cascade_updates = 21;
-  std::size_t logical_cascade_deletes = 22;
-  std::size_t logical_kind = 23;
+  std::size_t logical_index_size = disk::kLogicalIndexSize;
+  std::size_t logical_number = disk::kLogicalNumber;
+  std::size_t logical_real_index = disk::kLogicalRealIndex;
+  std::size_t logical_related_kind = disk::kLogicalRelatedKind;
+  std::size_t logical_related_index = disk::kLogicalRelatedIndex;
+  std::size_t logical_related_page = disk::kLogicalRelatedPage;
+  std::size_t logical_cascade_updates = disk::kLogicalCascadeUpdates;
+  std::size_t logical_cascade_deletes = disk::kLogicalCascadeDeletes;
+  std::size_t logical_kind = disk::kLogicalKind;
 
   bool long_value_maps = true;            // per-column long-value usage maps after the names
 
@@ -83,13 +84,13 @@ struct FormatLayout {
   std::size_t row_count_size = 2;
 
   // Index pages.
-  std::size_t index_prev = 12;
-  std::size_t index_next = 16;
-  std::size_t index_tail = 20;
-  std::size_t index_prefix = 24;          // shared prefix length: 2 bytes in Jet 4, 1 in Jet 3
+  std::size_t index_prev = disk::kIndexPrev;
+  std::size_t index_next = disk::kIndexNext;
+  std::size_t index_tail = disk::kIndexTail;
+  std::size_t index_prefix = disk::kIndexPrefix;          // shared prefix length: 2 bytes in Jet 4, 1 in Jet 3
   std::size_t index_prefix_size = 2;
-  std::size_t index_mask = 0x1B;
-  std::size_t index_entries = 0x1E0;
+  std::size_t index_mask = disk::kIndexMask;
+  std::size_t index_entries = disk::kIndexEntries;
 };
 
 const FormatLayout& jet4_layout() noexcept;

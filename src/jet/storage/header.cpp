@@ -3,20 +3,17 @@
 #include <array>
 #include <cstring>
 
+#include "jet/base/bytes.h"
 #include "jet/base/error.h"
+#include "jet/storage/format.h"
 #include "jet/storage/format_layout.h"
 #include "jet/storage/pager.h"
 #include "jet/base/text_codec.h"
 
 namespace jet {
-namespace {
 
-constexpr std::size_t kMaskedStart = 0x18;
-constexpr std::size_t kMaskedLength = 128;  // the longest (Jet 4); Jet 3 masks 126 bytes
-constexpr std::array<std::uint8_t, 4> kHeaderKey{0xC7, 0xDA, 0x39, 0x6B};
-
-// RC4 keystream XOR: Jet masks part of page 0 with a fixed key.
-void rc4(std::span<std::uint8_t> data, std::span<const std::uint8_t> key) {
+void mask_header(std::span<std::uint8_t> bytes) noexcept {
+  const auto& key = disk::kHeaderMaskKey;
   std::array<std::uint8_t, 256> s{};
   for (int i = 0; i < 256; ++i) s[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(i);
   std::uint8_t j = 0;
@@ -25,20 +22,13 @@ void rc4(std::span<std::uint8_t> data, std::span<const std::uint8_t> key) {
     std::swap(s[i], s[j]);
   }
   std::uint8_t a = 0, b = 0;
-  for (auto& byte : data) {
+  for (auto& byte : bytes) {
     a = static_cast<std::uint8_t>(a + 1);
     b = static_cast<std::uint8_t>(b + s[a]);
     std::swap(s[a], s[b]);
     byte ^= s[static_cast<std::uint8_t>(s[a] + s[b])];
   }
 }
-
-std::uint16_t le16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
-std::uint32_t le32(const std::uint8_t* p) {
-  return p[0] | (p[1] << 8) | (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
-}
-
-}  // namespace
 
 const char* format_name(FileFormat format) noexcept {
   switch (format) {
@@ -63,18 +53,19 @@ const char* sort_order_name(std::uint32_t sort_order) noexcept {
 DatabaseHeader parse_header(std::span<const std::uint8_t> page0, const std::string& file) {
   static constexpr char kJet[] = "Standard Jet DB";
   static constexpr char kAce[] = "Standard ACE DB";
-  if (page0.size() < kMaskedStart + kMaskedLength) {
+  if (page0.size() < disk::kHeaderMaskedStart + disk::kHeaderMaskedLength) {
     // Too short to be any Jet file: an empty or cut file is damaged if it starts like one.
-    if (page0.size() >= 19 && std::memcmp(page0.data() + 4, kJet, 15) == 0)
+    if (page0.size() >= disk::kHeaderMagic + disk::kHeaderMagicLength &&
+        std::memcmp(page0.data() + disk::kHeaderMagic, kJet, disk::kHeaderMagicLength) == 0)
       throw_damaged(file, "en-tête tronqué");
     throw Error(ErrorCode::UnrecognizedFormat, file);
   }
-  const bool jet = std::memcmp(page0.data() + 4, kJet, 15) == 0;
-  const bool ace = std::memcmp(page0.data() + 4, kAce, 15) == 0;
+  const bool jet = std::memcmp(page0.data() + disk::kHeaderMagic, kJet, disk::kHeaderMagicLength) == 0;
+  const bool ace = std::memcmp(page0.data() + disk::kHeaderMagic, kAce, disk::kHeaderMagicLength) == 0;
   if (page0[0] != 0x00 || (!jet && !ace)) throw Error(ErrorCode::UnrecognizedFormat, file);
 
   DatabaseHeader h;
-  h.version_byte = page0[0x14];
+  h.version_byte = page0[disk::kHeaderVersion];
   switch (h.version_byte) {
     case 0: h.format = FileFormat::Jet3; break;
     case 1: h.format = FileFormat::Jet4; break;
@@ -89,16 +80,16 @@ DatabaseHeader parse_header(std::span<const std::uint8_t> page0, const std::stri
 
   std::array<std::uint8_t, 0x100> clear{};
   std::memcpy(clear.data(), page0.data(), std::min(page0.size(), clear.size()));
-  rc4(std::span(clear).subspan(kMaskedStart, layout.header_masked_length), kHeaderKey);
+  mask_header(std::span(clear).subspan(disk::kHeaderMaskedStart, layout.header_masked_length));
 
-  h.code_page = le16(&clear[0x3C]);
-  h.database_key = le32(&clear[0x3E]);
-  h.sort_order = le16(&clear[layout.header_sort_order_offset]);
-  std::array<std::uint8_t, 40> password{};
-  std::memcpy(password.data(), &clear[0x42], layout.header_password_length);
+  h.code_page = load_le16(&clear[disk::kHeaderCodePage]);
+  h.database_key = load_le32(&clear[disk::kHeaderDatabaseKey]);
+  h.sort_order = load_le16(&clear[layout.header_sort_order_offset]);
+  std::array<std::uint8_t, disk::kHeaderPasswordLength> password{};
+  std::memcpy(password.data(), &clear[disk::kHeaderPassword], layout.header_password_length);
   if (layout.header_has_creation_date) {
     double created;
-    std::memcpy(&created, &clear[0x72], sizeof created);
+    std::memcpy(&created, &clear[disk::kHeaderCreationDate], sizeof created);
     h.creation_date = created;
     // The 40 password bytes are further XORed with the low 32 bits of the creation date.
     std::array<std::uint8_t, 4> mask{};

@@ -28,4 +28,8 @@ const char* sort_order_name(std::uint32_t sort_order) noexcept;  // "General"...
 // (unrecognised format, naming `file`) when the bytes are not a Jet 3 or Jet 4 database.
 DatabaseHeader parse_header(std::span<const std::uint8_t> page0, const std::string& file);
 
+// XORs `bytes` (the masked part of page 0, from disk::kHeaderMaskedStart) with the RC4
+// keystream of the fixed header key: it masks clear bytes and unmasks stored ones.
+void mask_header(std::span<std::uint8_t> bytes) noexcept;
+
 }  // namespace jet

@@ -7,7 +7,7 @@
 namespace jet {
 namespace {
 
-[[noreturn]] void refuse(const char* what) {
+[[noreturn]] void refuse_overlay(const char* what) {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + what + ")");
 }
@@ -42,18 +42,18 @@ Page OverlayPager::read(PageNumber number) {
 }
 
 void OverlayPager::write(PageNumber number, std::vector<std::uint8_t> bytes) {
-  if (levels_.empty()) refuse("écriture hors transaction");
+  if (levels_.empty()) refuse_overlay("écriture hors transaction");
   if (number >= page_count_) {
     throw_damaged(*name_, "écriture de la page " + std::to_string(number) +
                               " au-delà de la fin du fichier");
   }
-  if (bytes.size() != page_size()) refuse("page de taille incorrecte");
+  if (bytes.size() != page_size()) refuse_overlay("page de taille incorrecte");
   levels_.back().pages[number] = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
 }
 
 PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
-  if (levels_.empty()) refuse("écriture hors transaction");
-  if (page_count_ == 0xFFFFFF) refuse("fichier plein");  // row pointers hold 24-bit pages
+  if (levels_.empty()) refuse_overlay("écriture hors transaction");
+  if (page_count_ == 0xFFFFFF) refuse_overlay("fichier plein");  // row pointers hold 24-bit pages
   bytes.resize(page_size(), 0);
   const PageNumber number = page_count_++;
   levels_.back().pages[number] = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
@@ -63,7 +63,7 @@ PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
 void OverlayPager::begin() { levels_.push_back(Level{{}, page_count_}); }
 
 void OverlayPager::commit() {
-  if (levels_.empty()) refuse("validation sans transaction");
+  if (levels_.empty()) refuse_overlay("validation sans transaction");
   if (levels_.size() > 1) {
     Level top = std::move(levels_.back());
     levels_.pop_back();
@@ -87,7 +87,7 @@ void OverlayPager::commit() {
 }
 
 void OverlayPager::rollback() {
-  if (levels_.empty()) refuse("annulation sans transaction");
+  if (levels_.empty()) refuse_overlay("annulation sans transaction");
   page_count_ = levels_.back().page_count_at_begin;
   levels_.pop_back();
 }

@@ -8,11 +8,10 @@
 #include "jet/btree/index_page.h"
 #include "jet/btree/index_row_key.h"
 #include "jet/btree/index_stored_key.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kMaxDepth = 32;
 
 // Groups items into consecutive pages, each filled while its whole entries fit.
 std::vector<std::vector<IndexNodeItem>> pack(const std::vector<IndexNodeItem>& items, bool leaf,
@@ -61,7 +60,7 @@ std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root) {
   while (!todo.empty()) {
     const auto [number, depth] = todo.back();
     todo.pop_back();
-    if (number == 0 || number >= pager.page_count() || depth > kMaxDepth ||
+    if (number == 0 || number >= pager.page_count() || depth > disk::kMaxIndexDepth ||
         !seen.insert(number).second) {
       throw_damaged(pager.file_name(), "index, page " + std::to_string(number) +
                                            " : arbre d'index incohérent");

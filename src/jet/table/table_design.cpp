@@ -4,14 +4,10 @@
 
 #include "jet/base/error.h"
 #include "jet/base/names.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kMaxNameLength = 64;
-constexpr std::size_t kMaxColumns = 255;
-constexpr std::size_t kMaxIndexes = 32;
-constexpr std::size_t kMaxIndexColumns = 10;
 
 std::size_t characters(std::string_view utf8) {
   std::size_t n = 0;
@@ -22,14 +18,14 @@ std::size_t characters(std::string_view utf8) {
 
 // Object names as Jet accepts them: 1 to 64 characters, no leading space, none of . ! ` [ ]
 // and no control character.
-void check_name(const std::string& name) {
-  bool bad = name.empty() || characters(name) > kMaxNameLength || name.front() == ' ';
+void check_object_name(const std::string& name) {
+  bool bad = name.empty() || characters(name) > disk::kMaxNameLength || name.front() == ' ';
   for (unsigned char c : name)
     if (c < 0x20 || c == '.' || c == '!' || c == '`' || c == '[' || c == ']') bad = true;
   if (bad) throw Error(ErrorCode::InvalidName, name);
 }
 
-bool known_type(ColumnType type) {
+bool designable_type(ColumnType type) {
   switch (type) {
     case ColumnType::Boolean: case ColumnType::Byte: case ColumnType::Integer: case ColumnType::Long:
     case ColumnType::Currency: case ColumnType::Single: case ColumnType::Double: case ColumnType::DateTime:
@@ -65,15 +61,15 @@ std::optional<bool> stored_flag(const PropertyBlock* block, std::string_view nam
 }  // namespace
 
 void validate(const TableDesign& design) {
-  check_name(design.name);
-  if (design.columns.empty() || design.columns.size() > kMaxColumns)
+  check_object_name(design.name);
+  if (design.columns.empty() || design.columns.size() > disk::kMaxColumns)
     throw Error(ErrorCode::OperationNotSupported, design.name);
   for (std::size_t i = 0; i < design.columns.size(); ++i) {
     const ColumnDesign& c = design.columns[i];
-    check_name(c.name);
+    check_object_name(c.name);
     for (std::size_t j = 0; j < i; ++j)
       if (same_name(design.columns[j].name, c.name)) throw Error(ErrorCode::FieldDefinedTwice, c.name);
-    if (!known_type(c.type)) throw Error(ErrorCode::OperationNotSupported, c.name);
+    if (!designable_type(c.type)) throw Error(ErrorCode::OperationNotSupported, c.name);
     if ((c.type == ColumnType::Text || c.type == ColumnType::Binary) && (c.size == 0 || c.size > 255))
       throw Error(ErrorCode::OperationNotSupported, c.name);
     if (c.autonumber && c.type != ColumnType::Long && c.type != ColumnType::Guid)
@@ -81,18 +77,18 @@ void validate(const TableDesign& design) {
     if (c.type == ColumnType::Numeric && (c.precision == 0 || c.precision > 28 || c.scale > c.precision))
       throw Error(ErrorCode::OperationNotSupported, c.name);
   }
-  if (design.indexes.size() > kMaxIndexes) throw Error(ErrorCode::OperationNotSupported, design.name);
+  if (design.indexes.size() > disk::kMaxIndexes) throw Error(ErrorCode::OperationNotSupported, design.name);
   bool primary = false;
   for (std::size_t i = 0; i < design.indexes.size(); ++i) {
     const IndexDesign& index = design.indexes[i];
-    check_name(index.name);
+    check_object_name(index.name);
     for (std::size_t j = 0; j < i; ++j)
       if (same_name(design.indexes[j].name, index.name)) throw Error(ErrorCode::IndexExists, index.name);
     if (index.primary) {
       if (primary) throw Error(ErrorCode::PrimaryKeyExists);
       primary = true;
     }
-    if (index.columns.empty() || index.columns.size() > kMaxIndexColumns)
+    if (index.columns.empty() || index.columns.size() > disk::kMaxIndexColumns)
       throw Error(ErrorCode::OperationNotSupported, index.name);
     for (std::size_t k = 0; k < index.columns.size(); ++k) {
       const auto it = std::find_if(design.columns.begin(), design.columns.end(),

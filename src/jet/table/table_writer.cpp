@@ -8,14 +8,12 @@
 #include "jet/record/row_encode.h"
 #include "jet/storage/transaction.h"
 #include "jet/record/usage_map_write.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
-constexpr std::size_t kRowCountAt = 16;
-constexpr std::size_t kAutonumberAt = 20;
-
-[[noreturn]] void refuse(const std::string& why) {
+[[noreturn]] void refuse_indexed_table(const std::string& why) {
   throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
               describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (" + why + ")");
 }
@@ -87,12 +85,12 @@ TableDef TableWriter::definition() const { return parsed()->def; }
 
 void TableWriter::refuse_if_unindexed(const TableDef& def) const {
   if (!def.indexes.empty() && !hook_)
-    refuse("la table « " + name_ + " » a des index, que ce programme ne sait pas encore tenir à jour");
+    refuse_indexed_table("la table « " + name_ + " » a des index, que ce programme ne sait pas encore tenir à jour");
 }
 
 Row TableWriter::prepare(const TableDef& def, const Row& values, bool assign_autonumbers,
                          std::uint32_t* next_auto) const {
-  if (values.size() != def.columns.size()) refuse("nombre de valeurs différent du nombre de champs");
+  if (values.size() != def.columns.size()) refuse_indexed_table("nombre de valeurs différent du nombre de champs");
   Row row;
   row.reserve(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -130,7 +128,7 @@ std::vector<std::uint8_t> TableWriter::encode(const TableDef& def, const Row& va
     used += field.size();
     return field;
   });
-  if (row.size() + 2 + DataPageEditor::kHeaderSize > pager_.page_size()) record_too_large();
+  if (row.size() + 2 + disk::kDataHeaderSize > pager_.page_size()) record_too_large();
   return row;
 }
 
@@ -163,8 +161,8 @@ void TableWriter::write_counters(Parsed& parsed, std::uint32_t rows, std::uint32
   const Page before = pager_.read(parsed.def.page);
   std::vector<std::uint8_t> bytes = before.view().copy();
   for (int i = 0; i < 4; ++i) {
-    bytes[kRowCountAt + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(rows >> (8 * i));
-    bytes[kAutonumberAt + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(next_auto >> (8 * i));
+    bytes[disk::kTdefRowCount + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(rows >> (8 * i));
+    bytes[disk::kTdefNextAutonumber + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(next_auto >> (8 * i));
   }
   pager_.write(parsed.def.page, std::move(bytes));
   // The parsed definition follows when it was parsed from the page just replaced.
@@ -179,7 +177,7 @@ void TableWriter::free_long_values(const TableDef& def, const ByteView& row) {
   const RowLayout layout = read_row_layout(def, row);
   for (const ColumnDef& column : def.columns) {
     const auto& field = layout.fields[column.definition_order];
-    if (is_long_value(column.type) && field && field->size() >= kLongValueRefSize)
+    if (is_long_value(column.type) && field && field->size() >= disk::kLongValueFieldSize)
       long_values_.free(field->span());
   }
 }
@@ -231,7 +229,7 @@ void TableWriter::update(RowId id, const Row& values) {
       editor.mark_deleted(data.row);
       pager_.write(data.page, editor.release());
     }
-    const RowId target = place_row(def, bytes, row_flags::Deleted);
+    const RowId target = place_row(def, bytes, disk::kRowDeleted);
     DataPageEditor header(pager_.read(id.page).view().copy());
     header.make_pointer(id.row, target);
     pager_.write(id.page, header.release());

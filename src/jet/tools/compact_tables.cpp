@@ -14,11 +14,11 @@
 #include "jet/table/table_writer.h"
 #include "jet/record/tdef_encode.h"
 #include "jet/storage/transaction.h"
+#include "jet/storage/format.h"
+#include "jet/base/bytes.h"
 
 namespace jet::compact_detail {
 namespace {
-
-constexpr std::size_t kNextAutonumberOffset = 20;  // in the first definition page
 constexpr const char* kPlaceholder = "~cle_etrangere_";
 
 // Rows go in without index maintenance: the indexes are built in bulk once the table is full.
@@ -72,10 +72,6 @@ void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& n
     };
     rebuild_index(store, table, index, stored);
   }
-}
-
-void put_u32(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::uint8_t>(v >> (8 * i));
 }
 
 // Gives the destination's columns the source's flags (fixed-length text, hyperlink...),
@@ -211,7 +207,7 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
   const TableDef written = read_table_def(destination.pager(), carried.page);
   if (written.next_autonumber != def.next_autonumber) {
     std::vector<std::uint8_t> bytes = destination.pager().read(carried.page).view().copy();
-    put_u32(bytes, kNextAutonumberOffset, def.next_autonumber);
+    store_le32(bytes, disk::kTdefNextAutonumber, def.next_autonumber);
     destination.pager().write(carried.page, std::move(bytes));
   }
   tx.commit();

@@ -14,6 +14,12 @@
 namespace jet {
 namespace {
 
+std::string joined_names(const std::vector<std::string>& names) {
+  std::string s;
+  for (const auto& n : names) s += (s.empty() ? "" : ", ") + n;
+  return s;
+}
+
 using diff_detail::quoted;
 using diff_detail::Report;
 using diff_detail::shown;
@@ -85,14 +91,9 @@ void diff_columns(Report& report, const std::string& table, const TableDef& a, c
     if (second.count(fold_name(c.name))) order_a.push_back(c.name);
   for (const auto& c : b.columns)
     if (first.count(fold_name(c.name))) order_b.push_back(c.name);
-  auto joined = [](const std::vector<std::string>& v) {
-    std::string s;
-    for (const auto& n : v) s += (s.empty() ? "" : ", ") + n;
-    return s;
-  };
   bool same_order = order_a.size() == order_b.size();
   for (std::size_t i = 0; same_order && i < order_a.size(); ++i) same_order = same_name(order_a[i], order_b[i]);
-  if (!same_order) report.differs(table + " : ordre des colonnes", joined(order_a), joined(order_b));
+  if (!same_order) report.differs(table + " : ordre des colonnes", joined_names(order_a), joined_names(order_b));
 }
 
 // ---- properties ------------------------------------------------------------------------
@@ -210,12 +211,6 @@ void diff_table(Report& report, Database& da, const CatalogEntry& ea, Database& 
 
 // ---- relationships, queries, access rows -------------------------------------------------
 
-std::string joined(const std::vector<std::string>& names) {
-  std::string s;
-  for (const auto& n : names) s += (s.empty() ? "" : ", ") + n;
-  return s;
-}
-
 void diff_relationships(Report& report, const Catalog& a, const Catalog& b) {
   std::map<std::string, Relationship> first, second;
   for (auto& r : a.relationships()) first[fold_name(r.name)] = r;
@@ -225,10 +220,10 @@ void diff_relationships(Report& report, const Catalog& a, const Catalog& b) {
   };
   match(report, first, second, name, [&](const Relationship& x, const Relationship& y) {
     const std::string where = "Relation " + quoted(x.name);
-    const std::string sa = x.table + " (" + joined(x.columns) + ") -> " + x.referenced_table + " (" +
-                           joined(x.referenced_columns) + ")";
-    const std::string sb = y.table + " (" + joined(y.columns) + ") -> " + y.referenced_table + " (" +
-                           joined(y.referenced_columns) + ")";
+    const std::string sa = x.table + " (" + joined_names(x.columns) + ") -> " + x.referenced_table + " (" +
+                           joined_names(x.referenced_columns) + ")";
+    const std::string sb = y.table + " (" + joined_names(y.columns) + ") -> " + y.referenced_table + " (" +
+                           joined_names(y.referenced_columns) + ")";
     if (fold_name(sa) != fold_name(sb)) report.differs(where + " : colonnes", sa, sb);
     if (x.flags != y.flags) report.differs(where + " : attributs", std::to_string(x.flags), std::to_string(y.flags));
   });

@@ -11,11 +11,10 @@
 #include "jet/btree/index_page.h"
 #include "jet/btree/index_row_key.h"
 #include "jet/btree/index_stored_key.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kMaxDepth = 32;
 constexpr std::size_t kMaxProblems = 200;  // a wrecked index would otherwise flood the report
 
 std::string row_text(RowId r) {
@@ -70,7 +69,7 @@ class Checker {
       incomplete_ = true;
       return std::nullopt;
     }
-    if (depth >= kMaxDepth) {
+    if (depth >= disk::kMaxIndexDepth) {
       report("page " + std::to_string(number) + " : arbre trop profond");
       incomplete_ = true;
       return std::nullopt;

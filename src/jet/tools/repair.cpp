@@ -18,11 +18,10 @@
 #include "jet/record/usage_map_write.h"
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
-
-constexpr std::size_t kRowCountOffset = 16;  // in the first definition page
 
 class Repairer {
  public:
@@ -97,7 +96,7 @@ class Repairer {
     if (!problems.empty()) refuse(problems.front());
     if (!def.system && live != def.row_count) {
       std::vector<std::uint8_t> bytes = pager_.read(def.page).view().copy();
-      for (int i = 0; i < 4; ++i) bytes[kRowCountOffset + i] = static_cast<std::uint8_t>(live >> (8 * i));
+      for (int i = 0; i < 4; ++i) bytes[disk::kTdefRowCount + i] = static_cast<std::uint8_t>(live >> (8 * i));
       pager_.write(def.page, std::move(bytes));
       report_.actions.push_back("table « " + entry.name + " » : nombre de lignes corrigé (" +
                                 std::to_string(def.row_count) + " -> " + std::to_string(live) + ")");

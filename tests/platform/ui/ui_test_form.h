@@ -11,6 +11,8 @@
 namespace ui_test {
 
 using namespace platform::ui;
+// The DAO tests compiled alongside have a Property of their own.
+using platform::ui::Property;
 
 struct RecordingObserver : FormObserver {
   std::vector<std::string> events;
