@@ -14,6 +14,7 @@
 #include "jet/table/index_maintain_hook.h"
 #include "jet/ddl/relationship_write.h"
 #include "jet/storage/transaction.h"
+#include "jet_test_support.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_column_add_drop_test_cases {
@@ -30,12 +31,7 @@ jet::ColumnDesign column(const std::string& name, jet::ColumnType type, std::uin
   return c;
 }
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
+using jet_test::joined;
 const std::vector<std::pair<std::string, jet::ColumnType>> kEveryType{
     {"nText", jet::ColumnType::Text},     {"nMemo", jet::ColumnType::Memo},
     {"nOle", jet::ColumnType::Ole},       {"nBinary", jet::ColumnType::Binary},

@@ -10,6 +10,7 @@
 #include "jet/tools/diff.h"
 #include "jet/table/index_maintain_hook.h"
 #include "jet/storage/transaction.h"
+#include "jet_test_support.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_column_change_test_cases {
@@ -18,12 +19,7 @@ namespace {
 
 using namespace alter_column_test;
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
+using jet_test::joined;
 const jet::ColumnProperty* find(const std::vector<jet::ColumnProperty>& props, const std::string& name) {
   for (const auto& p : props)
     if (p.name == name) return &p;

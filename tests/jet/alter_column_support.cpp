@@ -12,17 +12,9 @@
 #include "jet/tools/index_verify.h"
 #include "jet/base/names.h"
 #include "jet/tools/verify.h"
+#include "jet_test_support.h"
 
 namespace alter_column_test {
-
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 std::string problems(const std::string& path) {
   auto db = jet::Database::open(path);

@@ -16,8 +16,7 @@
 
 namespace alter_column_test {
 
-// The Jet error number `action` raises, 0 when it raises nothing.
-int error_of(const std::function<void()>& action);
+using jet_test::error_of;
 // Problems the checker finds (indexes included), one per line; empty when sound.
 std::string problems(const std::string& path);
 // mdbtools' export of a table; the test fails when mdb-export fails.

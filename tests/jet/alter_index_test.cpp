@@ -19,26 +19,8 @@ namespace alter_index_test_cases {
 
 namespace {
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
-std::vector<std::string> verify(const std::string& path) {
-  auto db = jet::Database::open(path);
-  return jet::verify_database(*db, jet::verify_index);
-}
-
+using jet_test::error_of;
+using jet_test::joined;
 jet::IndexDesign index(const std::string& name, std::vector<std::string> columns, bool unique = false) {
   jet::IndexDesign s;
   s.name = name;
@@ -61,7 +43,7 @@ TEST(AlterIndex, IndexesAddedToRowsAreFilledAndDroppedWithoutTrace) {
     jet::create_index(*db, "Table1", index("ByBoth", {second, first}));
     jet::create_index(*db, "Table1", index("BySecond", {second}));
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   auto lines = jet::diff_files(fixture, copy);
   EXPECT_EQ(lines.size(), 2u) << joined(lines);
   {
@@ -79,13 +61,13 @@ TEST(AlterIndex, IndexesAddedToRowsAreFilledAndDroppedWithoutTrace) {
     writer.remove(*any);
     tx.rollback();
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   {
     auto db = jet::WritableDatabase::open(copy);
     jet::drop_index(*db, "Table1", "bysecond");
     jet::drop_index(*db, "Table1", "ByBoth");
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   EXPECT_EQ(joined(jet::diff_files(fixture, copy)), "");
 }
 
@@ -97,7 +79,7 @@ TEST(AlterIndex, PrimaryKeysCanBeDroppedAndMadeAgain) {
     auto db = jet::WritableDatabase::open(copy);
     jet::drop_index(*db, "Table3", "PrimaryKey");
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   auto lines = jet::diff_files(fixture, copy);
   ASSERT_EQ(lines.size(), 1u) << joined(lines);
   EXPECT_NE(lines[0].find("PrimaryKey"), std::string::npos);
@@ -110,7 +92,7 @@ TEST(AlterIndex, PrimaryKeysCanBeDroppedAndMadeAgain) {
     primary.name = "Other";
     EXPECT_EQ(error_of([&] { jet::create_index(*db, "Table3", primary); }), 3283);
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   EXPECT_EQ(joined(jet::diff_files(fixture, copy)), "");
 }
 

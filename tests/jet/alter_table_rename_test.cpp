@@ -7,6 +7,7 @@
 #include "jet/tools/diff.h"
 #include "jet/base/error.h"
 #include "jet/ddl/relationship_write.h"
+#include "jet_test_support.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_table_rename_test_cases {
@@ -15,12 +16,7 @@ namespace {
 
 using namespace alter_table_test;
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
+using jet_test::joined;
 TEST(AlterTableRename, AccessFileTableFollowedByItsRelationshipsAndBack) {
   jet_test::ScratchDir dir;
   const std::string original = jet_test::fixture("indexTestV2000.mdb");

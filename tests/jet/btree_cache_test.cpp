@@ -93,15 +93,7 @@ void expect_cache_matches_pages(jet::IndexPageCache& cache, jet::Pager& pager, j
   }
 }
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 // The cache serves a page only while the pager shows the buffer it parsed.
 TEST(BtreeCache, PagesFollowWritesRollbacksFreesAndEviction) {
   auto base = btree_test::load_fixture("compIndexTestV2000.mdb");

@@ -23,21 +23,8 @@ namespace compact_test_cases {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::joined;
+using jet_test::error_of;
 std::string mdbtools(const std::string& command, const std::string& path, const std::string& table = {}) {
   bool ok = false;
   std::string cmd = command + " " + jet_test::shell_quote(path);

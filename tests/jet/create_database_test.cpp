@@ -26,15 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 std::string created(const jet_test::ScratchDir& dir, const std::string& name = "new.mdb") {
   const std::string path = (dir.path() / name).string();
   jet::create_database(path).reset();

@@ -25,15 +25,7 @@ namespace {
 using jet::ColumnType;
 using jet::Value;
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 std::string mdb(const std::string& command, const std::string& path, const std::string& tail = "") {
   bool ok = false;
   const std::string out = jet_test::run(command + " " + jet_test::shell_quote(path) + " " + tail + " 2>&1", &ok);

@@ -21,12 +21,7 @@ namespace {
 
 using jet::Value;
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
+using jet_test::joined;
 bool mentions(const std::vector<std::string>& lines, std::initializer_list<std::string> words) {
   return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
     return std::all_of(words.begin(), words.end(), [&](const std::string& w) { return line.find(w) != std::string::npos; });

@@ -23,12 +23,7 @@ namespace {
 
 constexpr const char* kTable = "Pieces";
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
+using jet_test::joined;
 // Every page against the map: it reaches past the last page from page 0; a page is marked
 // free exactly when it holds nothing (the engine zeroes what it frees); the pages it
 // reaches past the end of the file are free.

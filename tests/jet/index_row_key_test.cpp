@@ -4,6 +4,7 @@
 #include "jet/base/error.h"
 #include "jet/btree/index_row_key.h"
 #include "jet/base/text_sort.h"
+#include "jet_test_support.h"
 
 #include <functional>
 
@@ -40,15 +41,7 @@ jet::IndexDef index(std::vector<jet::IndexColumn> cols, std::uint8_t flags = 0) 
   return i;
 }
 
-int error_number(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 TEST(IndexRowKey, ColumnsComeFromTheDefinitionInIndexOrder) {
   const auto t = table();
   const auto cols = jet::key_columns(t, index({{3, false}, {0, true}}));
@@ -56,9 +49,9 @@ TEST(IndexRowKey, ColumnsComeFromTheDefinitionInIndexOrder) {
   EXPECT_EQ(cols[0].kind, jet::KeyKind::Text);
   EXPECT_FALSE(cols[0].ascending);
   EXPECT_EQ(cols[1].kind, jet::KeyKind::Long);
-  EXPECT_EQ(error_number([&] { jet::key_columns(t, index({{9, true}})); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::key_columns(t, index({{9, true}})); }), 3049);
   EXPECT_EQ(jet::key_kind_for(jet::ColumnType::Memo), jet::KeyKind::Text);
-  EXPECT_EQ(error_number([] { jet::key_kind_for(jet::ColumnType::Ole); }), 3251);
+  EXPECT_EQ(error_of([] { jet::key_kind_for(jet::ColumnType::Ole); }), 3251);
 }
 
 TEST(IndexRowKey, RowKeyFollowsIndexColumnsNotRowOrder) {
@@ -86,12 +79,12 @@ TEST(IndexRowKey, SeekValuesAreConvertedOrRefused) {
   EXPECT_EQ(jet::index_key_for_values(t, ix, {jet::Value::double_(7.0)}), w.bytes());  // a prefix
   w.integer(300);
   EXPECT_EQ(jet::index_key_for_values(t, ix, {jet::Value::byte(7), jet::Value::long_(300)}), w.bytes());
-  EXPECT_EQ(error_number([&] { jet::index_key_for_values(t, ix, {jet::Value::long_(1), jet::Value::long_(70000)}); }), 3251);
-  EXPECT_EQ(error_number([&] {
+  EXPECT_EQ(error_of([&] { jet::index_key_for_values(t, ix, {jet::Value::long_(1), jet::Value::long_(70000)}); }), 3251);
+  EXPECT_EQ(error_of([&] {
               jet::index_key_for_values(t, ix, {jet::Value::long_(1), jet::Value::long_(1), jet::Value::long_(1)});
             }),
             3251);
-  EXPECT_EQ(error_number([&] { jet::index_key_for_values(t, index({{3, true}}), {jet::Value::long_(1)}); }), 3251);
+  EXPECT_EQ(error_of([&] { jet::index_key_for_values(t, index({{3, true}}), {jet::Value::long_(1)}); }), 3251);
 }
 
 TEST(IndexRowKey, DecimalsAreScaledToTheColumn) {
@@ -106,13 +99,13 @@ TEST(IndexRowKey, DecimalsAreScaledToTheColumn) {
   EXPECT_EQ(jet::index_key_for_values(t, index({{4, true}}), {jet::Value::decimal(d)}), w.bytes());
   d.scale = 3;
   d.magnitude = 1234;  // 1.234: a digit too many for the column
-  EXPECT_EQ(error_number([&] { jet::index_key_for_values(t, index({{4, true}}), {jet::Value::decimal(d)}); }), 3251);
+  EXPECT_EQ(error_of([&] { jet::index_key_for_values(t, index({{4, true}}), {jet::Value::decimal(d)}); }), 3251);
 }
 
 TEST(IndexRowKey, TextOfAnotherSortOrderIsNotGuessed) {
   auto t = table();
   t.columns[0].sort_order = 1053;  // Swedish/Finnish
-  EXPECT_EQ(error_number([&] { jet::index_key_for_values(t, index({{3, true}}), {jet::Value::text("a")}); }), 3251);
+  EXPECT_EQ(error_of([&] { jet::index_key_for_values(t, index({{3, true}}), {jet::Value::text("a")}); }), 3251);
 }
 
 TEST(IndexRowKey, IgnoreNullsLeavesOutRowsWhoseIndexedValuesAreAllNull) {

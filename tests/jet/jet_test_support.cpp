@@ -13,6 +13,7 @@
 
 #include "jet/db/database.h"
 #include "jet/base/error.h"
+#include "jet/tools/index_verify.h"
 #include "jet/tools/verify.h"
 
 namespace jet_test {
@@ -96,7 +97,13 @@ std::string mdb_export(const std::string& path, const std::string& table) {
 
 std::vector<std::string> verify_problems(const std::string& path) {
   auto db = jet::Database::open(path);
-  return jet::verify_database(*db);
+  return jet::verify_database(*db, jet::verify_index);
+}
+
+std::string joined(const std::vector<std::string>& lines) {
+  std::string s;
+  for (const auto& l : lines) s += l + "\n";
+  return s;
 }
 
 std::string jet_program() { return std::string(QUELIS_BINARY_DIR) + "/src/app/jet"; }

@@ -43,8 +43,11 @@ std::string copy_fixture(const ScratchDir& dir, const std::string& name, const s
 int error_of(const std::function<void()>& action);
 // What mdbtools exports of a table (CSV with a header line); a failed export fails the test.
 std::string mdb_export(const std::string& path, const std::string& table);
-// What the engine's checker finds wrong with a database file (empty when sound).
+// What the engine's checker finds wrong with a database file, every index's entries and order
+// included (empty when sound).
 std::vector<std::string> verify_problems(const std::string& path);
+// The lines, each followed by a line break: a readable failure message.
+std::string joined(const std::vector<std::string>& lines);
 // The built `jet` program, for tests of its commands.
 std::string jet_program();
 

@@ -7,6 +7,7 @@
 #include "jet/record/properties.h"
 #include "jet/record/properties_codec.h"
 #include "properties_oracle.h"
+#include "jet_test_support.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace properties_codec_test_cases {
@@ -17,15 +18,7 @@ using jet::ColumnType;
 using jet::Value;
 using Bytes = std::vector<std::uint8_t>;
 
-int error_number(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 TEST(PropertyValues, EveryTypeDecodesItsStoredBytes) {
   EXPECT_EQ(jet::decode_property_value(ColumnType::Boolean, Bytes{0x01}), Value::boolean(true));
   EXPECT_EQ(jet::decode_property_value(ColumnType::Boolean, Bytes{0, 0, 0, 0}), Value::boolean(false));
@@ -84,12 +77,12 @@ TEST(PropertyValues, WideBooleansAndLoneSurrogatesSurviveRoundTrips) {
 }
 
 TEST(PropertyValues, ValuesOfTheWrongKindAreRefused) {
-  EXPECT_EQ(error_number([] { jet::encode_property_value(ColumnType::Long, Value::text("1")); }), 13);
-  EXPECT_EQ(error_number([] { jet::encode_property_value(ColumnType::Text, Value::long_(1)); }), 13);
-  EXPECT_EQ(error_number([] { jet::encode_property_value(ColumnType::Boolean, Value::null()); }), 13);
-  EXPECT_EQ(error_number([] { jet::property_type_for(jet::ValueKind::Null); }), 13);
-  EXPECT_EQ(error_number([] { jet::decode_property_value(ColumnType::Long, Bytes{1, 2}); }), 3049);
-  EXPECT_EQ(error_number([] { jet::decode_property_value(ColumnType::Guid, Bytes(15)); }), 3049);
+  EXPECT_EQ(error_of([] { jet::encode_property_value(ColumnType::Long, Value::text("1")); }), 13);
+  EXPECT_EQ(error_of([] { jet::encode_property_value(ColumnType::Text, Value::long_(1)); }), 13);
+  EXPECT_EQ(error_of([] { jet::encode_property_value(ColumnType::Boolean, Value::null()); }), 13);
+  EXPECT_EQ(error_of([] { jet::property_type_for(jet::ValueKind::Null); }), 13);
+  EXPECT_EQ(error_of([] { jet::decode_property_value(ColumnType::Long, Bytes{1, 2}); }), 3049);
+  EXPECT_EQ(error_of([] { jet::decode_property_value(ColumnType::Guid, Bytes(15)); }), 3049);
 }
 
 TEST(PropertyNames, CompareWithoutCaseIncludingAccents) {
@@ -145,30 +138,30 @@ TEST(DamagedPropertyBlobs, TargetedDamageIsReportedAs3049) {
 
   Bytes bad_magic = blob;
   bad_magic[0] = 'K';
-  EXPECT_EQ(error_number(parse(bad_magic)), 3049);
-  EXPECT_EQ(error_number(parse(Bytes{'M', 'R'})), 3049);
+  EXPECT_EQ(error_of(parse(bad_magic)), 3049);
+  EXPECT_EQ(error_of(parse(Bytes{'M', 'R'})), 3049);
 
   Bytes bad_index = blob;
   const std::size_t pool_len = blob[4] | (blob[5] << 8);
   bad_index[4 + pool_len + 12 + 4] = 9;  // name index past the pool
-  EXPECT_EQ(error_number(parse(bad_index)), 3049);
+  EXPECT_EQ(error_of(parse(bad_index)), 3049);
 
   Bytes huge_block = blob;
   huge_block[7] = 0x7F;  // pool block length beyond the blob
-  EXPECT_EQ(error_number(parse(huge_block)), 3049);
+  EXPECT_EQ(error_of(parse(huge_block)), 3049);
 
   Bytes unknown_type = blob;
   unknown_type[4 + pool_len + 4] = 0x02;
-  EXPECT_EQ(error_number(parse(unknown_type)), 3049);
+  EXPECT_EQ(error_of(parse(unknown_type)), 3049);
 
   Bytes short_value = blob;
   short_value[4 + pool_len + 12] = 3;  // a value shorter than its own header
-  EXPECT_EQ(error_number(parse(short_value)), 3049);
+  EXPECT_EQ(error_of(parse(short_value)), 3049);
 
   // Values before any name pool.
   Bytes no_pool(blob.begin(), blob.begin() + 4);
   no_pool.insert(no_pool.end(), blob.begin() + 4 + pool_len, blob.end());
-  EXPECT_EQ(error_number(parse(no_pool)), 3049);
+  EXPECT_EQ(error_of(parse(no_pool)), 3049);
 }
 
 TEST(DamagedPropertyBlobs, EveryTruncationAndByteChangeOfRealBlobsIsSafe) {
@@ -180,7 +173,7 @@ TEST(DamagedPropertyBlobs, EveryTruncationAndByteChangeOfRealBlobsIsSafe) {
     SCOPED_TRACE(b.object);
     for (std::size_t n = 1; n < b.bytes.size(); ++n) {
       const Bytes cut(b.bytes.begin(), b.bytes.begin() + n);
-      const int number = error_number([&] { jet::parse_properties(cut); });
+      const int number = error_of([&] { jet::parse_properties(cut); });
       if (number == 0 && n == 4) {
         EXPECT_TRUE(jet::parse_properties(cut).empty());  // the header alone: no properties
       } else if (number == 0) {
@@ -194,7 +187,7 @@ TEST(DamagedPropertyBlobs, EveryTruncationAndByteChangeOfRealBlobsIsSafe) {
       for (std::uint8_t x : {std::uint8_t{0x00}, std::uint8_t{0x7F}, std::uint8_t{0xFF}}) {
         Bytes changed = b.bytes;
         changed[i] = x;
-        const int number = error_number([&] { jet::parse_properties(changed); });
+        const int number = error_of([&] { jet::parse_properties(changed); });
         EXPECT_TRUE(number == 0 || number == 3049) << "byte " << i << " number " << number;
       }
     }

@@ -7,6 +7,7 @@
 #include "jet/base/error.h"
 #include "jet/catalog/query_def.h"
 #include "jet/catalog/query_sql.h"
+#include "jet_test_support.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace query_sql_test_cases {
@@ -27,15 +28,7 @@ jet::QueryColumn column(std::string expression, std::optional<std::string> alias
   return {std::move(expression), std::move(alias), std::nullopt, std::int16_t{0}};
 }
 
-int error_number(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 TEST(QuerySql, SelectPredicatesAndOptions) {
   QueryDef def = select_from("Dossier");
   def.columns = {column("Dossier.Numero"), column("Dossier.Date depot", "Déposé le")};
@@ -71,7 +64,7 @@ TEST(QuerySql, ParametersAreDeclaredFirst) {
   EXPECT_EQ(jet::parameter_type_name(13), nullptr);
 
   def.parameters = {{"X", 13, std::nullopt}};
-  EXPECT_EQ(error_number([&] { jet::query_sql(def); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_sql(def); }), 3049);
 }
 
 TEST(QuerySql, AppendWithValuesAndToAnotherDatabase) {
@@ -137,9 +130,9 @@ TEST(QuerySql, JoinsThatContradictEachOtherAreRefused) {
   QueryDef def = select_from("A");
   def.tables.push_back({"B", std::nullopt, std::nullopt});
   def.joins = {{"A", "B", "A.k = B.k", 1}, {"A", "B", "A.j = B.j", 2}};
-  EXPECT_EQ(error_number([&] { jet::query_sql(def); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_sql(def); }), 3049);
   def.joins = {{"A", "B", "A.k = B.k", 4}};
-  EXPECT_EQ(error_number([&] { jet::query_sql(def); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_sql(def); }), 3049);
 }
 
 TEST(QuerySql, UnionWithoutAllAndStoredTexts) {
@@ -150,7 +143,7 @@ TEST(QuerySql, UnionWithoutAllAndStoredTexts) {
   def.order_by = {{"A", false}};
   EXPECT_EQ(jet::query_sql(def), "SELECT A FROM T1\r\nUNION SELECT B FROM T2\r\nORDER BY A;");
   def.tables.pop_back();
-  EXPECT_EQ(error_number([&] { jet::query_sql(def); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_sql(def); }), 3049);
 
   QueryDef pass;
   pass.type = QueryType::PassThrough;
@@ -187,7 +180,7 @@ TEST(QueryDefinition, DamagedRowsAreRefused) {
   const std::vector<QueryRow> two_where = {row(qa::Type, 1), row(qa::Where, {}, "a"), row(qa::Where, {}, "b")};
   const std::vector<QueryRow> bare_join = {row(qa::Type, 1), row(qa::Join, 1, "A.x=B.x")};
   for (const auto* rows : {&no_type, &bad_type, &two_where, &bare_join}) {
-    EXPECT_EQ(error_number([&] { jet::read_query_def(*rows); }), 3049);
+    EXPECT_EQ(error_of([&] { jet::read_query_def(*rows); }), 3049);
   }
   // Rows of an attribute the engine does not know are kept, not refused.
   const std::vector<QueryRow> extra = {row(qa::Type, 1), row(42, 7, "?")};
@@ -225,11 +218,11 @@ TEST(QueryDefinition, RowsOfAWrittenDefinitionAreInClauseOrder) {
 
 TEST(QueryRows, CatalogValuesOfWrongKindsAreDamage) {
   std::vector<std::pair<std::string, jet::Value>> columns = {{"ObjectId", jet::Value::text("x")}};
-  EXPECT_EQ(error_number([&] { jet::query_row_from_columns(columns); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_row_from_columns(columns); }), 3049);
   columns = {{"attribute", jet::Value::long_(300)}};
-  EXPECT_EQ(error_number([&] { jet::query_row_from_columns(columns); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_row_from_columns(columns); }), 3049);
   columns = {{"Name1", jet::Value::long_(1)}};
-  EXPECT_EQ(error_number([&] { jet::query_row_from_columns(columns); }), 3049);
+  EXPECT_EQ(error_of([&] { jet::query_row_from_columns(columns); }), 3049);
   // Any numeric kind that holds the number will do; column names ignore case.
   columns = {{"OBJECTID", jet::Value::double_(-7.0)}, {"flag", jet::Value::byte(3)}, {"Order", jet::Value::null()}};
   const jet::QueryRow row = jet::query_row_from_columns(columns);

@@ -21,15 +21,7 @@ namespace query_write_test_cases {
 
 namespace {
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 std::map<std::string, std::string> saved_sql(const std::string& path) {
   auto db = jet::Database::open(path);
   std::map<std::int32_t, std::vector<jet::QueryRow>> rows;

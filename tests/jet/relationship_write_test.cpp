@@ -21,26 +21,8 @@ namespace relationship_write_test_cases {
 
 namespace {
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
-std::vector<std::string> verify(const std::string& path) {
-  auto db = jet::Database::open(path);
-  return jet::verify_database(*db, jet::verify_index);
-}
-
+using jet_test::error_of;
+using jet_test::joined;
 const jet::LogicalIndex* logical(const jet::TableDef& def, const std::string& name) {
   for (const auto& li : def.logical_indexes)
     if (li.name == name) return &li;
@@ -66,7 +48,7 @@ TEST(RelationshipWrite, EnforcedRelationshipsGetForeignKeysOnBothTables) {
     auto db = jet::WritableDatabase::open(copy);
     jet::create_relationship(*db, design(jet::relationship_attributes::CascadeUpdates | jet::relationship_attributes::CascadeDeletes));
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   auto db = jet::Database::open(copy);
   const jet::TableDef t1 = db->table("Table1").def();
   const jet::TableDef t2 = db->table("Table2").def();
@@ -111,7 +93,7 @@ TEST(RelationshipWrite, EnforcedRelationshipsGetForeignKeysOnBothTables) {
     auto w = jet::WritableDatabase::open(copy);
     jet::delete_relationship(*w, "table2table1bis");
   }
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   EXPECT_EQ(joined(jet::diff_files(fixture, copy)), "");
 }
 
@@ -126,7 +108,7 @@ TEST(RelationshipWrite, WithoutIntegrityOnlyTheRowsAreWritten) {
   const auto lines = jet::diff_files(fixture, copy);
   ASSERT_EQ(lines.size(), 1u) << joined(lines);
   EXPECT_NE(lines[0].find("Table2Table1Bis"), std::string::npos);
-  EXPECT_EQ(joined(verify(copy)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(copy)), "");
   {
     auto db = jet::WritableDatabase::open(copy);
     jet::delete_relationship(*db, "Table2Table1Bis");

@@ -23,12 +23,7 @@ namespace repair_test_cases {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string s;
-  for (const auto& l : lines) s += l + "\n";
-  return s;
-}
-
+using jet_test::joined;
 std::string export_all(const std::string& path) {
   std::string out;
   auto db = jet::Database::open(path);
@@ -38,11 +33,6 @@ std::string export_all(const std::string& path) {
     EXPECT_TRUE(ok) << table;
   }
   return out;
-}
-
-std::vector<std::string> verify(const std::string& path) {
-  auto db = jet::Database::open(path);
-  return jet::verify_database(*db, jet::verify_index);
 }
 
 // Overwrites `length` bytes of page `page` at `offset` with `value`.
@@ -55,18 +45,10 @@ void smash(const std::string& path, jet::PageNumber page, std::size_t offset, st
   out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 // The repaired copy holds what the original holds and checks sound.
 void expect_repaired_like(const std::string& original, const std::string& repaired) {
-  EXPECT_EQ(joined(verify(repaired)), "");
+  EXPECT_EQ(joined(jet_test::verify_problems(repaired)), "");
   EXPECT_EQ(joined(jet::diff_files(original, repaired)), "");
   EXPECT_EQ(export_all(repaired), export_all(original));
 }
@@ -106,7 +88,7 @@ TEST(Repair, DamagedIndexPagesAreRebuiltFromTheRows) {
     ASSERT_NE(root, 0u);
     smash(copy, root, 0x1E0, 1024, 0xA5);
     if (other) smash(copy, other, 0, 1, 0x07);
-    ASSERT_NE(joined(verify(copy)), "") << "the damage was not seen";
+    ASSERT_NE(joined(jet_test::verify_problems(copy)), "") << "the damage was not seen";
 
     const jet::RepairReport report = jet::repair(copy);
     EXPECT_TRUE(report.changed());
@@ -139,7 +121,7 @@ TEST(Repair, ForgottenDataPagesAndWrongRowCountsArePutRight) {
   ASSERT_FALSE(table.empty());
   // Row count of the definition, 4 bytes at offset 16 of its first page.
   smash(copy, definition, 16, 4, 0x00);
-  ASSERT_NE(joined(verify(copy)), "");
+  ASSERT_NE(joined(jet_test::verify_problems(copy)), "");
 
   const auto report = jet::repair(copy);
   const std::string actions = joined(report.actions);

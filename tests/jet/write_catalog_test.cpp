@@ -18,15 +18,7 @@ namespace write_catalog_test_cases {
 
 namespace {
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 std::vector<std::string> problems(const std::string& path) {
   auto db = jet::Database::open(path);
   return jet::verify_database(*db, jet::verify_index);

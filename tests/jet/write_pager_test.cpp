@@ -29,15 +29,7 @@ std::vector<std::uint8_t> filled(std::size_t size, std::uint8_t byte) { return s
 
 std::uint8_t first_byte(jet::Pager& pager, jet::PageNumber page) { return pager.read(page).view().u8(0); }
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 // Four pages of 512 bytes, page i filled with byte i.
 jet::MemoryPager four_pages() {
   jet::MemoryPager base(512);

@@ -20,15 +20,7 @@ namespace {
 
 using jet::Value;
 
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const jet::Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
+using jet_test::error_of;
 std::string export_table(const std::string& path, const std::string& table) {
   bool ok = false;
   const std::string out = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " " +
