@@ -1,9 +1,5 @@
 #include "jet/record/long_value_write.h"
 
-#include <map>
-#include <mutex>
-#include <set>
-
 #include "jet/record/data_page.h"
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
@@ -13,29 +9,6 @@
 
 namespace jet {
 namespace {
-
-// Long-value pages where values were freed, by allocator: their room is filled before a
-// new page is started (a compaction replaces the new database's catalog properties, and
-// would otherwise leave those pages holding nothing). Only hints, checked before use like
-// the allocator's current page, so a hint outliving its database misleads no one.
-std::mutex room_mutex;
-std::map<const PageAllocator*, std::set<PageNumber>> freed_room;
-
-std::vector<PageNumber> pages_with_room(const PageAllocator& allocator) {
-  const std::lock_guard lock(room_mutex);
-  const auto it = freed_room.find(&allocator);
-  return it == freed_room.end() ? std::vector<PageNumber>{} : std::vector<PageNumber>(it->second.begin(), it->second.end());
-}
-
-void note_room(const PageAllocator& allocator, PageNumber page, bool has_room) {
-  const std::lock_guard lock(room_mutex);
-  if (has_room) {
-    freed_room[&allocator].insert(page);
-  } else if (auto it = freed_room.find(&allocator); it != freed_room.end()) {
-    it->second.erase(page);
-    if (it->second.empty()) freed_room.erase(it);
-  }
-}
 
 // Adds the row on `page` if it is still a long-value page with room for it.
 std::optional<RowId> place_on(OverlayPager& pager, PageNumber page, std::span<const std::uint8_t> bytes) {
@@ -57,14 +30,14 @@ RowId LongValueWriter::place(std::span<const std::uint8_t> bytes) {
   if (current_)
     if (const auto id = place_on(pager_, *current_, bytes)) return *id;
   // Room freed earlier on other pages, before the file grows.
-  for (const PageNumber page : pages_with_room(allocator_)) {
+  for (const PageNumber page : allocator_.long_value_pages_with_room()) {
     if (const auto id = place_on(pager_, page, bytes)) return *id;
     // A page gone, no longer for long values, or nearly full is no longer worth a look.
     const bool gone = page >= pager_.page_count();
     const Page held = gone ? Page{} : pager_.read(page);
     if (gone || held.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || held.view().u32(4) != disk::kLongValueOwner ||
         DataPageEditor(held.view().copy()).free_space() < 64)
-      note_room(allocator_, page, false);
+      allocator_.note_long_value_room(page, false);
   }
   DataPageEditor page = DataPageEditor::blank(pager_.page_size(), disk::kLongValueOwner);
   const std::uint8_t row = page.add_row(bytes);
@@ -126,7 +99,7 @@ void LongValueWriter::free(std::span<const std::uint8_t> field_bytes) {
     page.replace_row(id.row, {});
     page.mark_deleted(id.row);
     pager_.write(id.page, page.release());
-    note_room(allocator_, id.page, true);
+    allocator_.note_long_value_room(id.page, true);
     pointer = next;
   }
 }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "jet/storage/overlay_pager.h"
@@ -33,9 +34,21 @@ class PageAllocator {
   std::optional<PageNumber> long_value_page() const noexcept { return long_value_page_; }
   void set_long_value_page(PageNumber page) noexcept { long_value_page_ = page; }
 
+  // Long-value pages where values were freed: their room is filled before a new page is
+  // started (a compaction replaces the new database's catalog properties, and would
+  // otherwise leave those pages holding nothing). Hints too, checked before use.
+  std::vector<PageNumber> long_value_pages_with_room() const {
+    return {long_value_room_.begin(), long_value_room_.end()};
+  }
+  void note_long_value_room(PageNumber page, bool has_room) {
+    if (has_room) long_value_room_.insert(page);
+    else long_value_room_.erase(page);
+  }
+
  private:
   OverlayPager& pager_;
   std::optional<PageNumber> long_value_page_;
+  std::set<PageNumber> long_value_room_;
 };
 
 }  // namespace jet
