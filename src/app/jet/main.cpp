@@ -3,6 +3,16 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "os/win32_file_system.h"
+#endif
 
 #include "command_registry.h"
 #include "commands.h"
@@ -15,7 +25,9 @@ std::vector<CommandSetup>& registered_commands() {
 }
 }  // namespace jet_tool
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
   CLI::App app{
       "Lecture, écriture, contrôle et maintenance des bases Access 2000-2003 (Jet 4) : "
       "consultation, export, SQL, import, création, changements de structure, compactage, "
@@ -54,6 +66,10 @@ int main(int argc, char** argv) {
   for (const auto& setup : jet_tool::registered_commands()) extra.push_back(setup(app));
 
   CLI11_PARSE(app, argc, argv);
+#ifdef _WIN32
+  // Exports are bytes (binary columns, UTF-8 text): the same file on every system, no CR added.
+  _setmode(_fileno(stdout), _O_BINARY);
+#endif
   std::ios::sync_with_stdio(false);
   try {
     if (*info) code = jet_tool::info(file, std::cout);
@@ -76,3 +92,22 @@ int main(int argc, char** argv) {
   std::cout.flush();
   return code;
 }
+
+}  // namespace
+
+#ifdef _WIN32
+// Windows hands a program its arguments in UTF-16: the engine takes names and values in UTF-8
+// (the ANSI arguments of main() would lose every character outside the code page), and the
+// console is told to show UTF-8.
+int wmain(int argc, wchar_t** wide) {
+  std::vector<std::string> arguments;
+  for (int i = 0; i < argc; ++i) arguments.push_back(os::narrow(wide[i]));
+  std::vector<char*> argv;
+  for (std::string& a : arguments) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  ::SetConsoleOutputCP(CP_UTF8);
+  return run(argc, argv.data());
+}
+#else
+int main(int argc, char** argv) { return run(argc, argv); }
+#endif
