@@ -1,8 +1,6 @@
 #include <windows.h>
 
-#include <random>
-
-#include "os/services.h"
+#include "os/system_parts.h"
 #include "os/win32_file_system.h"
 
 namespace os {
@@ -17,23 +15,16 @@ class LocalClock final : public Clock {
   }
 };
 
-// Seeded once from the system's entropy; identifiers need uniqueness, not secrecy.
-class SeededRandom final : public Random {
- public:
-  std::uint64_t next() override {
-    thread_local std::mt19937_64 engine{std::random_device{}()};
-    return engine();
-  }
-};
-
 }  // namespace
 
-const Services& system_services() {
+FileSystem& system_file_system() {
   static Win32FileSystem files;
+  return files;
+}
+
+Clock& system_clock() {
   static LocalClock clock;
-  static SeededRandom random;
-  static const Services services{&files, &clock, &random};
-  return services;
+  return clock;
 }
 
 }  // namespace os

@@ -1,0 +1,27 @@
+#include "os/services.h"
+
+#include <random>
+
+#include "os/system_parts.h"
+
+namespace os {
+namespace {
+
+// Seeded once from the system's entropy; identifiers need uniqueness, not secrecy.
+class SeededRandom final : public Random {
+ public:
+  std::uint64_t next() override {
+    thread_local std::mt19937_64 engine{std::random_device{}()};
+    return engine();
+  }
+};
+
+}  // namespace
+
+const Services& system_services() {
+  static SeededRandom random;
+  static const Services services{&system_file_system(), &system_clock(), &random};
+  return services;
+}
+
+}  // namespace os

@@ -1,0 +1,13 @@
+// The machine's own file system and clock, one implementation per system (posix_services.cpp,
+// win32_services.cpp); services.cpp assembles them with the random source.
+#pragma once
+
+#include "os/clock.h"
+#include "os/file.h"
+
+namespace os {
+
+FileSystem& system_file_system();
+Clock& system_clock();
+
+}  // namespace os
