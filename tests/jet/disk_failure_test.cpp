@@ -78,21 +78,52 @@ TEST(DiskFailures, AFailedPublishLeavesNoTemporaryBehind) {
   EXPECT_TRUE(fs::is_empty(dir.path()));
 }
 
+// A database with one empty table T (A LONG), opened through `injected`.
+std::unique_ptr<jet::WritableDatabase> database_with_table(const jet_test::ScratchDir& dir, const std::string& name,
+                                                           InjectedServices& injected) {
+  const std::string path = (dir.path() / name).string();
+  jet::create_database(path).reset();
+  auto db = jet::WritableDatabase::open(path, &injected.services);
+  jet::sql::Executor(*db).execute("CREATE TABLE T (A LONG)");
+  return db;
+}
+
 TEST(DiskFailures, WriteAndSyncFailuresOfACommitAreDiskErrorsNotDamage) {
   jet_test::ScratchDir dir;
-  const std::string path = (dir.path() / "base.mdb").string();
-  jet::create_database(path).reset();
-  InjectedServices injected;
-  auto db = jet::WritableDatabase::open(path, &injected.services);
-  jet::sql::Executor sql(*db);
-  sql.execute("CREATE TABLE T (A LONG)");
+  {
+    InjectedServices injected;
+    auto db = database_with_table(dir, "sync.mdb", injected);
+    injected.files.fail_sync(1);
+    EXPECT_EQ(error_text([&] { jet::sql::Executor(*db).execute("INSERT INTO T (A) VALUES (1)"); }),
+              "3043 Erreur de disque ou de réseau.");
+  }
+  {
+    InjectedServices injected;
+    auto db = database_with_table(dir, "full.mdb", injected);
+    injected.files.fail_write(1, os::FailureKind::DiskFull, true);
+    EXPECT_EQ(jet_test::error_of([&] { jet::sql::Executor(*db).execute("INSERT INTO T (A) VALUES (2)"); }), 3026);
+  }
+  {
+    InjectedServices injected;
+    auto db = database_with_table(dir, "denied.mdb", injected);
+    injected.files.fail_write(1, os::FailureKind::AccessDenied);
+    EXPECT_EQ(jet_test::error_of([&] { jet::sql::Executor(*db).execute("INSERT INTO T (A) VALUES (3)"); }), 3051);
+  }
+}
 
-  injected.files.fail_sync(1);
-  EXPECT_EQ(error_text([&] { sql.execute("INSERT INTO T (A) VALUES (1)"); }), "3043 Erreur de disque ou de réseau.");
-  injected.files.fail_write(1, os::FailureKind::DiskFull, true);
-  EXPECT_EQ(jet_test::error_of([&] { sql.execute("INSERT INTO T (A) VALUES (2)"); }), 3026);
-  injected.files.fail_write(2, os::FailureKind::AccessDenied);
-  EXPECT_EQ(jet_test::error_of([&] { sql.execute("INSERT INTO T (A) VALUES (3)"); }), 3051);
+TEST(DiskFailures, AfterAFailedCommitNoFurtherChangeIsBuiltOnTheFile) {
+  jet_test::ScratchDir dir;
+  InjectedServices injected;
+  auto db = database_with_table(dir, "torn.mdb", injected);
+  jet::sql::Executor sql(*db);
+  injected.files.fail_write(2, os::FailureKind::IoError, true);  // the commit is torn midway
+  EXPECT_EQ(jet_test::error_of([&] { sql.execute("INSERT INTO T (A) VALUES (1)"); }), 3043);
+  // The disk behaves again, but the file holds an unknown mix of pages: every later change is
+  // refused before anything is written.
+  const int writes = injected.files.writes();
+  EXPECT_EQ(jet_test::error_of([&] { sql.execute("INSERT INTO T (A) VALUES (2)"); }), 3043);
+  EXPECT_EQ(jet_test::error_of([&] { sql.execute("CREATE TABLE U (B LONG)"); }), 3043);
+  EXPECT_EQ(injected.files.writes(), writes);
 }
 
 TEST(DiskFailures, AFailedReadIs3040WhetherOpeningOrReadingPages) {

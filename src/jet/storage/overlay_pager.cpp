@@ -60,7 +60,12 @@ PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
   return number;
 }
 
-void OverlayPager::begin() { levels_.push_back(Level{{}, page_count_}); }
+void OverlayPager::begin() {
+  // After a failed write the file holds an unknown mix of old and new pages: no further
+  // change is built on it (the caller gives the file up; the update tool works on a copy).
+  if (write_failed_) throw Error(ErrorCode::DiskOrNetworkError);
+  levels_.push_back(Level{{}, page_count_});
+}
 
 void OverlayPager::commit() {
   if (levels_.empty()) refuse_overlay("validation sans transaction");
@@ -73,7 +78,14 @@ void OverlayPager::commit() {
   Level& outer = levels_.back();
   if (!outer.pages.empty()) {
     // On failure the level stays open: the caller may roll it back.
-    if (sink_) sink_->write_pages(page_size(), outer.pages);
+    if (sink_) {
+      try {
+        sink_->write_pages(page_size(), outer.pages);
+      } catch (...) {
+        write_failed_ = true;
+        throw;
+      }
+    }
     std::vector<PageNumber> written;
     for (const auto& entry : outer.pages) written.push_back(entry.first);
     if (sink_ && base_.refresh(written)) {

@@ -52,6 +52,8 @@ class OverlayPager final : public Pager {
   // Usage maps are not touched here: PageAllocator (page_allocator.h) does that.
   PageNumber append(std::vector<std::uint8_t> bytes);
 
+  // Opens a level. Refused with 3043 once the sink has failed to write a commit: the file
+  // then holds an unknown mix of old and new pages.
   void begin();
   // Merges the innermost level into the one below; the outermost commit writes to the sink
   // (nothing is written when no page changed).
@@ -78,6 +80,7 @@ class OverlayPager final : public Pager {
   PageSink* sink_;
   std::shared_ptr<const std::string> name_;
   std::vector<Level> levels_;
+  bool write_failed_ = false;  // the sink failed: the file's state is unknown
   // Committed pages the base cannot serve, read in place of it.
   std::map<PageNumber, Bytes> committed_;
   PageNumber page_count_;
