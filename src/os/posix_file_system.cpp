@@ -10,7 +10,9 @@
 #include <cstring>
 #include <filesystem>
 
-#include "os/posix_file_system.h"
+#include "os/failure.h"
+#include "os/file.h"
+#include "os/system_parts.h"
 
 namespace os {
 namespace {
@@ -99,6 +101,21 @@ class PosixLockHold final : public LockHold {
 
  private:
   int fd_;
+};
+
+class PosixFileSystem final : public FileSystem {
+ public:
+  std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) override;
+  std::unique_ptr<File> create_new(const std::string& path) override;
+  void publish_new(const std::string& from, const std::string& to) override;
+  void rename_over(const std::string& from, const std::string& to) override;
+  void remove(const std::string& path) override;
+  bool exists(const std::string& path) override;
+  bool is_folder(const std::string& path) override;
+  bool is_read_only(const std::string& path) override;
+  std::unique_ptr<LockHold> hold_lock(const std::string& path) override;
+  bool locked_by_another(const std::string& path) override;
+  std::string host_name() override;
 };
 
 }  // namespace
@@ -201,6 +218,11 @@ std::string PosixFileSystem::host_name() {
   char host[256] = {};
   if (::gethostname(host, sizeof host - 1) != 0 || host[0] == '\0') return "localhost";
   return host;
+}
+
+FileSystem& system_file_system() {
+  static PosixFileSystem files;
+  return files;
 }
 
 }  // namespace os

@@ -1,6 +1,5 @@
 #include <ctime>
 
-#include "os/posix_file_system.h"
 #include "os/system_parts.h"
 
 namespace os {
@@ -17,11 +16,6 @@ class LocalClock final : public Clock {
 };
 
 }  // namespace
-
-FileSystem& system_file_system() {
-  static PosixFileSystem files;
-  return files;
-}
 
 Clock& system_clock() {
   static LocalClock clock;

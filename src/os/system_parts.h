@@ -1,5 +1,5 @@
-// The machine's own file system and clock, one implementation per system (posix_services.cpp,
-// win32_services.cpp); services.cpp assembles them with the random source.
+// The machine's own file system and clock, one implementation per system (posix_* and win32_*
+// files); services.cpp assembles them with the random source.
 #pragma once
 
 #include "os/clock.h"

@@ -3,7 +3,10 @@
 // does; a shared opener allows readers and writers beside it.
 #include <windows.h>
 
-#include "os/win32_file_system.h"
+#include "os/failure.h"
+#include "os/file.h"
+#include "os/system_parts.h"
+#include "os/win32_text.h"
 
 namespace os {
 namespace {
@@ -106,6 +109,21 @@ class Win32LockHold final : public LockHold {
   HANDLE handle_;
 };
 
+class Win32FileSystem final : public FileSystem {
+ public:
+  std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) override;
+  std::unique_ptr<File> create_new(const std::string& path) override;
+  void publish_new(const std::string& from, const std::string& to) override;
+  void rename_over(const std::string& from, const std::string& to) override;
+  void remove(const std::string& path) override;
+  bool exists(const std::string& path) override;
+  bool is_folder(const std::string& path) override;
+  bool is_read_only(const std::string& path) override;
+  std::unique_ptr<LockHold> hold_lock(const std::string& path) override;
+  bool locked_by_another(const std::string& path) override;
+  std::string host_name() override;
+};
+
 }  // namespace
 
 std::wstring widen(const std::string& utf8) {
@@ -202,6 +220,11 @@ std::string Win32FileSystem::host_name() {
   DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
   if (!::GetComputerNameW(name, &length) || length == 0) return "localhost";
   return narrow(std::wstring(name, length));
+}
+
+FileSystem& system_file_system() {
+  static Win32FileSystem files;
+  return files;
 }
 
 }  // namespace os

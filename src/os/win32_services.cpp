@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include "os/system_parts.h"
-#include "os/win32_file_system.h"
 
 namespace os {
 namespace {
@@ -16,11 +15,6 @@ class LocalClock final : public Clock {
 };
 
 }  // namespace
-
-FileSystem& system_file_system() {
-  static Win32FileSystem files;
-  return files;
-}
 
 Clock& system_clock() {
   static LocalClock clock;

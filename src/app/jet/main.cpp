@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "os/win32_file_system.h"
+#include "os/win32_text.h"
 #endif
 
 #include "command_registry.h"
