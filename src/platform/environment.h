@@ -18,8 +18,8 @@
 
 namespace platform {
 
-// "WScript.Shell": the operations the program uses. RegRead reads the workstation's
-// registry.reg afresh on each call (registry.h for values, types and errors).
+// "WScript.Shell": the operations the program uses. RegRead reads the workstation's registry
+// (registry.h for values, types and errors).
 class WScriptShell {
  public:
   explicit WScriptShell(const Workstation& workstation) : workstation_(&workstation) {}
@@ -31,12 +31,17 @@ class WScriptShell {
 
 class Environment {
  public:
+  Environment(std::unique_ptr<Workstation> workstation, std::shared_ptr<Clock> clock,
+              ProgramInfo program, std::shared_ptr<ProcessLauncher> launcher);
+  // The same on a workstation held in a folder.
   Environment(std::filesystem::path workstationRoot, std::shared_ptr<Clock> clock,
               ProgramInfo program, std::shared_ptr<ProcessLauncher> launcher);
 
   // A real run: the machine's clock and a DesktopLauncher bound to this environment's own
   // workstation (which starts programs only when `interactive`).
   static Environment ForWorkstation(std::filesystem::path workstationRoot, ProgramInfo program,
+                                    bool interactive);
+  static Environment ForWorkstation(std::unique_ptr<Workstation> workstation, ProgramInfo program,
                                     bool interactive);
 
   // A FixedClock at `now`, a RecordingLauncher and `program` (App.Path "C:\QUELIS" by default).

@@ -6,19 +6,20 @@
 
 #include "os/failure.h"
 #include "os/services.h"
+#include "platform/localfs.h"
 
 namespace platform {
 
 bool IsLockedByAnother(const std::filesystem::path& file) {
-  return os::system_services().files->locked_by_another(file.string());
+  return os::system_services().files->locked_by_another(localfs::toUtf8(file));
 }
 
 FileLockHolder::FileLockHolder(const std::filesystem::path& file) {
   try {
-    hold_ = os::system_services().files->hold_lock(file.string());
+    hold_ = os::system_services().files->hold_lock(localfs::toUtf8(file));
   } catch (const os::Failure& failure) {
     const int code = failure.system_code() != 0 ? failure.system_code() : EIO;
-    throw std::system_error(code, std::generic_category(), "lock " + file.string());
+    throw std::system_error(code, std::generic_category(), "lock " + localfs::toUtf8(file));
   }
 }
 

@@ -70,7 +70,7 @@ std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std
       if (entry.isFolder == folders && MatchesWildcard(entry.name, last))
         found.emplace_back(parent / entry.name, entry.name);
   } else if (folders ? localfs::isFolder(r.local) : localfs::isFile(r.local)) {
-    found.emplace_back(r.local, r.local.filename().string());
+    found.emplace_back(r.local, localfs::toUtf8(r.local.filename()));
   } else if (!localfs::isFolder(r.local.parent_path())) {
     fail(ErrorCode::PathNotFound);
   }
@@ -108,7 +108,7 @@ fs::path landing(const Workstation& ws, std::string_view destination, const std:
 File::File(const Workstation& workstation, std::string path)
     : workstation_(&workstation), path_(WithoutTrailingSeparator(path)) {}
 
-std::string File::Name() const { return workstation_->resolve(path_).local.filename().string(); }
+std::string File::Name() const { return localfs::toUtf8(workstation_->resolve(path_).local.filename()); }
 
 std::uintmax_t File::Size() const {
   std::error_code ec;
@@ -143,7 +143,7 @@ void File::SetName(std::string_view newName) {
   const auto parsed = ParseWinPath(ChildPath("C:\\", newName));
   if (newName.empty() || !parsed || parsed->components.size() != 1) fail(ErrorCode::BadFileNameOrNumber);
   const auto existing = localfs::findEntry(r.local.parent_path(), newName);
-  if (existing && !EqualsNoCase(*existing, r.local.filename().string())) fail(ErrorCode::FileAlreadyExists);
+  if (existing && !EqualsNoCase(*existing, localfs::toUtf8(r.local.filename()))) fail(ErrorCode::FileAlreadyExists);
   if (IsLockedByAnother(r.local)) fail(ErrorCode::PermissionDenied);
   localfs::moveEntry(r.local, r.local.parent_path() / std::string(newName));
   path_ = ChildPath(ParentPathText(path_), newName);
@@ -156,7 +156,7 @@ Folder::Folder(const Workstation& workstation, std::string path)
 
 std::string Folder::Name() const {
   const ResolvedPath r = workstation_->resolve(path_);
-  return r.windows.isRoot() ? std::string() : r.local.filename().string();
+  return r.windows.isRoot() ? std::string() : localfs::toUtf8(r.local.filename());
 }
 
 bool Folder::IsRootFolder() const { return workstation_->resolve(path_).windows.isRoot(); }

@@ -13,12 +13,30 @@ namespace fs = std::filesystem;
 
 namespace platform::localfs {
 
+fs::path fromUtf8(std::string_view text) {
+  return fs::path(std::u8string(text.begin(), text.end()));
+}
+
+std::string toUtf8(const fs::path& path) {
+  const std::u8string text = path.u8string();
+  return std::string(text.begin(), text.end());
+}
+
+std::FILE* openFile(const fs::path& file, const char* mode) {
+#ifdef _WIN32
+  const std::wstring wideMode(mode, mode + std::char_traits<char>::length(mode));
+  return ::_wfopen(file.c_str(), wideMode.c_str());
+#else
+  return std::fopen(file.c_str(), mode);
+#endif
+}
+
 std::optional<std::string> findEntry(const fs::path& folder, std::string_view name) {
   std::error_code ec;
-  if (fs::exists(fs::symlink_status(folder / std::string(name), ec))) return std::string(name);
+  if (fs::exists(fs::symlink_status(folder / fromUtf8(name), ec))) return std::string(name);
   std::optional<std::string> found;
   for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-    std::string candidate = it->path().filename().string();
+    std::string candidate = toUtf8(it->path().filename());
     if (EqualsNoCase(candidate, name)) {
       // Several entries may differ only by case on Linux; take the first in Windows order.
       if (!found || CompareNtfsOrder(candidate, *found) < 0 ||
@@ -37,7 +55,7 @@ std::vector<Entry> list(const fs::path& folder) {
   std::vector<Entry> entries;
   for (fs::directory_iterator end; it != end; it.increment(ec)) {
     if (ec) throw Error(ErrorCode::PathFileAccessError);
-    entries.push_back({it->path().filename().string(), isFolder(it->path())});
+    entries.push_back({toUtf8(it->path().filename()), isFolder(it->path())});
   }
   std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
     const int c = CompareNtfsOrder(a.name, b.name);

@@ -2,6 +2,7 @@
 // folder listings in the order Windows gives them.
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -9,6 +10,15 @@
 #include <vector>
 
 namespace platform::localfs {
+
+// The program's texts are UTF-8; a path made from a narrow string would be read in the ANSI
+// code page on Windows and lose every character outside it. These two conversions are exact
+// on both systems.
+std::filesystem::path fromUtf8(std::string_view text);
+std::string toUtf8(const std::filesystem::path& path);
+
+// fopen for a path with any characters (the wide-character variant on Windows).
+std::FILE* openFile(const std::filesystem::path& file, const char* mode);
 
 // The name of the entry of `folder` that matches `name` without regard to case (an exact
 // match preferred), nullopt when none or when `folder` cannot be read.

@@ -74,8 +74,9 @@ std::vector<Line> splitLines(const std::string& bytes) {
   return lines;
 }
 
-// Copies `value` into the caller's buffer as Win32 copies into a char array of `size` bytes.
-long copyToBuffer(std::string_view value, std::string& buffer, long size) {
+}  // namespace
+
+long CopyProfileValue(std::string_view value, std::string& buffer, long size) {
   std::u32string chars = utf8::decode(buffer);
   const long room = std::min<long>(size, static_cast<long>(chars.size()));
   if (room <= 0) return 0;
@@ -86,6 +87,8 @@ long copyToBuffer(std::string_view value, std::string& buffer, long size) {
   buffer = utf8::encode(chars);
   return n;
 }
+
+namespace {
 
 std::string unquote(std::string value) {
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
@@ -106,11 +109,11 @@ long ReadProfileString(const fs::path& file, std::string_view section, std::stri
         if (inSection) break;  // the first matching section is the one read
         inSection = EqualsNoCase(p.name, wantedSection);
       } else if (inSection && p.kind == Kind::Key && EqualsNoCase(p.name, wantedKey)) {
-        return copyToBuffer(unquote(p.value), returnedString, size);
+        return CopyProfileValue(unquote(p.value), returnedString, size);
       }
     }
   }
-  return copyToBuffer(RTrim(defaultValue), returnedString, size);
+  return CopyProfileValue(RTrim(defaultValue), returnedString, size);
 }
 
 bool WriteProfileString(const fs::path& file, std::string_view section, std::string_view key,
@@ -160,7 +163,8 @@ bool WriteProfileString(const fs::path& file, std::string_view section, std::str
   std::string out;
   for (const Line& line : lines) out += line.text + line.end;
   // Written beside the file and renamed over it, so that a failed write leaves the old file whole.
-  const fs::path temporary = file.parent_path() / (file.filename().string() + ".~ecriture");
+  fs::path temporary = file;
+  temporary += ".~ecriture";
   {
     std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
     if (!stream) return false;

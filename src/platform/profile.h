@@ -33,4 +33,8 @@ long ReadProfileString(const std::filesystem::path& file, std::string_view secti
 bool WriteProfileString(const std::filesystem::path& file, std::string_view section,
                         std::string_view key, std::string_view value);
 
+// Copies `value` into the caller's buffer as Win32 copies into a char array of `size`
+// characters; returns the count copied.
+long CopyProfileValue(std::string_view value, std::string& returnedString, long size);
+
 }  // namespace platform

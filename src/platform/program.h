@@ -66,11 +66,12 @@ class RecordingLauncher : public ProcessLauncher {
   std::vector<double> activated_;
 };
 
-// Starts programs on the Linux desktop. "notepad.exe <Windows path>" (the text after the first
-// blank is one path, blanks included) opens the resolved file with $VISUAL, else $EDITOR, else
-// xdg-open, detached. Other commands: the first word is resolved as a Windows path and run with
-// the rest as one argument. When not `interactive` nothing is started (the call is only
-// counted) because nobody is there to see a window.
+// Starts programs on the desktop. "notepad.exe <Windows path>" (the text after the first blank
+// is one path, blanks included) opens the file, resolved on the workstation: on Windows in
+// Notepad, on Linux with $VISUAL, else $EDITOR, else xdg-open, detached. Other commands: the
+// first word is resolved as a Windows path and run with the rest as one argument. When not
+// `interactive` nothing is started (the call is only counted) because nobody is there to see
+// a window. On Windows the task id is the process id, as VB's Shell returns it.
 class DesktopLauncher : public ProcessLauncher {
  public:
   DesktopLauncher(const Workstation& workstation, bool interactive);

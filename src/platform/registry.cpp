@@ -196,14 +196,30 @@ std::optional<RegistryValue> Registry::value(std::string_view keyPath, std::stri
 
 bool Registry::hasKey(std::string_view keyPath) const { return keys_.count(canonicalKey(keyPath)) != 0; }
 
-std::string RegRead(const Registry& registry, std::string_view name) {
+RegistryName SplitRegistryName(std::string_view name) {
   const std::string full(name);
   const auto sep = full.rfind('\\');
-  if (sep == std::string::npos || !knownHive(canonicalKey(full.substr(0, full.find('\\')))))
+  const std::string hive = canonicalKey(full.substr(0, full.find('\\')));
+  if (sep == std::string::npos || !knownHive(hive))
     throw Error(kRegistryReadFailure, "Racine non valide dans la clé de Registre \"" + full + "\".");
-  const auto value = registry.value(full.substr(0, sep), full.substr(sep + 1));
-  if (!value)
-    throw Error(kRegistryReadFailure, "Impossible d'ouvrir la clé de Registre \"" + full + "\" en lecture.");
+  RegistryName parts;
+  parts.hive = hive;
+  const auto firstSep = full.find('\\');
+  parts.key = firstSep < sep ? full.substr(firstSep + 1, sep - firstSep - 1) : std::string();
+  while (!parts.key.empty() && parts.key.back() == '\\') parts.key.pop_back();
+  parts.value = full.substr(sep + 1);
+  return parts;
+}
+
+void ThrowRegistryValueMissing(std::string_view name) {
+  throw Error(kRegistryReadFailure,
+              "Impossible d'ouvrir la clé de Registre \"" + std::string(name) + "\" en lecture.");
+}
+
+std::string RegRead(const Registry& registry, std::string_view name) {
+  const RegistryName parts = SplitRegistryName(name);
+  const auto value = registry.value(parts.hive + "\\" + parts.key, parts.value);
+  if (!value) ThrowRegistryValueMissing(name);
   if (value->type == RegistryValue::Type::Dword) return std::to_string(static_cast<std::int32_t>(value->dword));  // a Long variant
   return value->text;
 }

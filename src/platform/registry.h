@@ -50,4 +50,15 @@ class Registry {
 // number WScript raises (-2147024894) and its French text naming the path.
 std::string RegRead(const Registry& registry, std::string_view name);
 
+// The two failures of RegRead, for every registry it reads: a name whose first component is
+// not a hive ("Racine non valide..."), and a value, key or registry that is not there.
+struct RegistryName {
+  std::string hive;     // canonical: "HKEY_LOCAL_MACHINE"...; empty when the root is not a hive
+  std::string key;      // below the hive, without leading or trailing "\"
+  std::string value;    // empty: the key's default value
+};
+// Splits a RegRead name; raises the "Racine non valide" error when it has no hive.
+RegistryName SplitRegistryName(std::string_view name);
+[[noreturn]] void ThrowRegistryValueMissing(std::string_view name);
+
 }  // namespace platform

@@ -5,6 +5,7 @@
 
 #include "platform/codepage.h"
 #include "platform/error.h"
+#include "platform/localfs.h"
 
 namespace platform {
 namespace {
@@ -31,7 +32,7 @@ TextStream::TextStream(const std::filesystem::path& file, IOMode mode, bool unic
     : mode_(mode), unicode_(unicode) {
   const char* how = mode == IOMode::ForReading ? "rb" : (mode == IOMode::ForWriting ? "wb" : "ab");
   errno = 0;
-  file_ = std::fopen(file.c_str(), how);
+  file_ = localfs::openFile(file, how);
   if (!file_) throw openFailure(errno, mode);
   if (mode == IOMode::ForReading) {
     char chunk[8192];

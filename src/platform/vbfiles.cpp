@@ -82,7 +82,7 @@ void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
   // A change of case only is a rename of the same entry, which Windows allows.
   const bool sameEntry = from.local == to.local ||
                          (from.local.parent_path() == to.local.parent_path() &&
-                          EqualsNoCase(from.local.filename().string(), to.windows.name()));
+                          EqualsNoCase(localfs::toUtf8(from.local.filename()), to.windows.name()));
   if (to.exists() && !sameEntry) fail_file_call(ErrorCode::FileAlreadyExists);
   if (from.isFile() && IsLockedByAnother(from.local)) fail_file_call(ErrorCode::PermissionDenied);
   const fs::path target = sameEntry ? from.local.parent_path() / to.windows.name() : to.local;

@@ -5,6 +5,7 @@
 #include "platform/error.h"
 #include "platform/localfs.h"
 #include "platform/profile.h"
+#include "platform/registry.h"
 #include "platform/vbstring.h"
 
 namespace fs = std::filesystem;
@@ -20,7 +21,7 @@ fs::path descend(fs::path base, const std::vector<std::string>& names, bool last
     const bool pattern = lastIsPattern && i + 1 == names.size();
     std::optional<std::string> actual;
     if (present && !pattern) actual = localfs::findEntry(base, names[i]);
-    base /= actual ? *actual : names[i];
+    base /= localfs::fromUtf8(actual ? *actual : names[i]);
     present = actual && localfs::isFolder(base);
   }
   return base;
@@ -45,20 +46,20 @@ bool ResolvedPath::exists() const { return rootExists && localfs::exists(local);
 bool ResolvedPath::isFile() const { return rootExists && localfs::isFile(local); }
 bool ResolvedPath::isFolder() const { return rootExists && localfs::isFolder(local); }
 
-Workstation::Workstation(fs::path root) : root_(std::move(root)) {
+FolderWorkstation::FolderWorkstation(fs::path root) : root_(std::move(root)) {
   if (!localfs::isFolder(root_))
-    throw std::invalid_argument("workstation folder missing: " + root_.string());
+    throw std::invalid_argument("workstation folder missing: " + localfs::toUtf8(root_));
 }
 
-fs::path Workstation::driveFolder(char drive) const {
+fs::path FolderWorkstation::driveFolder(char drive) const {
   return descend(root_, {std::string(1, static_cast<char>(drive & ~0x20))}, false);
 }
 
-fs::path Workstation::shareFolder(std::string_view server, std::string_view share) const {
+fs::path FolderWorkstation::shareFolder(std::string_view server, std::string_view share) const {
   return descend(root_, {"UNC", std::string(server), std::string(share)}, false);
 }
 
-ResolvedPath Workstation::resolve(std::string_view windowsPath, bool allowWildcards) const {
+ResolvedPath FolderWorkstation::resolve(std::string_view windowsPath, bool allowWildcards) const {
   auto parsed = ParseWinPath(windowsPath, allowWildcards);
   if (!parsed) throw Error(ErrorCode::BadFileNameOrNumber);
   ResolvedPath resolved;
@@ -76,7 +77,7 @@ ResolvedPath Workstation::resolveOnDrive(std::string_view windowsPath, bool allo
   return resolved;
 }
 
-unsigned Workstation::GetDriveTypeA(std::string_view rootPathName) const {
+unsigned FolderWorkstation::GetDriveTypeA(std::string_view rootPathName) const {
   std::string text(rootPathName);
   if (text.size() == 2 && text[1] == ':') text += '\\';
   const auto parsed = ParseWinPath(text);
@@ -88,20 +89,26 @@ unsigned Workstation::GetDriveTypeA(std::string_view rootPathName) const {
   return localfs::isFolder(driveFolder(parsed->drive)) ? DRIVE_FIXED : DRIVE_NO_ROOT_DIR;
 }
 
-long Workstation::GetPrivateProfileStringA(std::string_view section, std::string_view key,
-                                           std::string_view defaultValue, std::string& returnedString,
+long FolderWorkstation::GetPrivateProfileStringA(std::string_view section, std::string_view key,
+                                                 std::string_view defaultValue, std::string& returnedString,
                                            long size, std::string_view fileName) const {
   // An unusable name reads as a missing file: the default comes back.
   const fs::path local = ParseWinPath(fileName) ? resolve(fileName).local : fs::path();
   return ReadProfileString(local, section, key, defaultValue, returnedString, size);
 }
 
-bool Workstation::WritePrivateProfileStringA(std::string_view section, std::string_view key,
+bool FolderWorkstation::WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                              std::string_view value, std::string_view fileName) const {
   if (!ParseWinPath(fileName)) return false;
   const ResolvedPath target = resolve(fileName);
   if (!target.rootExists) return false;
   return WriteProfileString(target.local, section, key, value);
 }
+
+std::string FolderWorkstation::RegRead(std::string_view name) const {
+  return platform::RegRead(Registry::Load(registryFile()), name);
+}
+
+std::string FolderWorkstation::description() const { return localfs::toUtf8(root_); }
 
 }  // namespace platform

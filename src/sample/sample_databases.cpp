@@ -7,6 +7,7 @@
 #include "jet/api/values.h"
 #include "jet/api/schema.h"
 #include "jet/api/sql.h"
+#include "platform/localfs.h"
 #include "platform/dao/dao.h"
 #include "platform/error.h"
 #include "platform/workstation.h"
@@ -229,7 +230,7 @@ void CreeBase(dao::DBEngine& moteur, const std::string& chemin, const std::vecto
   jet::CreateOptions options;
   options.created = jet::sql::date_serial(2013, 1, 18);
   try {
-    auto nouvelle = jet::create_database(lieu.local.string(), options);
+    auto nouvelle = jet::create_database(platform::localfs::toUtf8(lieu.local), options);
     for (const jet::TableDesign& table : tables) nouvelle->create_table(table);
   } catch (const jet::Error& e) {
     throw platform::fromJet(e);

@@ -57,7 +57,7 @@ SampleWorkstation BuildSampleWorkstation(const fs::path& root, int fiches) {
   fs::create_directories(arras / "Bases");
   fs::create_directories(arras / "Profils");
 
-  const platform::Workstation poste(root);
+  const platform::FolderWorkstation poste(root);
   platform::dao::DBEngine moteur(poste);
   BaseEchantillon lille;
   lille.site = {"059", "01", "00", "Centre des impôts fonciers de Lille"};

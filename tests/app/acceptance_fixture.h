@@ -80,7 +80,7 @@ class AcceptanceTest : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(fs::exists(Binary())) << "build the quelis-maj target first: " << Binary();
     root = TempFolder("quelis-acceptance");
-    poste = std::make_unique<platform::Workstation>(root);
+    poste = std::make_unique<platform::FolderWorkstation>(root);
     moteur = std::make_unique<dao::DBEngine>(*poste);
   }
   void TearDown() override {

@@ -46,7 +46,7 @@ TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
   // Labels are Windows-1252, one line without line end.
   EXPECT_EQ(ReadSampleBytes(program / "Bases" / "libelle.txt"), "Centre des imp\xF4ts fonciers de Lille");
   // Both databases open, at the versions the demo relies on.
-  platform::Workstation poste(sample.root);
+  platform::FolderWorkstation poste(sample.root);
   platform::dao::DBEngine moteur(poste);
   for (const auto& [chemin, version] : {std::pair{std::string("C:\\QUELIS\\Bases\\Quelis.mdb"), "4.4.0.1"},
                                         std::pair{sample.refusedDatabase, "4.4.0.3"}}) {

@@ -21,7 +21,7 @@ class RemplacementTest : public ::testing::Test {
     root = mkdtemp(pattern.data());
     fs::create_directories(root / "C" / "Bases");
     fs::create_directories(root / "D");
-    poste = std::make_unique<platform::Workstation>(root);
+    poste = std::make_unique<platform::FolderWorkstation>(root);
   }
   ~RemplacementTest() override {
     std::error_code ignored;

@@ -88,7 +88,7 @@ TEST_F(EnvironmentTest, RealRunEnvironmentUsesTheMachineClockAndADesktopLauncher
 
 TEST(DesktopLauncherStart, SilentRunsStartNothingButStillAnswer) {
   TempFolder temp;
-  platform::Workstation ws(temp.path());
+  platform::FolderWorkstation ws(temp.path());
   platform::DesktopLauncher launcher(ws, false);
   const double first = launcher.Shell("notepad.exe C:\\QUELIS\\x.log", 1);
   EXPECT_GT(first, 0);

@@ -64,7 +64,7 @@ class WorkstationTest : public ::testing::Test {
   fs::path c() const { return root() / "C"; }
 
   TempFolder temp_;
-  platform::Workstation ws_{temp_.path()};
+  platform::FolderWorkstation ws_{temp_.path()};
 };
 
 }  // namespace platform_test

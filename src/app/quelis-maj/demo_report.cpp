@@ -40,7 +40,7 @@ std::optional<std::string> Version(dao::Database& bd) {
 }  // namespace
 
 Etat LitEtat(const echantillon::SampleWorkstation& sample) {
-  const platform::Workstation poste(sample.root);
+  const platform::FolderWorkstation poste(sample.root);
   dao::DBEngine moteur(poste);
   Etat etat;
   for (const std::string& chemin : {std::string("C:\\QUELIS\\Bases\\Quelis.mdb"), sample.updatedDatabase}) {

@@ -9,6 +9,10 @@
 #include "pipeline/frm_attente.h"
 #include "platform/dao/dao.h"
 #include "platform/environment.h"
+#include "platform/localfs.h"
+#ifdef _WIN32
+#include "platform/native_workstation.h"
+#endif
 #include "platform/program.h"
 #include "platform/ui/console_front_end.h"
 #include "platform/ui/desktop.h"
@@ -16,6 +20,7 @@
 #include "platform/workstation.h"
 #include "steps/catalogue.h"
 #include "texte_windows.h"
+#include "dossier_temporaire.h"
 
 namespace etape {
 namespace {
@@ -37,19 +42,33 @@ struct Poste {
 std::unique_ptr<Poste> Place(const std::string& workstation, const std::string& base) {
   auto poste = std::make_unique<Poste>();
   if (!workstation.empty()) {
-    poste->racine = workstation;
+    poste->racine = platform::localfs::fromUtf8(workstation);
     poste->base = base;
     return poste;
   }
-  const fs::path fichier = fs::absolute(base);
-  if (!fs::is_regular_file(fichier)) throw std::runtime_error("base introuvable : " + fichier.string());
-  std::string modele = (fs::temp_directory_path() / "quelis-etape-XXXXXX").string();
-  if (!mkdtemp(modele.data())) throw std::runtime_error("dossier temporaire impossible à créer");
-  poste->temporaire = modele;
-  poste->racine = modele;
+  const fs::path fichier = fs::absolute(platform::localfs::fromUtf8(base));
+  if (!fs::is_regular_file(fichier))
+    throw std::runtime_error("base introuvable : " + platform::localfs::toUtf8(fichier));
+#ifdef _WIN32
+  // A file of this machine is already named by a Windows path.
+  poste->base = platform::localfs::toUtf8(fichier.lexically_normal().make_preferred());
+#else
+  // A workstation made for the occasion, whose drive C: is the file's folder.
+  poste->temporaire = NouveauDossierTemporaire("quelis-etape");
+  poste->racine = poste->temporaire;
   fs::create_directory_symlink(fichier.parent_path(), poste->racine / "C");
-  poste->base = "C:\\" + fichier.filename().string();
+  poste->base = "C:\\" + platform::localfs::toUtf8(fichier.filename());
+#endif
   return poste;
+}
+
+// The workstation the step runs on: the folder when one is given, else this machine (Windows)
+// or the folder made by Place.
+std::unique_ptr<platform::Workstation> Ouvre(const Poste& poste) {
+#ifdef _WIN32
+  if (poste.racine.empty()) return platform::ThisMachine();
+#endif
+  return std::make_unique<platform::FolderWorkstation>(poste.racine);
 }
 
 std::string Dossier(const std::string& chemin) {
@@ -86,11 +105,11 @@ int Lance(const std::string& workstation, const std::string& base, const std::st
   std::unique_ptr<platform::Environment> env;
   try {
     poste = Place(workstation, base);
-    vue = std::make_unique<platform::Workstation>(poste->racine);
+    vue = Ouvre(*poste);
     platform::ProgramInfo programme;
     programme.Path = "C:\\QUELIS";
     env = std::make_unique<platform::Environment>(
-        poste->racine,
+        Ouvre(*poste),
         horloge ? std::shared_ptr<platform::Clock>(std::make_shared<platform::FixedClock>(*horloge))
                 : std::shared_ptr<platform::Clock>(std::make_shared<platform::SystemClock>()),
         programme, std::make_shared<platform::DesktopLauncher>(*vue, false));
@@ -122,7 +141,7 @@ int Lance(const std::string& workstation, const std::string& base, const std::st
     fs::path local = env->workstation().resolve(journal).local;
     std::error_code ignore;
     if (workstation.empty()) local = fs::canonical(local, ignore);  // beside the file, not via C:
-    out << "\nJournal de l'étape : " << (workstation.empty() ? local.string() : journal) << "\n\n";
+    out << "\nJournal de l'étape : " << (workstation.empty() ? platform::localfs::toUtf8(local) : journal) << "\n\n";
     if (fs::is_regular_file(local)) out << LitTexteWindows(local);
   }
   return succes ? 0 : 1;

@@ -1,9 +1,13 @@
-// quelis-maj: the QUELIS database update tool, on a workstation held in a Linux folder.
+// quelis-maj: the QUELIS database update tool.
+//   quelis-maj                      (Windows) runs the tool on this machine, from the folder
+//                                   that holds quelis-maj.exe, as the original program ran;
 //   quelis-maj --workstation DIR [--program-folder "C:\QUELIS\"]
-//       runs the tool as if started from that Windows folder of the workstation;
-//   quelis-maj demo [DIR] [--fiches N]
+//       runs the tool on a workstation held in a folder (a copy of a workstation), as if
+//       started from that Windows folder of the workstation;
+//   quelis-maj demo [DIR] [--fiches N] [--poste-seulement]
 //       builds a sample workstation in DIR (or a new temporary folder), runs the tool on it and
-//       prints its run log, each database's log and a few case records before and after.
+//       prints its run log, each database's log and a few case records before and after
+//       (with --poste-seulement: only builds it).
 //   quelis-maj etape NOM [ARGUMENTS...] --base CHEMIN [--workstation DIR]
 //       runs one step of the catalogue on one database through temporary copies (see etape.h);
 //       `quelis-maj etape --liste` lists the steps. Exit status 0 done, 1 failed (database
@@ -26,14 +30,20 @@
 #include <sstream>
 #include <string>
 #include <vector>
+#ifdef _WIN32
+#include "os/win32_text.h"
+#include "platform/native_workstation.h"
+#endif
 
 #include "demo_report.h"
+#include "dossier_temporaire.h"
 #include "etape.h"
 #include "texte_windows.h"
 #include "launcher/program.h"
 #include "sample/sample_workstation.h"
 #include "platform/clock.h"
 #include "platform/environment.h"
+#include "platform/localfs.h"
 #include "platform/program.h"
 #include "platform/ui/console_front_end.h"
 #include "platform/ui/desktop.h"
@@ -56,8 +66,16 @@ std::string AppPath(std::string folder) {
   return folder;
 }
 
-// Runs the tool on the workstation `root` from the Windows folder `programFolder`; prints the
-// run log's place, and its content when `printLog`.
+// The workstation of the run: the folder `root`, or this machine when `root` is empty (Windows).
+std::unique_ptr<platform::Workstation> OpenWorkstation(const fs::path& root) {
+#ifdef _WIN32
+  if (root.empty()) return platform::ThisMachine();
+#endif
+  return std::make_unique<platform::FolderWorkstation>(root);
+}
+
+// Runs the tool on the workstation `root` (this machine when empty) from the Windows folder
+// `programFolder`; prints the run log's place, and its content when `printLog`.
 int RunTool(const fs::path& root, const std::string& programFolder, bool printLog,
             const std::optional<platform::DateTime>& horloge) {
   platform::ProgramInfo program;
@@ -65,16 +83,16 @@ int RunTool(const fs::path& root, const std::string& programFolder, bool printLo
   std::unique_ptr<platform::Environment> env;
   std::unique_ptr<platform::Workstation> launcherView;
   try {
-    launcherView = std::make_unique<platform::Workstation>(root);
+    launcherView = OpenWorkstation(root);
     env = std::make_unique<platform::Environment>(
-        root,
+        OpenWorkstation(root),
         horloge ? std::shared_ptr<platform::Clock>(std::make_shared<platform::FixedClock>(*horloge))
                 : std::shared_ptr<platform::Clock>(std::make_shared<platform::SystemClock>()),
         program,
         std::make_shared<platform::DesktopLauncher>(*launcherView, false));
   } catch (const std::exception& e) {
-    std::cerr << "quelis-maj: poste de travail inutilisable (" << root.string() << ") : " << e.what()
-              << '\n';
+    std::cerr << "quelis-maj: poste de travail inutilisable (" << platform::localfs::toUtf8(root) << ") : "
+              << e.what() << '\n';
     return kUnusableWorkstation;
   }
 
@@ -92,8 +110,9 @@ int RunTool(const fs::path& root, const std::string& programFolder, bool printLo
     std::cout << "Aucun journal n'a été créé.\n";
   } else {
     const fs::path local = env->workstation().resolve(form.FichierLog).local;
-    std::cout << "Journal de la mise à jour : " << form.FichierLog << "\n  (" << local.string()
-              << ")\n";
+    std::cout << "Journal de la mise à jour : " << form.FichierLog;
+    if (!root.empty()) std::cout << "\n  (" << platform::localfs::toUtf8(local) << ")";
+    std::cout << "\n";
     if (printLog && fs::is_regular_file(local)) {
       std::cout << "\n" << LitTexteWindows(local);
     }
@@ -125,15 +144,7 @@ std::optional<platform::DateTime> LitHorloge(const std::string& texte) {
   return t;
 }
 
-fs::path NewDemoFolder() {
-  std::string pattern = (fs::temp_directory_path() / "quelis-demo-XXXXXX").string();
-  if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot create a temporary folder");
-  return pattern;
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   CLI::App app{"Mise à jour des données QUELIS 4.4.0 sur un poste de travail"};
   std::string workstation;
   std::string programFolder = "C:\\QUELIS\\";
@@ -146,6 +157,9 @@ int main(int argc, char** argv) {
   auto* demo = app.add_subcommand("demo", "construit un poste d'exemple, y lance l'outil et affiche le journal");
   std::string demoFolder;
   demo->add_option("DIR", demoFolder, "dossier du poste d'exemple (absent ou vide)");
+  bool posteSeulement = false;
+  demo->add_flag("--poste-seulement", posteSeulement,
+                 "construit le poste d'exemple sans lancer l'outil (pour le copier ailleurs, sous Windows par exemple)");
   int fiches = 200;
   demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 5000));
   auto* etape = app.add_subcommand(
@@ -184,11 +198,12 @@ int main(int argc, char** argv) {
   }
   if (demo->parsed()) {
     try {
-      const fs::path root = demoFolder.empty() ? NewDemoFolder() : fs::absolute(demoFolder);
+      const fs::path root = demoFolder.empty() ? NouveauDossierTemporaire("quelis-demo") : fs::absolute(platform::localfs::fromUtf8(demoFolder));
       const echantillon::SampleWorkstation sample = echantillon::BuildSampleWorkstation(root, fiches);
-      std::cout << "Poste d'exemple : " << sample.root.string() << "\n"
+      std::cout << "Poste d'exemple : " << platform::localfs::toUtf8(sample.root) << "\n"
                 << "Programme : " << sample.programFolder << "\\, données : C:\\Quelis\\ (ancienne organisation)"
                 << "\n\n";
+      if (posteSeulement) return kRunComplete;
       const demo::Etat avant = demo::LitEtat(sample);
       const int status = RunTool(sample.root, sample.programFolder, true, fixe);
       // Each data folder's own log, beside its database.
@@ -196,7 +211,7 @@ int main(int argc, char** argv) {
         if (!fs::is_directory(bases)) continue;
         for (const auto& entry : fs::directory_iterator(bases)) {
           if (entry.path().extension() != ".log") continue;
-          std::cout << "\nJournal de la base : " << entry.path().string() << "\n\n"
+          std::cout << "\nJournal de la base : " << platform::localfs::toUtf8(entry.path()) << "\n\n"
                     << LitTexteWindows(entry.path());
         }
       }
@@ -209,10 +224,36 @@ int main(int argc, char** argv) {
       return kUnusableWorkstation;
     }
   }
+#ifdef _WIN32
+  // On Windows the machine itself is the workstation, and the program's folder is its own.
+  if (workstation.empty()) {
+    if (app.count("--program-folder") == 0) programFolder = platform::ProgramFolder();
+    return RunTool(fs::path(), programFolder, false, fixe);
+  }
+#else
   if (workstation.empty()) {
     std::cerr << "quelis-maj: --workstation DIR est nécessaire (ou: quelis-maj demo [DIR])\n"
               << app.help();
     return kUnusableWorkstation;
   }
-  return RunTool(workstation, programFolder, false, fixe);
+#endif
+  return RunTool(platform::localfs::fromUtf8(workstation), programFolder, false, fixe);
 }
+
+}  // namespace
+
+#ifdef _WIN32
+// Windows hands the program its arguments in UTF-16; the program works in UTF-8, and the
+// console is told to show UTF-8.
+int wmain(int argc, wchar_t** wide) {
+  std::vector<std::string> arguments;
+  for (int i = 0; i < argc; ++i) arguments.push_back(os::narrow(wide[i]));
+  std::vector<char*> argv;
+  for (std::string& a : arguments) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  platform::ShowUtf8OnConsole();
+  return run(argc, argv.data());
+}
+#else
+int main(int argc, char** argv) { return run(argc, argv); }
+#endif

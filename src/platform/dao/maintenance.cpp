@@ -1,3 +1,4 @@
+#include "platform/localfs.h"
 #include "platform/dao/maintenance.h"
 
 #include <filesystem>
@@ -14,7 +15,7 @@ void repairDatabase(const platform::Workstation& workstation, std::string_view p
     ResolvedPath resolved = resolveDatabasePath(workstation, path);
     checkFilePresent(resolved, path);
     try {
-      jet::repair(resolved.local.string());
+      jet::repair(platform::localfs::toUtf8(resolved.local));
     } catch (const jet::Error& e) {
       rethrowWithPath(e, path);
     }
@@ -38,7 +39,7 @@ void compactDatabase(const platform::Workstation& workstation, std::string_view 
       db->close();
     }
     try {
-      jet::compact(from.local.string(), to.local.string());
+      jet::compact(platform::localfs::toUtf8(from.local), platform::localfs::toUtf8(to.local));
     } catch (const jet::Error& e) {
       rethrowWithPath(e, e.number() == 3204 || e.number() == 3044 ? destination : source);
     }

@@ -1,3 +1,4 @@
+#include "platform/localfs.h"
 #include "platform/dao/state.h"
 
 #include <algorithm>
@@ -150,7 +151,7 @@ jet::sql::DatabaseOpener workstationOpener(const platform::Workstation& workstat
     try {
       jet::OpenOptions options;
       options.exclusive = false;
-      return jet::Database::open(resolved.local.string(), options);
+      return jet::Database::open(platform::localfs::toUtf8(resolved.local), options);
     } catch (const jet::Error& e) {
       rethrowWithPath(e, path);
     }
@@ -170,10 +171,10 @@ std::shared_ptr<DatabaseImpl> openDatabase(const std::shared_ptr<WorkspaceImpl>&
       if (readOnly) {
         jet::OpenOptions options;
         options.exclusive = exclusive;
-        db->reader = jet::Database::open(resolved.local.string(), options);
+        db->reader = jet::Database::open(platform::localfs::toUtf8(resolved.local), options);
       } else {
         // The engine writes only to files it holds alone: a shared open is exclusive too.
-        db->writable = jet::WritableDatabase::open(resolved.local.string());
+        db->writable = jet::WritableDatabase::open(platform::localfs::toUtf8(resolved.local));
       }
     } catch (const jet::Error& e) {
       rethrowWithPath(e, path);
