@@ -1,10 +1,10 @@
 #include "pipeline/remplacement.h"
 
 #include <filesystem>
-#include <system_error>
 
 #include "platform/error.h"
 #include "platform/filelock.h"
+#include "platform/localfs.h"
 
 namespace pipeline {
 
@@ -24,10 +24,8 @@ void RemplaceFichier(const platform::Workstation& poste, std::string_view source
   if (platform::IsLockedByAnother(de.local) || (vers.exists() && platform::IsLockedByAnother(vers.local))) {
     throw Error(ErrorCode::PermissionDenied);
   }
-  // rename(2) replaces the destination atomically within one file system.
-  std::error_code ec;
-  fs::rename(de.local, vers.local, ec);
-  if (ec) throw Error(ErrorCode::PermissionDenied);
+  // One step within one file system: rename(2), or MoveFileExW written through on Windows.
+  platform::localfs::replaceFile(de.local, vers.local);
 }
 
 }  // namespace pipeline

@@ -46,9 +46,9 @@ void copyTree(const fs::path& source, const fs::path& target, bool overwrite) {
   }
   for (const localfs::Entry& entry : localfs::list(source)) {
     const auto existing = localfs::findEntry(target, entry.name);
-    const fs::path to = target / existing.value_or(entry.name);
-    if (entry.isFolder) copyTree(source / entry.name, to, overwrite);
-    else copyOver(source / entry.name, to, overwrite);
+    const fs::path to = target / localfs::fromUtf8(existing.value_or(entry.name));
+    if (entry.isFolder) copyTree(source / localfs::fromUtf8(entry.name), to, overwrite);
+    else copyOver(source / localfs::fromUtf8(entry.name), to, overwrite);
   }
 }
 
@@ -68,7 +68,7 @@ std::vector<std::pair<fs::path, std::string>> sources(const Workstation& ws, std
     if (!localfs::isFolder(parent)) fail(ErrorCode::PathNotFound);
     for (const localfs::Entry& entry : localfs::list(parent))
       if (entry.isFolder == folders && MatchesWildcard(entry.name, last))
-        found.emplace_back(parent / entry.name, entry.name);
+        found.emplace_back(parent / localfs::fromUtf8(entry.name), entry.name);
   } else if (folders ? localfs::isFolder(r.local) : localfs::isFile(r.local)) {
     found.emplace_back(r.local, localfs::toUtf8(r.local.filename()));
   } else if (!localfs::isFolder(r.local.parent_path())) {
@@ -145,7 +145,7 @@ void File::SetName(std::string_view newName) {
   const auto existing = localfs::findEntry(r.local.parent_path(), newName);
   if (existing && !EqualsNoCase(*existing, localfs::toUtf8(r.local.filename()))) fail(ErrorCode::FileAlreadyExists);
   if (IsLockedByAnother(r.local)) fail(ErrorCode::PermissionDenied);
-  localfs::moveEntry(r.local, r.local.parent_path() / std::string(newName));
+  localfs::moveEntry(r.local, r.local.parent_path() / localfs::fromUtf8(newName));
   path_ = ChildPath(ParentPathText(path_), newName);
 }
 

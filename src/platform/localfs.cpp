@@ -5,6 +5,8 @@
 #include <iterator>
 #include <system_error>
 
+#include "os/failure.h"
+#include "os/services.h"
 #include "platform/error.h"
 #include "platform/filelock.h"
 #include "platform/vbstring.h"
@@ -112,6 +114,14 @@ void copyFile(const fs::path& from, const fs::path& to) {
   }
   const auto when = fs::last_write_time(from, ec);
   if (!ec) fs::last_write_time(to, when, ec);  // Windows keeps the copy's modification time
+}
+
+void replaceFile(const fs::path& from, const fs::path& to) {
+  try {
+    os::system_services().files->rename_over(toUtf8(from), toUtf8(to));
+  } catch (const os::Failure&) {
+    throw Error(ErrorCode::PermissionDenied);
+  }
 }
 
 void moveEntry(const fs::path& from, const fs::path& to) {

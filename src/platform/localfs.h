@@ -49,6 +49,10 @@ void clearReadOnly(const std::filesystem::path& p);
 // Raises platform::Error: 53 source unreadable, 70 destination not writable, 61 disk full.
 void copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
+// Puts the file `from` in place of `to` in one step (rename(2); on Windows MoveFileExW,
+// replacing, written through). Raises platform::Error 70 when the system refuses.
+void replaceFile(const std::filesystem::path& from, const std::filesystem::path& to);
+
 // Renames, or copies then deletes when the two places are on different Linux file systems.
 void moveEntry(const std::filesystem::path& from, const std::filesystem::path& to);
 

@@ -61,7 +61,7 @@ void VbFiles::Kill(std::string_view pathName) const {
   const fs::path folder = existingParent(r);
   std::vector<fs::path> doomed;
   for (const localfs::Entry& entry : localfs::list(folder))
-    if (!entry.isFolder && MatchesWildcard(entry.name, r.windows.name())) doomed.push_back(folder / entry.name);
+    if (!entry.isFolder && MatchesWildcard(entry.name, r.windows.name())) doomed.push_back(folder / localfs::fromUtf8(entry.name));
   if (doomed.empty()) fail_file_call(ErrorCode::FileNotFound);
   for (const fs::path& file : doomed) {
     if (localfs::isReadOnly(file)) fail_file_call(ErrorCode::PathFileAccessError);
@@ -85,7 +85,7 @@ void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
                           EqualsNoCase(localfs::toUtf8(from.local.filename()), to.windows.name()));
   if (to.exists() && !sameEntry) fail_file_call(ErrorCode::FileAlreadyExists);
   if (from.isFile() && IsLockedByAnother(from.local)) fail_file_call(ErrorCode::PermissionDenied);
-  const fs::path target = sameEntry ? from.local.parent_path() / to.windows.name() : to.local;
+  const fs::path target = sameEntry ? from.local.parent_path() / localfs::fromUtf8(to.windows.name()) : to.local;
   localfs::moveEntry(from.local, target);
 }
 

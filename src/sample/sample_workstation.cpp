@@ -6,6 +6,7 @@
 #include "sample/sample_databases.h"
 #include "platform/codepage.h"
 #include "platform/dao/dbengine.h"
+#include "platform/localfs.h"
 #include "platform/workstation.h"
 
 namespace echantillon {
@@ -23,7 +24,7 @@ void WriteWindowsText(const fs::path& file, const std::vector<std::string>& line
   }
   std::ofstream out(file, std::ios::binary | std::ios::trunc);
   out << platform::Utf8ToCp1252(text);
-  if (!out) throw std::runtime_error("cannot write " + file.string());
+  if (!out) throw std::runtime_error("cannot write " + platform::localfs::toUtf8(file));
 }
 
 }  // namespace
@@ -31,7 +32,7 @@ void WriteWindowsText(const fs::path& file, const std::vector<std::string>& line
 SampleWorkstation BuildSampleWorkstation(const fs::path& root, int fiches) {
   if (fs::exists(root) && (!fs::is_directory(root) || !fs::is_empty(root))) {
     throw std::runtime_error("the sample workstation needs a missing or empty folder: " +
-                             root.string());
+                             platform::localfs::toUtf8(root));
   }
   SampleWorkstation sample;
   sample.root = root;
