@@ -1,37 +1,32 @@
 // The machine's file system as the engine sees it: sharing refusals between openers of one
-// process, creation that never replaces, positioned I/O, and the failure kinds.
+// process, creation that never replaces, positioned I/O, and the failure kinds; the same on
+// every system.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
 #include "os/failure.h"
 #include "os/services.h"
+#include "support/scratch_folder.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
-namespace posix_file_system_test_cases {
+namespace file_system_test_cases {
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct PosixFiles : ::testing::Test {
-  PosixFiles() {
-    dir = fs::temp_directory_path() / ("os_test_" + std::to_string(::getpid()) + "_" +
-                                      ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  ~PosixFiles() override {
-    std::error_code ec;
-    fs::remove_all(dir, ec);
-  }
+struct SystemFiles : ::testing::Test {
   std::string file(const std::string& name, const std::string& content = "") const {
     const fs::path p = dir / name;
     std::ofstream(p, std::ios::binary) << content;
     return p.string();
+  }
+  // Read and closed at once: Windows refuses to rename over a file someone holds open.
+  static std::string content_of(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
   }
   static os::FailureKind kind_of(const std::function<void()>& action) {
     try {
@@ -43,10 +38,11 @@ struct PosixFiles : ::testing::Test {
     return os::FailureKind::IoError;
   }
   os::FileSystem& files = *os::system_services().files;
-  fs::path dir;
+  test_support::ScratchFolder scratch;
+  fs::path dir = scratch.path();
 };
 
-TEST_F(PosixFiles, SharingModesRefuseEachOtherAsWindowsDoes) {
+TEST_F(SystemFiles, SharingModesRefuseEachOtherAsWindowsDoes) {
   const std::string path = file("base.mdb", "x");
   {
     auto exclusive = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
@@ -65,7 +61,7 @@ TEST_F(PosixFiles, SharingModesRefuseEachOtherAsWindowsDoes) {
   EXPECT_NO_THROW(files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive));
 }
 
-TEST_F(PosixFiles, MissingFilesFoldersAndFoldersInPlaceOfFilesAreTold) {
+TEST_F(SystemFiles, MissingFilesFoldersAndFoldersInPlaceOfFilesAreTold) {
   EXPECT_EQ(kind_of([&] { files.open((dir / "none.mdb").string(), os::Access::Read, os::Sharing::Shared); }),
             os::FailureKind::NotFound);
   EXPECT_EQ(kind_of([&] { files.open((dir / "no" / "b.mdb").string(), os::Access::Read, os::Sharing::Shared); }),
@@ -74,7 +70,7 @@ TEST_F(PosixFiles, MissingFilesFoldersAndFoldersInPlaceOfFilesAreTold) {
             os::FailureKind::NotAFile);
 }
 
-TEST_F(PosixFiles, ReadsAndWritesAtOffsetsAndReportsShortReadsAtTheEnd) {
+TEST_F(SystemFiles, ReadsAndWritesAtOffsetsAndReportsShortReadsAtTheEnd) {
   const std::string path = file("data.bin", "abcdef");
   auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
   const std::uint8_t patch[] = {'X', 'Y'};
@@ -89,7 +85,7 @@ TEST_F(PosixFiles, ReadsAndWritesAtOffsetsAndReportsShortReadsAtTheEnd) {
   EXPECT_NO_THROW(f->sync());
 }
 
-TEST_F(PosixFiles, CreationNeverReplacesAndPublishingKeepsAnExistingName) {
+TEST_F(SystemFiles, CreationNeverReplacesAndPublishingKeepsAnExistingName) {
   const std::string taken = file("taken.mdb", "old");
   EXPECT_EQ(kind_of([&] { files.create_new(taken); }), os::FailureKind::AlreadyExists);
 
@@ -101,8 +97,7 @@ TEST_F(PosixFiles, CreationNeverReplacesAndPublishingKeepsAnExistingName) {
   }
   EXPECT_EQ(kind_of([&] { files.publish_new(temp, taken); }), os::FailureKind::AlreadyExists);
   EXPECT_TRUE(files.exists(temp));  // nothing moved
-  std::ifstream old(taken);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(old), {}), "old");
+  EXPECT_EQ(content_of(taken), "old");
 
   const std::string fresh = (dir / "fresh.mdb").string();
   files.publish_new(temp, fresh);
@@ -110,16 +105,17 @@ TEST_F(PosixFiles, CreationNeverReplacesAndPublishingKeepsAnExistingName) {
   EXPECT_TRUE(files.exists(fresh));
 
   files.rename_over(fresh, taken);  // the finished file takes the old one's place
-  std::ifstream replaced(taken);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(replaced), {}), "new");
+  EXPECT_EQ(content_of(taken), "new");
   EXPECT_FALSE(files.exists(fresh));
   EXPECT_NO_THROW(files.remove(fresh));  // already gone: not an error
 }
 
-TEST_F(PosixFiles, ReadOnlyAttributeAndLockFiles) {
+TEST_F(SystemFiles, ReadOnlyAttributeAndLockFiles) {
   const std::string path = file("ro.mdb", "x");
   EXPECT_FALSE(files.is_read_only(path));
-  ::chmod(path.c_str(), 0444);
+  // Taking the write permissions away is the read-only attribute on Windows.
+  fs::permissions(path, fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
+                  fs::perm_options::remove);
   EXPECT_TRUE(files.is_read_only(path));
   EXPECT_FALSE(files.is_read_only((dir / "none").string()));
 
@@ -146,4 +142,4 @@ TEST(SystemClock, GivesAPlausibleLocalDateAndDistinctRandomNumbers) {
 
 }  // namespace
 
-}  // namespace posix_file_system_test_cases
+}  // namespace file_system_test_cases
