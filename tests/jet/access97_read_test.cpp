@@ -14,6 +14,7 @@
 #include "jet/base/text_codec.h"
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace access97_read_test_cases {
@@ -62,6 +63,7 @@ TEST(Access97Read, HeadersGiveTheJet3Layout) {
 }
 
 TEST(Access97Read, EveryTableExportsAsMdbtoolsExportsIt) {
+  QUELIS_NEEDS_MDBTOOLS();
   for (const auto& name : fixtures97()) {
     auto db = jet::Database::open(fixture97(name));
     auto ours = db->table_names();

@@ -9,6 +9,7 @@
 #include "jet/tools/repair.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace access97_write_refusal_test_cases {
@@ -62,6 +63,7 @@ TEST(Access97Write, EngineWritersRefuseAndLeaveTheFileAlone) {
 // Every writing command of the jet program: refused (exit status not 0, the error on
 // standard error), the file unchanged.
 TEST(Access97Write, JetCommandsRefuseAndLeaveTheFileAlone) {
+  QUELIS_NEEDS_JET_PROGRAM();
   Copy97 copy("compIndexTestV1997.mdb");
   const std::string csv = (copy.dir.path() / "rows.csv").string();
   copy.dir.write("rows.csv", {'C', 'D', '_', 'A', 'G', 'E', 'N', 'T', 'E', '\n', '7', '\n'});

@@ -15,6 +15,7 @@
 #include "jet/ddl/relationship_write.h"
 #include "jet/storage/transaction.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_column_add_drop_test_cases {
@@ -42,6 +43,7 @@ const std::vector<std::pair<std::string, jet::ColumnType>> kEveryType{
     {"nGuid", jet::ColumnType::Guid},     {"nDecimal", jet::ColumnType::Numeric}};
 
 TEST(AlterColumnAdd, EveryTypeAddedToAnAccessTableReadsNullInOldRowsAndHoldsNewOnes) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string fixture = jet_test::fixture("testV2000.mdb");
   const std::string copy = dir.write("a.mdb", jet_test::read_file(fixture));
@@ -139,6 +141,7 @@ TEST(AlterColumnAdd, EveryTypeAddedToAnAccessTableReadsNullInOldRowsAndHoldsNewO
 }
 
 TEST(AlterColumnDrop, MemoColumnLeavesOtherDataAndCompactsToTheSameContents) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string copy = dir.write("a.mdb", jet_test::read_file(jet_test::fixture("test2V2000.mdb")));
   const jet::TableDef def = definition(copy, "MSP_PROJECTS");
@@ -187,6 +190,7 @@ TEST(AlterColumnDrop, MemoColumnLeavesOtherDataAndCompactsToTheSameContents) {
 // column dropped, others added, rows written at each stage; every row reads right in both
 // readers. A number or an offset given again would show the dropped data in old rows.
 TEST(AlterColumnAdd, GapsInNumbersAndVariableSlotsReadAndWriteInBothReaders) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "made.mdb").string();
   jet::create_database(path);
@@ -243,6 +247,7 @@ TEST(AlterColumnAdd, GapsInNumbersAndVariableSlotsReadAndWriteInBothReaders) {
 }
 
 TEST(AlterColumnAdd, PositionPropertiesAndRefusals) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string copy = dir.write("a.mdb", jet_test::read_file(jet_test::fixture("indexTestV2000.mdb")));
   const auto pristine = jet_test::read_file(copy);

@@ -11,6 +11,7 @@
 #include "jet/table/index_maintain_hook.h"
 #include "jet/storage/transaction.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_column_change_test_cases {
@@ -42,6 +43,7 @@ std::vector<jet::Relationship> relationships(const std::string& path) {
 }
 
 TEST(AlterColumnRename, IndexesRelationshipsAndPropertiesFollowAndRenamingBackRestores) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string fixture = jet_test::fixture("indexTestV2000.mdb");
   const std::string copy = dir.write("a.mdb", jet_test::read_file(fixture));
@@ -111,6 +113,7 @@ TEST(AlterColumnRename, IndexesRelationshipsAndPropertiesFollowAndRenamingBackRe
 }
 
 TEST(AlterColumnChange, SizeRequiredAndZeroLengthAreCheckedAgainstStoredValues) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string copy = dir.write("a.mdb", jet_test::read_file(jet_test::fixture("indexTestV2000.mdb")));
   {
@@ -185,6 +188,7 @@ TEST(AlterColumnChange, SizeRequiredAndZeroLengthAreCheckedAgainstStoredValues) 
 }
 
 TEST(AlterColumnChange, OrdinalPositionsMoveInDisplayOrderOnly) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string fixture = jet_test::fixture("testV2000.mdb");
   const std::string copy = dir.write("a.mdb", jet_test::read_file(fixture));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "alter_column_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_column_cmd_test_cases {
@@ -17,6 +18,7 @@ std::string jet(const std::string& arguments, bool* ok) {
 }
 
 TEST(AlterColumnCommands, AddAlterAndDropThroughTheTool) {
+  QUELIS_NEEDS_JET_PROGRAM();
   jet_test::ScratchDir dir;
   const std::string copy = dir.write("a.mdb", jet_test::read_file(jet_test::fixture("indexTestV2000.mdb")));
   const std::string file = jet_test::shell_quote(copy);

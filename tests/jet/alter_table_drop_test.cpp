@@ -13,6 +13,7 @@
 #include "jet/base/error.h"
 #include "jet/base/names.h"
 #include "jet/storage/transaction.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_table_drop_test_cases {
@@ -31,6 +32,7 @@ jet::PageNumber definition_page(const std::string& path, const std::string& tabl
 }
 
 TEST(AlterTableDrop, AccessFileWithRelationshipsGivesBackEveryPage) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = jet_test::copy_fixture(dir, "indexTestV2000.mdb");
   const std::set<std::string> tables_before = mdb_tables(path);
@@ -77,6 +79,7 @@ TEST(AlterTableDrop, AccessFileWithRelationshipsGivesBackEveryPage) {
 }
 
 TEST(AlterTableDrop, EngineMadeTablesLeaveNoPageBehindAndTheSpaceIsReused) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "related.mdb").string();
   make_related_database(path, 0, 0);
@@ -141,6 +144,7 @@ TEST(AlterTableDrop, RefusalsAndRollbackLeaveTheFileAsItWas) {
 }
 
 TEST(AlterTableDrop, DropTableCommand) {
+  QUELIS_NEEDS_JET_PROGRAM();
   jet_test::ScratchDir dir;
   const std::string path = jet_test::copy_fixture(dir, "indexTestV2000.mdb");
   bool ok = false;

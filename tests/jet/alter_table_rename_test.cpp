@@ -8,6 +8,7 @@
 #include "jet/base/error.h"
 #include "jet/ddl/relationship_write.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace alter_table_rename_test_cases {
@@ -18,6 +19,7 @@ using namespace alter_table_test;
 
 using jet_test::joined;
 TEST(AlterTableRename, AccessFileTableFollowedByItsRelationshipsAndBack) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string original = jet_test::fixture("indexTestV2000.mdb");
   const std::string path = jet_test::copy_fixture(dir, "indexTestV2000.mdb");
@@ -84,6 +86,7 @@ TEST(AlterTableRename, NamesInUseOrInvalidAreRefusedWithoutChange) {
 }
 
 TEST(AlterTableRename, CaseOnlyChangeAndEngineMadeRelationships) {
+  QUELIS_NEEDS_JET_PROGRAM();
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "related.mdb").string();
   make_related_database(path, 0, 0);

@@ -14,6 +14,7 @@
 #include "jet/btree/index_page.h"
 #include "jet/tools/index_verify.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace btree_write_test_cases {
@@ -29,6 +30,7 @@ void expect_clean(const std::vector<std::string>& problems) {
 
 // Every index of the compound-key table: 512 rows, a two-level Access tree.
 TEST(BtreeWrite, AccessTreeEmptiedAndRefilledInRandomOrder) {
+  QUELIS_NEEDS_MDBTOOLS();
   auto pager = btree_test::load_fixture("compIndexTestV2000.mdb");
   jet::MemoryIndexPageStore store(*pager);
   const auto table = btree_test::open_table(*pager, "Table1");

@@ -4,6 +4,7 @@
 
 #include "jet/db/database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace catalog_properties_test_cases {
@@ -47,6 +48,7 @@ TEST(CatalogProperties, AnObjectWithoutBlobHasNoProperties) {
 }
 
 TEST(CatalogProperties, SchemaToolShowsColumnProperties) {
+  QUELIS_NEEDS_JET_PROGRAM();
   const std::string jet = std::string(QUELIS_BINARY_DIR) + "/src/app/jet";
   bool ok = false;
   const std::string out = jet_test::run(jet + " schema --properties " +

@@ -8,6 +8,7 @@
 
 #include "jet/db/database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace catalog_test_cases {
@@ -25,6 +26,7 @@ std::set<std::string> lines(const std::string& text) {
 }
 
 TEST(JetCatalog, UserAndSystemTablesMatchMdbtools) {
+  QUELIS_NEEDS_MDBTOOLS();
   for (const auto& name : jet_test::all_fixtures()) {
     SCOPED_TRACE(name);
     const std::string path = fixture(name);
@@ -40,6 +42,7 @@ TEST(JetCatalog, UserAndSystemTablesMatchMdbtools) {
 }
 
 TEST(JetCatalog, SavedQueryNamesMatchMdbtools) {
+  QUELIS_NEEDS_MDBTOOLS();
   const std::string path = fixture("queryTestV2000.mdb");
   auto db = jet::Database::open(path);
   std::set<std::string> ours;

@@ -10,6 +10,7 @@
 #include "jet/tools/repair.h"
 #include "jet/exec/executor.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace column_rules_test_cases {
@@ -49,6 +50,7 @@ TEST(ColumnRules, ZeroLengthTextIsRefusedOnlyWhereAllowZeroLengthIsStoredFalse) 
 }
 
 TEST(ColumnRules, ColumnsMadeBySqlStoreNoAllowZeroLengthAndTakeEmptyTexts) {
+  QUELIS_NEEDS_MDBTOOLS();
   Scratch scratch;
   const std::string path = scratch.copy("emptyV2000.mdb");
   {
@@ -130,6 +132,7 @@ const std::string kVides = "SELECT id, Len(cle), Len(libelle), Len(note) FROM Vi
 const std::string kStricte = "SELECT id, Len(t) FROM Stricte ORDER BY id";
 
 TEST(ColumnRules, CompactionAndRepairCarryEmptyTextsAsStored) {
+  QUELIS_NEEDS_MDBTOOLS();
   Scratch scratch;
   const std::string source = scratch.copy("emptyV2000.mdb", "source.mdb");
   build_tables_with_empty_texts(source);

@@ -17,6 +17,7 @@
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace compact_test_cases {
@@ -49,6 +50,7 @@ std::string export_all(const std::string& path) {
 }
 
 TEST(Compact, EveryFixtureIsCarriedWhole) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   for (const auto& name : jet_test::all_fixtures()) {
     SCOPED_TRACE(name);
@@ -75,6 +77,7 @@ TEST(Compact, EveryFixtureIsCarriedWhole) {
 }
 
 TEST(Compact, DeletedRowsGiveTheirSpaceBack) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string source = dir.write("source.mdb", jet_test::read_file(jet_test::fixture("compIndexTestV2000.mdb")));
   {

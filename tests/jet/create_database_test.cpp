@@ -18,6 +18,7 @@
 #include "jet/record/properties.h"
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace create_database_test_cases {
@@ -57,6 +58,7 @@ TEST(CreateDatabase, RefusesAnExistingFileOrAMissingFolderAndLeavesNothing) {
 }
 
 TEST(CreateDatabase, HeaderMatchesAccess) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   jet::CreateOptions options;
   options.created = 38143.546523784724;  // the creation date of the Access file
@@ -107,6 +109,7 @@ std::string describe(const jet::TableDef& def) {
 }
 
 TEST(CreateDatabase, SystemTablesAreDefinedAsAccessDefinesThem) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = created(dir);
   auto made = jet::Database::open(path);
@@ -129,6 +132,7 @@ TEST(CreateDatabase, SystemTablesAreDefinedAsAccessDefinesThem) {
 using ObjectKey = std::tuple<std::int32_t, std::int32_t, std::string, std::int16_t, std::uint32_t>;
 
 TEST(CreateDatabase, CatalogRowsPermissionsAndPropertiesAreAccesss) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = created(dir);
   auto made = jet::Database::open(path);

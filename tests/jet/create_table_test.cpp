@@ -16,6 +16,7 @@
 #include "jet/storage/transaction.h"
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace create_table_test_cases {
@@ -81,6 +82,7 @@ struct Fixture {
 };
 
 TEST(CreateTable, MdbtoolsListsTheTableWithEveryTypeAndSize) {
+  QUELIS_NEEDS_MDBTOOLS();
   Fixture f;
   {
     auto db = jet::create_database(f.path);
@@ -112,6 +114,7 @@ TEST(CreateTable, MdbtoolsListsTheTableWithEveryTypeAndSize) {
 }
 
 TEST(CreateTable, IndexesCarryTheirRulesAndOrder) {
+  QUELIS_NEEDS_MDBTOOLS();
   Fixture f;
   jet::TableDesign design = every_type();
   // A second name over the primary key's columns and rules shares its real index.
@@ -148,6 +151,7 @@ TEST(CreateTable, IndexesCarryTheirRulesAndOrder) {
 }
 
 TEST(CreateTable, PropertiesAndPermissionsAreRecorded) {
+  QUELIS_NEEDS_MDBTOOLS();
   Fixture f;
   auto db = jet::create_database(f.path);
   const jet::PageNumber page = db->create_table(every_type());
@@ -238,6 +242,7 @@ TEST(CreateTable, RefusesDuplicatesBadNamesAndBadIndexesWritingNothing) {
 Value text(const char* s) { return Value::text(s); }
 
 TEST(CreateTable, RowsWrittenThroughTheIndexesReadBackEverywhere) {
+  QUELIS_NEEDS_MDBTOOLS();
   Fixture f;
   {
     auto db = jet::create_database(f.path);

@@ -12,6 +12,7 @@
 #include "jet/record/data_page.h"
 #include "jet/db/database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace differential_test_cases {
@@ -38,6 +39,7 @@ bool has_moved_rows(const jet::Table& table) {
 }
 
 TEST(JetDifferential, EveryTableReadsAsMdbtoolsReadsIt) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet::CsvStyle style;
   style.mdbtools_quirks = true;
   int tables = 0, rows_compared = 0;

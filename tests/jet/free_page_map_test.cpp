@@ -15,6 +15,7 @@
 #include "jet/record/usage_map_write.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace free_page_map_test_cases {
@@ -127,6 +128,7 @@ void plant_map_row(const std::string& path, const std::vector<std::uint8_t>& row
 }
 
 TEST(JetFreePageMap, ReachesEveryPageOfAFileGrownToTenThousandPagesAndOfItsCompactedCopy) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = grown_file(dir, "grande.mdb", 10000);
   {
@@ -149,6 +151,7 @@ TEST(JetFreePageMap, ReachesEveryPageOfAFileGrownToTenThousandPagesAndOfItsCompa
 }
 
 TEST(JetFreePageMap, BecomesAReferenceMapWhenPageOneHasNoRoomLeft) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "page1pleine.mdb").string();
   int next_id = 0;

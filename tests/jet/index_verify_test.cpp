@@ -12,6 +12,7 @@
 #include "jet/btree/index_cursor.h"
 #include "jet/btree/index_page.h"
 #include "jet/tools/index_verify.h"
+#include "jet_test_support.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace index_verify_test_cases {
@@ -44,11 +45,10 @@ Layout layout() {
 // A copy of the fixture with `patch` applied at byte `offset` of page `page`.
 std::string damaged_copy(const std::string& label, jet::PageNumber page, std::size_t offset,
                          const std::vector<std::uint8_t>& patch) {
-  const fs::path dir = fs::path(QUELIS_BINARY_DIR) / "index_verify_test";
-  fs::create_directories(dir);
-  const fs::path copy = dir / (label + ".mdb");
-  fs::copy_file(fs::path(QUELIS_FIXTURES) / kFixture, copy, fs::copy_options::overwrite_existing);
-  fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add);
+  // Kept until the program ends: the tests open the copies after this returns.
+  static const jet_test::ScratchDir dir;
+  const fs::path copy = dir.path() / (label + ".mdb");
+  jet_test::copy_fixture(dir, kFixture, copy.filename().string());
   std::fstream f(copy, std::ios::in | std::ios::out | std::ios::binary);
   f.seekp(static_cast<std::streamoff>(page) * 4096 + static_cast<std::streamoff>(offset));
   f.write(reinterpret_cast<const char*>(patch.data()), static_cast<std::streamsize>(patch.size()));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace jet_help_cmd_test_cases {
@@ -10,6 +11,7 @@ namespace jet_help_cmd_test_cases {
 namespace {
 
 TEST(JetHelp, DescribesReadingAndWritingAndListsTheWritingCommands) {
+  QUELIS_NEEDS_JET_PROGRAM();
   bool ok = false;
   const std::string help = jet_test::run(jet_test::shell_quote(jet_test::jet_program()) + " --help", &ok);
   EXPECT_TRUE(ok) << help;

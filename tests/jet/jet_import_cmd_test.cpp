@@ -8,6 +8,7 @@
 #include "jet/table/table_design.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace jet_import_cmd_test_cases {
@@ -41,6 +42,7 @@ std::vector<std::vector<std::string>> rows_of(const std::string& path, const std
 class JetImport : public ::testing::Test {
  protected:
   void SetUp() override {
+    QUELIS_NEEDS_JET_PROGRAM();
     db_ = (dir_.path() / "base.mdb").string();
     bool ok = false;
     const std::string out = jet("create " + shell_quote(db_), &ok);

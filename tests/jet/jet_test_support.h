@@ -5,8 +5,13 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+namespace test_support {
+class ScratchFolder;
+}
 
 namespace jet_test {
 
@@ -15,22 +20,29 @@ std::string fixture(const std::string& name);
 // Every fixture database, sorted by name.
 std::vector<std::string> all_fixtures();
 
-// A fresh directory removed at destruction.
+// A fresh directory removed at destruction, everything in it included.
 class ScratchDir {
  public:
   ScratchDir();
   ~ScratchDir();
   ScratchDir(const ScratchDir&) = delete;
   ScratchDir& operator=(const ScratchDir&) = delete;
-  const std::filesystem::path& path() const { return path_; }
+  const std::filesystem::path& path() const;
   // Writes `bytes` to a file of that name inside the directory; returns its path.
   std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) const;
 
  private:
-  std::filesystem::path path_;
+  std::unique_ptr<test_support::ScratchFolder> folder_;
 };
 
 std::vector<std::uint8_t> read_file(const std::string& path);
+// Whether a file the engine holds exclusively can be read meanwhile: sharing is advisory on
+// POSIX, while Windows refuses every other opener.
+#ifdef _WIN32
+inline constexpr bool kHeldFileReadable = false;
+#else
+inline constexpr bool kHeldFileReadable = true;
+#endif
 
 // Standard output of a shell command; `ok` tells whether it exited with 0.
 std::string run(const std::string& command, bool* ok = nullptr);

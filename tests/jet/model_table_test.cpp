@@ -15,6 +15,7 @@
 #include "jet/storage/transaction.h"
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace model_table_test_cases {
@@ -143,6 +144,7 @@ void check(const std::string& path, const Model& model, Generator& gen) {
 }
 
 TEST(ModelTable, RandomChangesMatchTheModelAcrossReopenings) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "m.mdb").string();
   jet::create_database(path)->create_table(design());

@@ -1,7 +1,5 @@
 // Opening files: what is accepted, what is refused and with which Jet error, and locking.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <functional>
@@ -124,26 +122,6 @@ TEST(JetOpen, SharedOpenersCoexistButBlockAnExclusiveOne) {
   auto a = jet::Database::open(path);
   auto b = jet::Database::open(path);
   EXPECT_EQ(error_of([&] { jet::Database::open(path, {.exclusive = true}); }), 3045);
-}
-
-TEST(JetOpen, ExclusiveLockHoldsAgainstAnotherProcess) {
-  jet_test::ScratchDir dir;
-  const std::string path = scratch_copy(dir);
-  auto db = jet::Database::open(path, {.exclusive = true});
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    int number = 0;
-    try {
-      jet::Database::open(path);
-    } catch (const jet::Error& e) {
-      number = e.number();
-    }
-    _exit(number == 3356 ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "properties_oracle.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace properties_engine_test_cases {
@@ -9,6 +10,7 @@ namespace properties_engine_test_cases {
 namespace {
 
 TEST(PropertyBlobsThroughTheCatalog, AreTheBytesMdbtoolsReads) {
+  QUELIS_NEEDS_MDBTOOLS();
   std::size_t blobs = 0;
   for (const auto& path : jet_oracle::fixtures()) {
     SCOPED_TRACE(path.filename().string());

@@ -10,6 +10,7 @@
 #include "jet/base/error.h"
 #include "jet/record/properties.h"
 #include "properties_oracle.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace properties_fixture_test_cases {
@@ -108,6 +109,7 @@ std::vector<std::vector<std::string>> blocks_as_lines(const std::string& text) {
 }
 
 TEST(PropertyBlobs, ValuesAgreeWithMdbProp) {
+  QUELIS_NEEDS_MDBTOOLS();
   std::size_t compared = 0;
   for (const auto& db : jet_oracle::fixtures()) {
     const auto db_blobs = jet_oracle::engine_property_blobs(db);

@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -29,14 +27,9 @@ inline std::string shell_quote(const std::string& s) {
 
 // Output of a command; throws when it cannot run or exits non-zero.
 inline std::string run(const std::string& command) {
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen((command + " 2>/dev/null").c_str(), "r"), pclose);
-  if (!pipe) throw std::runtime_error("cannot run: " + command);
-  std::string out;
-  std::array<char, 65536> buf{};
-  std::size_t n;
-  while ((n = fread(buf.data(), 1, buf.size(), pipe.get())) > 0) out.append(buf.data(), n);
-  const int status = pclose(pipe.release());
-  if (status != 0) throw std::runtime_error("command failed: " + command);
+  bool ok = false;
+  std::string out = jet_test::run(command + " 2>/dev/null", &ok);
+  if (!ok) throw std::runtime_error("command failed: " + command);
   return out;
 }
 
@@ -46,9 +39,7 @@ inline std::vector<std::filesystem::path> fixtures() {
   return out;
 }
 
-inline std::filesystem::path fixture(const std::string& name) {
-  return std::filesystem::path(QUELIS_FIXTURES) / name;
-}
+inline std::filesystem::path fixture(const std::string& name) { return jet_test::fixture(name); }
 
 struct ExportedTable {
   std::vector<std::string> columns;

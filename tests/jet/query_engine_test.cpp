@@ -4,6 +4,7 @@
 
 #include "jet/catalog/query_sql.h"
 #include "query_oracle.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace query_engine_test_cases {
@@ -11,6 +12,7 @@ namespace query_engine_test_cases {
 namespace {
 
 TEST(QueriesThroughTheCatalog, RowsAndSqlMatchMdbtools) {
+  QUELIS_NEEDS_MDBTOOLS();
   std::size_t queries = 0;
   for (const auto& path : jet_oracle::fixtures()) {
     SCOPED_TRACE(path.filename().string());

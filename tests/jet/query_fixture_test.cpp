@@ -8,6 +8,7 @@
 #include "jet/catalog/query_def.h"
 #include "jet/catalog/query_sql.h"
 #include "query_oracle.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace query_fixture_test_cases {
@@ -120,6 +121,7 @@ TEST(FixtureQueries, ClauseItemsFollowTheirOrderNumbersNotStorage) {
 }
 
 TEST(FixtureQueries, ValuesOfTheCatalogBecomeRowsAndBack) {
+  QUELIS_NEEDS_MDBTOOLS();
   const auto values = jet_oracle::query_row_values(jet_oracle::fixture("queryTestV2000.mdb"));
   ASSERT_EQ(values.size(), 90u);
   const jet_oracle::ExportedTable raw = jet_oracle::export_table(jet_oracle::fixture("queryTestV2000.mdb"), "MSysQueries");
@@ -173,6 +175,7 @@ MdbQueriesView mdb_queries_view(const std::string& name) {
 }
 
 TEST(FixtureQueries, AgreeWithMdbQueriesOnColumnsTablesAndCriteria) {
+  QUELIS_NEEDS_MDBTOOLS();
   std::size_t compared = 0;
   for (const auto& q : fixture_queries()) {
     const jet::QueryDef def = jet::read_query_def(q.rows);

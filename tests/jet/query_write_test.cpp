@@ -15,6 +15,7 @@
 #include "jet/sql/printer.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace query_write_test_cases {
@@ -59,6 +60,7 @@ std::vector<std::string> from_tables(const std::string& mdb) {
 std::string canonical(const std::string& sql) { return jet::sql::to_sql(jet::sql::parse_statement(sql)); }
 
 TEST(QueryWrite, StatementsAccessSavedAreWrittenAgainAndReadBackTheSame) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string copy = dir.write("q.mdb", jet_test::read_file(jet_test::fixture("queryTestV2000.mdb")));
   const auto original = saved_sql(copy);

@@ -12,6 +12,7 @@
 #include "jet/base/error.h"
 #include "jet/ddl/relationship_write.h"
 #include "jet/storage/transaction.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace referential_engine_test_cases {
@@ -167,6 +168,7 @@ std::multiset<std::string> texts(jet::WritableDatabase& db, const std::string& t
 }
 
 TEST(ReferentialEngine, CascadeUpdatesCarryCompositeKeysTwoLevelsDown) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = made_places(dir, attributes::CascadeUpdates);
   {

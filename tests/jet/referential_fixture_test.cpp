@@ -4,6 +4,7 @@
 
 #include "alter_table_support.h"
 #include "jet/base/error.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace referential_fixture_test_cases {
@@ -14,6 +15,7 @@ using namespace alter_table_test;
 using V = jet::Value;
 
 TEST(ReferentialFixture, AccessRelationshipsEnforcedAndCascaded) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = jet_test::copy_fixture(dir, "indexTestV2000.mdb");
   {

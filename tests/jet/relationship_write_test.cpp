@@ -15,6 +15,7 @@
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace relationship_write_test_cases {
@@ -41,6 +42,7 @@ jet::RelationshipDesign design(std::uint32_t attributes) {
 }
 
 TEST(RelationshipWrite, EnforcedRelationshipsGetForeignKeysOnBothTables) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string fixture = jet_test::fixture("indexTestV2000.mdb");
   const std::string copy = dir.write("r.mdb", jet_test::read_file(fixture));

@@ -17,6 +17,7 @@
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace repair_test_cases {
@@ -67,6 +68,7 @@ TEST(Repair, SoundFixturesAreNotWritten) {
 }
 
 TEST(Repair, DamagedIndexPagesAreRebuiltFromTheRows) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   for (const std::string name : {"indexTestV2000.mdb", "compIndexTestV2000.mdb", "testIndexPropertiesV2000.mdb"}) {
     SCOPED_TRACE(name);
@@ -100,6 +102,7 @@ TEST(Repair, DamagedIndexPagesAreRebuiltFromTheRows) {
 }
 
 TEST(Repair, ForgottenDataPagesAndWrongRowCountsArePutRight) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string copy = copy_fixture(dir, "compIndexTestV2000.mdb");
   std::string table;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace sql_command_test_cases {
@@ -33,6 +34,7 @@ class SqlCommand : public ::testing::Test {
 };
 
 TEST_F(SqlCommand, SelectPrintsCsvAsExportDoes) {
+  QUELIS_NEEDS_JET_PROGRAM();
   const Outcome all = sql("SELECT * FROM Table2");
   EXPECT_TRUE(all.ok) << all.err;
   EXPECT_EQ(all.out, jet_test::mdb_export(path, "Table2"));
@@ -44,6 +46,7 @@ TEST_F(SqlCommand, SelectPrintsCsvAsExportDoes) {
 }
 
 TEST_F(SqlCommand, ChangesPrintTheRecordsAffected) {
+  QUELIS_NEEDS_JET_PROGRAM();
   Outcome o = sql("UPDATE Table2 SET data = data & '!' WHERE id >= 1");
   EXPECT_TRUE(o.ok) << o.err;
   EXPECT_EQ(o.out, "2\n");
@@ -55,6 +58,7 @@ TEST_F(SqlCommand, ChangesPrintTheRecordsAffected) {
 }
 
 TEST_F(SqlCommand, RefusedRowsArePassedOverUnlessFailOnErrorIsGiven) {
+  QUELIS_NEEDS_JET_PROGRAM();
   Outcome o = sql("UPDATE Table2 SET id = 1", "--fail-on-error");
   EXPECT_FALSE(o.ok);
   EXPECT_EQ(o.out, "");
@@ -68,6 +72,7 @@ TEST_F(SqlCommand, RefusedRowsArePassedOverUnlessFailOnErrorIsGiven) {
 }
 
 TEST_F(SqlCommand, ErrorsGoToStderrWithTheirNumber) {
+  QUELIS_NEEDS_JET_PROGRAM();
   Outcome o = sql("SELECT * FROM Absente");
   EXPECT_FALSE(o.ok);
   EXPECT_EQ(o.out, "");

@@ -9,6 +9,7 @@
 #include "jet/catalog/catalog.h"
 #include "jet/storage/transaction.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace sql_exec_alter_test_cases {
@@ -51,6 +52,7 @@ class SqlAlterTable : public ::testing::Test {
 };
 
 TEST_F(SqlAlterTable, AddColumnLeavesOldRowsNullAndTakesNewValues) {
+  QUELIS_NEEDS_MDBTOOLS();
   EXPECT_EQ(db->x("ALTER TABLE Table2 ADD COLUMN note TEXT(20)"), 0);
   EXPECT_EQ(db->q("SELECT id, note FROM Table2 ORDER BY id"), (Lines{"0|~", "1|~", "2|~"}));
   EXPECT_EQ(db->x("UPDATE Table2 SET note = 'n' & id WHERE id > 0"), 2);
@@ -73,6 +75,7 @@ TEST_F(SqlAlterTable, AddColumnNotNullIsRequiredForRowsWrittenAfter) {
 }
 
 TEST_F(SqlAlterTable, AddColumnRefusals) {
+  QUELIS_NEEDS_MDBTOOLS();
   std::string text;
   EXPECT_EQ(error_of([&] { db->x("ALTER TABLE Table2 ADD COLUMN DATA TEXT(10)"); }, &text), 3191);
   EXPECT_EQ(error_of([&] { db->x("ALTER TABLE Absente ADD COLUMN x LONG"); }, &text), 3078);
@@ -84,6 +87,7 @@ TEST_F(SqlAlterTable, AddColumnRefusals) {
 }
 
 TEST_F(SqlAlterTable, DropColumnKeepsTheOtherColumnsData) {
+  QUELIS_NEEDS_MDBTOOLS();
   db->x("ALTER TABLE Table3 ADD COLUMN extra LONG");
   db->x("UPDATE Table3 SET extra = id * 2");
   db->x("ALTER TABLE Table3 DROP COLUMN data");
@@ -101,6 +105,7 @@ TEST_F(SqlAlterTable, DropColumnRefusals) {
 }
 
 TEST_F(SqlAlterTable, AlterColumnResizesATextKeepingItsValues) {
+  QUELIS_NEEDS_MDBTOOLS();
   db->x("ALTER TABLE Table2 ALTER COLUMN data TEXT(4)");
   EXPECT_EQ(db->q("SELECT data FROM Table2 ORDER BY id"), (Lines{"foo0", "foo1", "foo2"}));
   EXPECT_EQ(error_of([&] { db->x("UPDATE Table2 SET data = 'cinq5' WHERE id = 0"); }), 3163);
@@ -113,6 +118,7 @@ TEST_F(SqlAlterTable, AlterColumnResizesATextKeepingItsValues) {
 }
 
 TEST_F(SqlAlterTable, AlterColumnToAnotherTypeConvertsEveryRowOrNone) {
+  QUELIS_NEEDS_MDBTOOLS();
   db->x("ALTER TABLE Table3 ADD COLUMN nombre TEXT(10)");
   db->x("UPDATE Table3 SET nombre = '' & (id * 3)");
   db->x("UPDATE Table3 SET nombre = Null WHERE id = 12");
@@ -167,6 +173,7 @@ TEST_F(SqlAlterTable, ForeignKeyConstraintsAreRelationships) {
 }
 
 TEST_F(SqlAlterTable, ChangesInsideATransactionGoWithItsRollback) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     jet::Transaction t(db->db().pager());
     db->x("ALTER TABLE Table2 ADD COLUMN temp LONG");

@@ -7,6 +7,7 @@
 #include "jet/db/create_database.h"
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace sql_exec_ddl_test_cases {
@@ -76,6 +77,7 @@ class FicheFromNothing : public ::testing::Test {
 };
 
 TEST_F(FicheFromNothing, TheApplicationsBackupUpdate) {
+  QUELIS_NEEDS_MDBTOOLS();
   const auto backup_before = jet_test::read_file(backup_path);
   std::vector<std::string> asked;
   {
@@ -105,6 +107,7 @@ TEST_F(FicheFromNothing, MissingBackupIsReportedWithTheApplicationsPath) {
 }
 
 TEST_F(FicheFromNothing, TableRulesMadeBySql) {
+  QUELIS_NEEDS_MDBTOOLS();
   Db db(main_path);
   // NOT NULL makes the column required; the primary key refuses a second (1, 'A').
   EXPECT_EQ(error_of([&] { db.x("INSERT INTO FICHE (NUFICHE) VALUES (20)"); }), 3314);
@@ -127,6 +130,7 @@ TEST_F(FicheFromNothing, TableRulesMadeBySql) {
 }
 
 TEST_F(FicheFromNothing, SelectIntoMakesAndFillsATable) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Db db(main_path);
     EXPECT_EQ(db.x("SELECT NUFICHE, COPERAUT, NUFICHE * 2 AS Twice INTO Waiting FROM FICHE WHERE "

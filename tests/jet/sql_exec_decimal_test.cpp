@@ -8,6 +8,7 @@
 #include "jet/base/decimal.h"
 #include "jet/base/error.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace sql_exec_decimal_test_cases {
@@ -33,6 +34,7 @@ class SqlDecimal : public ::testing::Test {
 };
 
 TEST_F(SqlDecimal, NumbersAndNumericTextsGoIntoDecimalColumns) {
+  QUELIS_NEEDS_MDBTOOLS();
   EXPECT_EQ(db->x("INSERT INTO test (col1, col2) VALUES ('double', 5.5)"), 1);
   EXPECT_EQ(db->x("INSERT INTO test (col1, col2) VALUES ('beyond long', 2147483648)"), 1);
   EXPECT_EQ(db->x("INSERT INTO test (col1, col2) VALUES ('text', '12')"), 1);
@@ -50,6 +52,7 @@ TEST_F(SqlDecimal, NumbersAndNumericTextsGoIntoDecimalColumns) {
 }
 
 TEST_F(SqlDecimal, EveryNumericKindConvertsIntoADecimalColumn) {
+  QUELIS_NEEDS_MDBTOOLS();
   const std::vector<std::pair<std::string, std::string>> cases{
       {"n", "12"},          {"l", "20000"},    {"c", "123.46"},  // Currency rounded to the scale
       {"x", "0.1"},         {"s", "1.1"},      {"b", "-1"},      // Single with its 7 digits, True as -1
@@ -65,6 +68,7 @@ TEST_F(SqlDecimal, EveryNumericKindConvertsIntoADecimalColumn) {
 }
 
 TEST_F(SqlDecimal, DecimalArithmeticStaysExact) {
+  QUELIS_NEEDS_MDBTOOLS();
   db->x("UPDATE test SET col2 = '123456789012345678'");
   // Through a Double, the product would lose its last digits.
   EXPECT_EQ(db->x("UPDATE test SET col3 = col2 * 2, col4 = col2 + 1, col5 = col2 - col2 - 7"), 1);

@@ -7,6 +7,7 @@
 
 #include "jet/catalog/catalog.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace sql_exec_index_test_cases {
@@ -89,6 +90,7 @@ TEST_F(SqlIndexes, DropIndexLetsDuplicatesIn) {
 }
 
 TEST_F(SqlIndexes, DropTableTakesItsRowsAndRelationships) {
+  QUELIS_NEEDS_MDBTOOLS();
   db->x("DROP TABLE Table3");
   EXPECT_EQ(db->db().catalog().find_table("Table3"), nullptr);
   EXPECT_EQ(error_of([&] { db->q("SELECT * FROM Table3"); }), 3078);

@@ -5,6 +5,7 @@
 
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace sql_exec_insert_delete_test_cases {
@@ -20,6 +21,7 @@ using Lines = std::vector<std::string>;
 constexpr const char* kAll = "SELECT A, B, C, D, E, F, G, H, I FROM Table1";
 
 TEST(Insert, ValuesConvertedToTheColumnTypes) {
+  QUELIS_NEEDS_MDBTOOLS();
   Scratch scratch;
   const std::string path = scratch.copy("testV2000.mdb");
   {
@@ -85,6 +87,7 @@ TEST(Insert, FromASelectAllOrNothing) {
 }
 
 TEST(Delete, OneTableAndATableOfAJoin) {
+  QUELIS_NEEDS_MDBTOOLS();
   Scratch scratch;
   const std::string path = scratch.copy("indexTestV2000.mdb");
   {

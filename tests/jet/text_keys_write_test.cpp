@@ -22,6 +22,7 @@
 #include "jet/storage/transaction.h"
 #include "jet/tools/verify.h"
 #include "sql_exec_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace text_keys_write_test_cases {
@@ -90,6 +91,7 @@ void expect_sound_and_readable(const std::string& path, const std::vector<std::s
 }
 
 TEST(TextKeysWritten, EveryScriptInsertedUpdatedDeletedCompactedAndRepaired) {
+  QUELIS_NEEDS_MDBTOOLS();
   Scratch scratch;
   const std::string path = scratch.copy("emptyV2000.mdb");
   std::vector<std::string> names = kNames;
@@ -226,6 +228,7 @@ std::vector<std::int64_t> rows_with_key(const std::string& path, const std::stri
 }
 
 TEST(TextKeysWritten, AStoredEntryWithoutAComputableKeyIsKeptMovedAndCarried) {
+  QUELIS_NEEDS_MDBTOOLS();
   Scratch scratch;
   const std::string path = file_with_a_key_beyond_the_plane(scratch);
   expect_sound_and_readable(path, {"alpha", kBeyondExported, "gamma"});

@@ -9,6 +9,7 @@
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace write_autonumber_test_cases {
@@ -29,6 +30,7 @@ std::vector<std::uint8_t> pages_of(const std::string& path, const std::string& t
 }
 
 TEST(WriteAutonumber, AccessTableNumbersFromItsStoredCounter) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = dir.write("t.mdb", jet_test::read_file(jet_test::fixture("testV2000.mdb")));
   const auto table1 = pages_of(path, "Table1");

@@ -54,7 +54,7 @@ TEST(WritePagerRefresh, CommittedPagesAreServedByTheFileNotKeptInMemory) {
     EXPECT_EQ(db->pager().held_pages(), 0u);
     EXPECT_EQ(db->table("T").count_rows(), 200u * static_cast<unsigned>(round + 1));
   }
-  EXPECT_EQ(db->pager().page_count() * 4096u, jet_test::read_file(path).size());
+  EXPECT_EQ(db->pager().page_count() * 4096u, std::filesystem::file_size(path));
 }
 
 }  // namespace

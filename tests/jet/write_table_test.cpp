@@ -12,6 +12,7 @@
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace write_table_test_cases {
@@ -55,6 +56,7 @@ jet::Row texts(std::vector<std::string> given) {
 }
 
 TEST(TableWriter, InsertUpdateRemoveReadBackByMdbtools) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = copy_fixture(dir, "overflowTestV2000.mdb");
   const auto catalog_before = table_pages(path, "MSysObjects");
@@ -92,6 +94,7 @@ TEST(TableWriter, InsertUpdateRemoveReadBackByMdbtools) {
 }
 
 TEST(TableWriter, OtherTablesStayByteIdentical) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = copy_fixture(dir, "queryTestV2000.mdb");
   const auto table2 = table_pages(path, "Table2");
@@ -109,6 +112,7 @@ TEST(TableWriter, OtherTablesStayByteIdentical) {
 }
 
 TEST(TableWriter, ARowThatOutgrowsItsPageMovesAndKeepsItsId) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = copy_fixture(dir, "overflowTestV2000.mdb");
   std::vector<jet::RowId> ids;
@@ -148,6 +152,7 @@ TEST(TableWriter, ARowThatOutgrowsItsPageMovesAndKeepsItsId) {
 }
 
 TEST(TableWriter, LongValuesInlineOnOnePageAndChainedAreReadBackAndFreed) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = copy_fixture(dir, "fixedNumericTestV2000.mdb");
   auto db = jet::WritableDatabase::open(path);

@@ -15,6 +15,7 @@
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace write_tdef_test_cases {
@@ -96,6 +97,7 @@ jet::ColumnDef text_column(const jet::TableDef& def, int i) {
 }
 
 TEST(WriteTableDef, RewritingInPlaceGrowsAndShrinksTheChain) {
+  QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
   const std::string path = dir.write("t.mdb", jet_test::read_file(jet_test::fixture("test2V2000.mdb")));
   const auto untouched = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " MSP_PROJECTS");

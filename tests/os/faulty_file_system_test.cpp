@@ -1,13 +1,13 @@
 // The fault-injecting file system fails exactly the operation it was told to, leaves the
 // others to the real one, and tears or truncates writes the way a failing disk does.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
 #include "os/faulty_file_system.h"
 #include "os/services.h"
+#include "support/scratch_folder.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace faulty_file_system_test_cases {
@@ -17,24 +17,15 @@ namespace {
 namespace fs = std::filesystem;
 
 struct FaultyFiles : ::testing::Test {
-  FaultyFiles() {
-    dir = fs::temp_directory_path() / ("faulty_test_" + std::to_string(::getpid()) + "_" +
-                                      ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-    path = (dir / "f.bin").string();
-    std::ofstream(path, std::ios::binary) << std::string(8, '.');
-  }
-  ~FaultyFiles() override {
-    std::error_code ec;
-    fs::remove_all(dir, ec);
-  }
+  FaultyFiles() { std::ofstream(path, std::ios::binary) << std::string(8, '.'); }
+  // Read once the file is closed: Windows refuses other openers of an exclusively held file.
   std::string content() const {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
   }
-  fs::path dir;
-  std::string path;
+  test_support::ScratchFolder scratch;
+  fs::path dir = scratch.path();
+  std::string path = (dir / "f.bin").string();
   os::FaultyFileSystem files{*os::system_services().files};
 };
 
@@ -61,25 +52,29 @@ TEST_F(FaultyFiles, FailsTheNthWriteOnlyCountingAcrossFiles) {
 }
 
 TEST_F(FaultyFiles, ATornWriteLeavesHalfItsBytes) {
-  auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
-  files.fail_write(1, os::FailureKind::IoError, true);
-  EXPECT_THROW(f->write_at(0, kFour), os::Failure);
+  {
+    auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+    files.fail_write(1, os::FailureKind::IoError, true);
+    EXPECT_THROW(f->write_at(0, kFour), os::Failure);
+  }
   EXPECT_EQ(content(), "ab......");
 }
 
 TEST_F(FaultyFiles, AFullDiskTakesWhatFitsThenRefuses) {
-  auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
-  files.disk_full_after(6);
-  f->write_at(0, kFour);
-  try {
-    f->write_at(4, kFour);
-    FAIL() << "write past the free space went through";
-  } catch (const os::Failure& failure) {
-    EXPECT_EQ(failure.kind(), os::FailureKind::DiskFull);
+  {
+    auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+    files.disk_full_after(6);
+    f->write_at(0, kFour);
+    try {
+      f->write_at(4, kFour);
+      FAIL() << "write past the free space went through";
+    } catch (const os::Failure& failure) {
+      EXPECT_EQ(failure.kind(), os::FailureKind::DiskFull);
+    }
+    EXPECT_THROW(f->write_at(0, kFour), os::Failure);  // still full
   }
   EXPECT_EQ(content(), "abcdab..");
   EXPECT_EQ(files.bytes_written(), 6u);
-  EXPECT_THROW(f->write_at(0, kFour), os::Failure);  // still full
 }
 
 TEST_F(FaultyFiles, SyncReadAndRenameFailuresAreCuedSeparately) {

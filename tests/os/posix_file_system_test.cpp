@@ -1,7 +1,10 @@
-// The machine's file system as the engine sees it: sharing refusals between openers of one
-// process, creation that never replaces, positioned I/O, and the failure kinds.
+// What only the POSIX file system does: its sharing is advisory (flock), so it binds the
+// openers that take part and not a plain open(); lock files are probed for the locks other
+// programs take on Linux (flock and fcntl), in this process or another.
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/file.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -9,139 +12,66 @@
 
 #include "os/failure.h"
 #include "os/services.h"
+#include "support/scratch_folder.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace posix_file_system_test_cases {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 struct PosixFiles : ::testing::Test {
-  PosixFiles() {
-    dir = fs::temp_directory_path() / ("os_test_" + std::to_string(::getpid()) + "_" +
-                                      ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  ~PosixFiles() override {
-    std::error_code ec;
-    fs::remove_all(dir, ec);
-  }
-  std::string file(const std::string& name, const std::string& content = "") const {
-    const fs::path p = dir / name;
-    std::ofstream(p, std::ios::binary) << content;
-    return p.string();
-  }
-  static os::FailureKind kind_of(const std::function<void()>& action) {
-    try {
-      action();
-    } catch (const os::Failure& f) {
-      return f.kind();
-    }
-    ADD_FAILURE() << "no failure";
-    return os::FailureKind::IoError;
+  std::string file(const std::string& name) const {
+    const std::string path = (scratch.path() / name).string();
+    std::ofstream(path, std::ios::binary) << "x";
+    return path;
   }
   os::FileSystem& files = *os::system_services().files;
-  fs::path dir;
+  test_support::ScratchFolder scratch;
 };
 
-TEST_F(PosixFiles, SharingModesRefuseEachOtherAsWindowsDoes) {
-  const std::string path = file("base.mdb", "x");
-  {
-    auto exclusive = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
-    // A second exclusive opener is refused as "in use"; a shared one learns the file is held.
-    EXPECT_EQ(kind_of([&] { files.open(path, os::Access::Read, os::Sharing::Exclusive); }), os::FailureKind::InUse);
-    EXPECT_EQ(kind_of([&] { files.open(path, os::Access::Read, os::Sharing::Shared); }),
-              os::FailureKind::HeldExclusively);
+TEST_F(PosixFiles, ExclusiveSharingBindsOnlyOpenersThatLock) {
+  const std::string path = file("base.mdb");
+  auto held = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+  // A program that does not lock still opens the file: the sharing is advisory here.
+  const int plain = ::open(path.c_str(), O_RDONLY);
+  EXPECT_GE(plain, 0);
+  // One that takes a flock, as the engine does, is kept out.
+  EXPECT_NE(::flock(plain, LOCK_SH | LOCK_NB), 0);
+  EXPECT_EQ(errno, EWOULDBLOCK);
+  ::close(plain);
+}
+
+TEST_F(PosixFiles, LockFilesShowTheLocksOfOtherProgramsAndProcesses) {
+  const std::string by_flock = file("flock.ldb");
+  const int fd = ::open(by_flock.c_str(), O_RDWR);
+  ASSERT_EQ(::flock(fd, LOCK_EX), 0);
+  EXPECT_TRUE(files.locked_by_another(by_flock));
+  ::close(fd);
+  EXPECT_FALSE(files.locked_by_another(by_flock));
+
+  // A lock held by another process, taken the engine's way: the child holds it until told.
+  const std::string by_child = (scratch.path() / "child.ldb").string();
+  int to_child[2], from_child[2];
+  ASSERT_EQ(::pipe(to_child), 0);
+  ASSERT_EQ(::pipe(from_child), 0);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    auto hold = files.hold_lock(by_child);
+    char c = 'h';
+    if (::write(from_child[1], &c, 1) != 1 || ::read(to_child[0], &c, 1) != 1) ::_exit(2);
+    ::_exit(0);
   }
-  {
-    auto one = files.open(path, os::Access::Read, os::Sharing::Shared);
-    auto two = files.open(path, os::Access::Read, os::Sharing::Shared);  // shared openers coexist
-    EXPECT_EQ(kind_of([&] { files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive); }),
-              os::FailureKind::InUse);
-  }
-  // Closing releases: the file may be held exclusively again.
-  EXPECT_NO_THROW(files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive));
-}
-
-TEST_F(PosixFiles, MissingFilesFoldersAndFoldersInPlaceOfFilesAreTold) {
-  EXPECT_EQ(kind_of([&] { files.open((dir / "none.mdb").string(), os::Access::Read, os::Sharing::Shared); }),
-            os::FailureKind::NotFound);
-  EXPECT_EQ(kind_of([&] { files.open((dir / "no" / "b.mdb").string(), os::Access::Read, os::Sharing::Shared); }),
-            os::FailureKind::FolderNotFound);
-  EXPECT_EQ(kind_of([&] { files.open(dir.string(), os::Access::Read, os::Sharing::Shared); }),
-            os::FailureKind::NotAFile);
-}
-
-TEST_F(PosixFiles, ReadsAndWritesAtOffsetsAndReportsShortReadsAtTheEnd) {
-  const std::string path = file("data.bin", "abcdef");
-  auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
-  const std::uint8_t patch[] = {'X', 'Y'};
-  f->write_at(2, patch);
-  f->write_at(10, patch);  // past the end: the file grows, the gap reads as zeros
-  EXPECT_EQ(f->size(), 12u);
-  std::vector<std::uint8_t> back(16, 0xEE);
-  EXPECT_EQ(f->read_at(0, back), 12u);
-  EXPECT_EQ(std::string(back.begin(), back.begin() + 12), std::string("abXYef\0\0\0\0XY", 12));
-  f->truncate(3);
-  EXPECT_EQ(f->size(), 3u);
-  EXPECT_NO_THROW(f->sync());
-}
-
-TEST_F(PosixFiles, CreationNeverReplacesAndPublishingKeepsAnExistingName) {
-  const std::string taken = file("taken.mdb", "old");
-  EXPECT_EQ(kind_of([&] { files.create_new(taken); }), os::FailureKind::AlreadyExists);
-
-  const std::string temp = (dir / "new.tmp").string();
-  {
-    auto f = files.create_new(temp);
-    const std::uint8_t bytes[] = {'n', 'e', 'w'};
-    f->write_at(0, bytes);
-  }
-  EXPECT_EQ(kind_of([&] { files.publish_new(temp, taken); }), os::FailureKind::AlreadyExists);
-  EXPECT_TRUE(files.exists(temp));  // nothing moved
-  std::ifstream old(taken);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(old), {}), "old");
-
-  const std::string fresh = (dir / "fresh.mdb").string();
-  files.publish_new(temp, fresh);
-  EXPECT_FALSE(files.exists(temp));
-  EXPECT_TRUE(files.exists(fresh));
-
-  files.rename_over(fresh, taken);  // the finished file takes the old one's place
-  std::ifstream replaced(taken);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(replaced), {}), "new");
-  EXPECT_FALSE(files.exists(fresh));
-  EXPECT_NO_THROW(files.remove(fresh));  // already gone: not an error
-}
-
-TEST_F(PosixFiles, ReadOnlyAttributeAndLockFiles) {
-  const std::string path = file("ro.mdb", "x");
-  EXPECT_FALSE(files.is_read_only(path));
-  ::chmod(path.c_str(), 0444);
-  EXPECT_TRUE(files.is_read_only(path));
-  EXPECT_FALSE(files.is_read_only((dir / "none").string()));
-
-  const std::string lock = (dir / "base.ldb").string();
-  EXPECT_FALSE(files.locked_by_another(lock));  // missing
-  {
-    auto hold = files.hold_lock(lock);
-    EXPECT_TRUE(files.exists(lock));
-    EXPECT_TRUE(files.locked_by_another(lock));
-    EXPECT_EQ(kind_of([&] { files.hold_lock(lock); }), os::FailureKind::InUse);
-  }
-  EXPECT_FALSE(files.locked_by_another(lock));
-  EXPECT_FALSE(files.host_name().empty());
-}
-
-TEST(SystemClock, GivesAPlausibleLocalDateAndDistinctRandomNumbers) {
-  const os::LocalTime t = os::system_services().clock->now();
-  EXPECT_GE(t.year, 2024);
-  EXPECT_TRUE(t.month >= 1 && t.month <= 12 && t.day >= 1 && t.day <= 31);
-  EXPECT_TRUE(t.hour >= 0 && t.hour < 24 && t.minute >= 0 && t.minute < 60);
-  os::Random& random = *os::system_services().random;
-  EXPECT_NE(random.next(), random.next());
+  char c = 0;
+  ASSERT_EQ(::read(from_child[0], &c, 1), 1);
+  EXPECT_TRUE(files.locked_by_another(by_child));
+  EXPECT_THROW(files.hold_lock(by_child), os::Failure);
+  ASSERT_EQ(::write(to_child[1], &c, 1), 1);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_FALSE(files.locked_by_another(by_child));
+  for (int end : {to_child[0], to_child[1], from_child[0], from_child[1]}) ::close(end);
 }
 
 }  // namespace

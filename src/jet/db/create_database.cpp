@@ -151,7 +151,11 @@ void write_file(const os::Services& services, const std::string& path, Pager& pa
 std::unique_ptr<WritableDatabase> create_database(const std::string& path, const CreateOptions& options) {
   const os::Services& services = options.services ? *options.services : os::system_services();
   if (services.files->exists(path)) throw Error(ErrorCode::DatabaseExists, path);
-  const std::string parent = std::filesystem::path(path).parent_path().string();
+  // The engine's paths are UTF-8; on Windows std::filesystem takes a plain string in the
+  // system's code page instead, which would mangle an accented folder name.
+  const std::u8string parent_u8 =
+      std::filesystem::path(std::u8string(path.begin(), path.end())).parent_path().u8string();
+  const std::string parent(parent_u8.begin(), parent_u8.end());
   if (!parent.empty() && !services.files->is_folder(parent)) throw Error(ErrorCode::InvalidPath, path);
 
   const double created = options.created != 0 ? options.created : jet_now(*services.clock);
