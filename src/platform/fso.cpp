@@ -145,7 +145,17 @@ void File::SetName(std::string_view newName) {
   const auto existing = localfs::findEntry(r.local.parent_path(), newName);
   if (existing && !EqualsNoCase(*existing, localfs::toUtf8(r.local.filename()))) fail(ErrorCode::FileAlreadyExists);
   if (IsLockedByAnother(r.local)) fail(ErrorCode::PermissionDenied);
-  localfs::moveEntry(r.local, r.local.parent_path() / localfs::fromUtf8(newName));
+  const fs::path target = r.local.parent_path() / localfs::fromUtf8(newName);
+  if (existing) {
+    // The same entry under another case: through a temporary name, which every file system
+    // renames (some take a case-only rename for a rename onto itself and do nothing).
+    fs::path step = r.local;
+    step += ".~renommage";
+    localfs::moveEntry(r.local, step);
+    localfs::moveEntry(step, target);
+  } else {
+    localfs::moveEntry(r.local, target);
+  }
   path_ = ChildPath(ParentPathText(path_), newName);
 }
 

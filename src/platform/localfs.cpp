@@ -35,7 +35,11 @@ std::FILE* openFile(const fs::path& file, const char* mode) {
 
 std::optional<std::string> findEntry(const fs::path& folder, std::string_view name) {
   std::error_code ec;
+#ifndef _WIN32
+  // A case-sensitive file system answers an exact match at once; a Windows one would find any
+  // spelling, while the caller needs the one on disk.
   if (fs::exists(fs::symlink_status(folder / fromUtf8(name), ec))) return std::string(name);
+#endif
   std::optional<std::string> found;
   for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
     std::string candidate = toUtf8(it->path().filename());
@@ -101,19 +105,6 @@ bool isReadOnly(const fs::path& p) {
 void clearReadOnly(const fs::path& p) {
   std::error_code ec;
   fs::permissions(p, fs::perms::owner_write, fs::perm_options::add, ec);
-}
-
-void copyFile(const fs::path& from, const fs::path& to) {
-  std::error_code ec;
-  if (!isFile(from)) throw Error(ErrorCode::FileNotFound);
-  fs::copy_file(from, to, fs::copy_options::overwrite_existing, ec);
-  if (ec) {
-    if (ec == std::errc::no_space_on_device) throw Error(ErrorCode::DiskFull);
-    if (ec == std::errc::no_such_file_or_directory) throw Error(ErrorCode::PathNotFound);
-    throw Error(ErrorCode::PermissionDenied);
-  }
-  const auto when = fs::last_write_time(from, ec);
-  if (!ec) fs::last_write_time(to, when, ec);  // Windows keeps the copy's modification time
 }
 
 void replaceFile(const fs::path& from, const fs::path& to) {

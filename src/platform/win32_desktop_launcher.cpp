@@ -92,7 +92,8 @@ double DesktopLauncher::Shell(std::string_view pathName, int windowStyle) {
 }
 
 void DesktopLauncher::AppActivate(double taskId) {
-  if (taskId <= 0) throw Error(ErrorCode::InvalidProcedureCall);
+  // Only a task this launcher started (or counted, when silent) can be activated.
+  if (taskId <= 0 || (!interactive_ && taskId > lastTask_)) throw Error(ErrorCode::InvalidProcedureCall);
   if (!interactive_) return;
   WindowSearch search{static_cast<DWORD>(taskId)};
   ::EnumWindows(visitWindow, reinterpret_cast<LPARAM>(&search));

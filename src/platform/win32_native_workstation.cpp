@@ -44,8 +44,14 @@ class NativeWorkstation : public Workstation {
     return resolved;
   }
 
+  // Windows answers DRIVE_NO_ROOT_DIR for a path that is not a drive's root; some
+  // implementations of the call (Wine) answer for the drive instead, so the text is checked here.
   unsigned GetDriveTypeA(std::string_view rootPathName) const override {
-    return ::GetDriveTypeW(wide(rootPathName).c_str());
+    std::string text(rootPathName);
+    if (text.size() == 2 && text[1] == ':') text += '\\';
+    const auto parsed = ParseWinPath(text);
+    if (!parsed || !parsed->isRoot()) return DRIVE_NO_ROOT_DIR;
+    return ::GetDriveTypeW(wide(text).c_str());
   }
 
   long GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view defaultValue,

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "support/scratch_folder.h"
 #include "launcher/base_migration.h"
 #include "launcher/program.h"
 #include "pipeline/frm_attente.h"
@@ -150,8 +151,7 @@ class FrmAttenteScriptee : public pipeline::FrmAttente {
 class LauncherTest : public ::testing::Test {
  protected:
   LauncherTest() {
-    std::string pattern = (fs::temp_directory_path() / "quelis-launcher-XXXXXX").string();
-    root_ = mkdtemp(pattern.data());
+    root_ = test_support::MakeScratchFolder("quelis-launcher-");
   }
   ~LauncherTest() override {
     std::error_code ignored;

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "support/scratch_folder.h"
 #include "pipeline/program_state.h"
 #include "sample/sample_databases.h"
 #include "pipeline/frm_attente.h"
@@ -62,8 +63,7 @@ inline echantillon::SiteEchantillon SiteLille() { return {"059", "01", "00", "Ce
 class PipelineTest : public ::testing::Test {
  protected:
   PipelineTest() {
-    std::string pattern = (fs::temp_directory_path() / "quelis-pipeline-XXXXXX").string();
-    root = mkdtemp(pattern.data());
+    root = test_support::MakeScratchFolder("quelis-pipeline-");
     fs::create_directories(root / kBasesLocal);
     env = std::make_unique<platform::Environment>(
         platform::Environment::ForTests(root, platform::DateTime{2013, 1, 15, 14, 30, 5}));

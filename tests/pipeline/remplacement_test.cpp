@@ -2,10 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "support/scratch_folder.h"
+#include "support/spelled_names.h"
 #include "pipeline/remplacement.h"
 #include "platform/error.h"
 #include "platform/filelock.h"
@@ -17,8 +20,7 @@ namespace fs = std::filesystem;
 class RemplacementTest : public ::testing::Test {
  protected:
   RemplacementTest() {
-    std::string pattern = (fs::temp_directory_path() / "quelis-remplacement-XXXXXX").string();
-    root = mkdtemp(pattern.data());
+    root = test_support::MakeScratchFolder("quelis-remplacement-");
     fs::create_directories(root / "C" / "Bases");
     fs::create_directories(root / "D");
     poste = std::make_unique<platform::FolderWorkstation>(root);
@@ -56,7 +58,9 @@ TEST_F(RemplacementTest, TheCopyTakesTheLiveNameWhetherOrNotItExists) {
   pipeline::RemplaceFichier(*poste, "C:\\BASES\\QuelComp.mdb", "C:\\Bases\\QUELIS.MDB");
   EXPECT_EQ(read("C/Bases/Quelis.mdb"), "nouvelle");
   EXPECT_FALSE(fs::exists(root / "C/Bases/QuelComp.mdb"));
-  EXPECT_FALSE(fs::exists(root / "C/Bases/QUELIS.MDB"));
+  const std::vector<std::string> spelled = test_support::SpelledNames(root / "C" / "Bases");
+  EXPECT_EQ(std::count(spelled.begin(), spelled.end(), "QUELIS.MDB"), 0);
+  EXPECT_EQ(std::count(spelled.begin(), spelled.end(), "Quelis.mdb"), 1);
 
   write("C/Bases/QuelComp.mdb", "encore");
   fs::remove(root / "C/Bases/Quelis.mdb");

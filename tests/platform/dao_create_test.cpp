@@ -2,6 +2,7 @@
 // copy of an Access-made file; the files are read back by mdbtools.
 #include <cstdio>
 
+#include "support/linux_programs.h"
 #include "dao_test_support.h"
 #include "jet/db/create_database.h"
 #include "jet/db/database.h"
@@ -56,6 +57,7 @@ class DaoCreateTest : public DaoTest {
 };
 
 TEST_F(DaoCreateTest, ATableAppendedToANewDatabaseHoldsRowsMdbtoolsReads) {
+  QUELIS_NEEDS_MDBTOOLS();
   const std::string path = created("Neuve.mdb");
   {
     Database db = engine_.OpenDatabase(path, true);
@@ -110,6 +112,7 @@ TEST_F(DaoCreateTest, ATableCreatedInsideARolledBackTransactionIsGone) {
 }
 
 TEST_F(DaoCreateTest, ATableCreatedInsideACommittedTransactionIsInTheFile) {
+  QUELIS_NEEDS_MDBTOOLS();
   const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
   engine_.BeginTrans();
   Database db = engine_.OpenDatabase(path, true);
@@ -129,6 +132,7 @@ namespace {
 using namespace platform::dao;
 
 TEST_F(DaoCreateTest, RulesSetOnASavedFieldAreKeptInTheFileAndEnforced) {
+  QUELIS_NEEDS_MDBTOOLS();
   const std::string path = place("indexTestV2000.mdb", "Quelis.mdb");
   {
     Database db = engine_.OpenDatabase(path, true);
@@ -188,6 +192,7 @@ TEST_F(DaoCreateTest, ARuleSetWhileARecordsetIsOpenAppliesToItsNextUpdate) {
 }
 
 TEST_F(DaoCreateTest, AppendedFieldsStoreAllowZeroLengthWhileSqlColumnsStoreNone) {
+  QUELIS_NEEDS_MDBTOOLS();
   // DAO stores a new field's AllowZeroLength (False unless asked), so "" is refused (3315);
   // a column made by Jet SQL stores none, reads False, and takes "" as Jet does.
   const std::string path = created("Vides.mdb");

@@ -5,6 +5,7 @@
 // on a table the engine made. mdbtools reads every result.
 #include <cstdio>
 
+#include "support/linux_programs.h"
 #include "dao_test_support.h"
 #include "jet/catalog/catalog.h"
 #include "jet/db/database.h"
@@ -99,6 +100,7 @@ class DaoFieldsTest : public DaoTest {
 };
 
 TEST_F(DaoFieldsTest, AFieldAddedWithADefaultTakesItInEveryRow) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     addField(db, "Table2", "libelle", "10", 30, Variant("\"à définir\""), "'à définir'");
@@ -145,6 +147,7 @@ TEST_F(DaoFieldsTest, AddingAFieldThatExistsOrIsMalformedChangesNothing) {
 }
 
 TEST_F(DaoFieldsTest, ResizingByCopyKeepsNameDataAndPlace) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     db.Execute("UPDATE Table1 SET data = 'une donnée' WHERE id = 1", dbFailOnError);
@@ -171,6 +174,7 @@ TEST_F(DaoFieldsTest, ResizingByCopyKeepsNameDataAndPlace) {
 }
 
 TEST_F(DaoFieldsTest, ResizingATableTheEngineMadeWithAllowZeroLengthAsked) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     db.Execute("CREATE TABLE Agent (code TEXT(2), nom TEXT(20), age LONG)", dbFailOnError);
@@ -266,6 +270,7 @@ TEST_F(DaoFieldsTest, RequiredOverStoredNullsIsRefused) {
 }
 
 TEST_F(DaoFieldsTest, FieldsDeletedAsTheStepsDeleteThem) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     TableDef table = db.TableDefs("Table1");
@@ -279,6 +284,7 @@ TEST_F(DaoFieldsTest, FieldsDeletedAsTheStepsDeleteThem) {
 }
 
 TEST_F(DaoFieldsTest, TablesDeletedAndRenamed) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     TableDef table = db.TableDefs("Table3");

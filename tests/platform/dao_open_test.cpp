@@ -2,6 +2,7 @@
 // the numbers and texts the application reports.
 #include <fstream>
 
+#include "support/linux_programs.h"
 #include "dao_test_support.h"
 #include "platform/filelock.h"
 
@@ -114,6 +115,7 @@ std::string exportOf(const fs::path& file, const std::string& table) {
 }
 
 TEST_F(DaoOpenTest, CompactingWritesASmallerFileWithTheSameRows) {
+  QUELIS_NEEDS_MDBTOOLS();
   const std::string path = place("testV2000.mdb", "QuelMaj.mdb");
   const std::string before = bytesOf("QuelMaj.mdb");
   engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb");

@@ -1,6 +1,7 @@
 // Record sets: kinds, navigation, finding, edits, and their end with the database.
 #include <cstdlib>
 
+#include "support/linux_programs.h"
 #include "dao_test_support.h"
 
 namespace {
@@ -99,6 +100,7 @@ TEST_F(DaoRecordsetTest, SelectWithACriterionReadsTheMatchingValue) {
 }
 
 TEST_F(DaoRecordsetTest, EditsThroughATableSetReachTheFile) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     Recordset rs = db.OpenRecordset("Table2", dbOpenTable);
@@ -136,6 +138,7 @@ TEST_F(DaoRecordsetTest, UpdateWithoutEditRaises3020AndMovingAwayCancelsTheEdit)
 }
 
 TEST_F(DaoRecordsetTest, ADuplicatePrimaryKeyIsRefusedWith3022AndChangesNothing) {
+  QUELIS_NEEDS_MDBTOOLS();
   Database db = open();
   Recordset rs = db.OpenRecordset("Table2");
   rs.AddNew();
@@ -150,6 +153,7 @@ TEST_F(DaoRecordsetTest, ADuplicatePrimaryKeyIsRefusedWith3022AndChangesNothing)
 }
 
 TEST_F(DaoRecordsetTest, ADynasetOverASingleTableQueryIsUpdatable) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     Recordset rs = db.OpenRecordset("SELECT id, data FROM Table3 WHERE id >= 12 ORDER BY id DESC", dbOpenDynaset);

@@ -1,5 +1,6 @@
 // Definition objects read from Access-made files: collections, fields, indexes, relations and
 // saved queries, and SQL statements run through Execute.
+#include "support/linux_programs.h"
 #include "dao_test_support.h"
 
 namespace {
@@ -21,6 +22,7 @@ std::vector<std::string> namesOf(const auto& collection) {
 }
 
 TEST_F(DaoSchemaTest, TableDefsWalkEveryTableSystemOnesIncludedAndLookUpWithoutCase) {
+  QUELIS_NEEDS_MDBTOOLS();
   Database db = open();
   Collection<TableDef> tables = db.TableDefs();
   const std::vector<std::string> names = namesOf(tables);
@@ -38,6 +40,7 @@ TEST_F(DaoSchemaTest, TableDefsWalkEveryTableSystemOnesIncludedAndLookUpWithoutC
 }
 
 TEST_F(DaoSchemaTest, TableFieldsCarryTheirTypesSizesAndProperties) {
+  QUELIS_NEEDS_MDBTOOLS();
   Database db = open();
   TableDef table = db.TableDefs("Table2");
   EXPECT_EQ(namesOf(table.Fields()), (std::vector<std::string>{"id", "data"}));
@@ -216,6 +219,7 @@ namespace {
 using namespace platform::dao;
 
 TEST_F(DaoSchemaTest, AQueryReplacedAsTheUpdateStepsDoIsSavedWithItsNewText) {
+  QUELIS_NEEDS_MDBTOOLS();
   {
     Database db = open();
     db.CreateQueryDef("ReqDonnees", "SELECT id, data FROM Table2 WHERE id > 0");

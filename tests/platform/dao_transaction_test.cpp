@@ -48,6 +48,9 @@ TEST_F(DaoTransactionTest, RollbackOfADatabaseOpenedAfterBeginTransLeavesTheFile
 }
 
 TEST_F(DaoTransactionTest, CommitOfADatabaseOpenedAfterBeginTransWritesTheChanges) {
+#ifdef _WIN32
+  GTEST_SKIP() << "reads the file while the engine holds it open without sharing, which Windows refuses";
+#endif
   const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
   const std::string before = bytesOf("QuelMaj.mdb");
   engine_.BeginTrans();
@@ -62,6 +65,9 @@ TEST_F(DaoTransactionTest, CommitOfADatabaseOpenedAfterBeginTransWritesTheChange
 }
 
 TEST_F(DaoTransactionTest, OnlyTheOutermostCommitWrites) {
+#ifdef _WIN32
+  GTEST_SKIP() << "reads the file while the engine holds it open without sharing, which Windows refuses";
+#endif
   const std::string path = place("indexTestV2000.mdb", "a.mdb");
   const std::string before = bytesOf("a.mdb");
   Database db = engine_.OpenDatabase(path, true);

@@ -1,7 +1,11 @@
 #include "platform/fso.h"
 
+#include <algorithm>
+
 #include "platform/filelock.h"
+#include "platform/localfs.h"
 #include "platform_test_support.h"
+#include "support/spelled_names.h"
 
 namespace platform_test {
 namespace {
@@ -36,8 +40,8 @@ TEST_F(FsoTest, ExistenceTestsAreCaseBlindAndNeverRaise) {
 }
 
 TEST_F(FsoTest, FoldersListInNtfsOrderWithTheProgramsPathText) {
-  for (const char* name : {"bsecole", "ABC1234", "_old", "Élève", "zzz", "9999999"}) fs::create_directories(c() / "Quelis" / "Donnees" / name);
-  for (const char* name : {"b.txt", "A.txt", "é.txt"}) writeBytes(c() / "Quelis" / "Donnees" / name, "");
+  for (const char* name : {"bsecole", "ABC1234", "_old", "Élève", "zzz", "9999999"}) fs::create_directories(c() / "Quelis" / "Donnees" / platform::localfs::fromUtf8(name));
+  for (const char* name : {"b.txt", "A.txt", "é.txt"}) writeBytes(c() / "Quelis" / "Donnees" / platform::localfs::fromUtf8(name), "");
 
   const auto folder = fso_.GetFolder("c:\\quelis\\donnees\\");
   EXPECT_EQ(folder.Path(), "c:\\quelis\\donnees");
@@ -81,7 +85,9 @@ TEST_F(FsoTest, CopyFileRules) {
   EXPECT_EQ(readBytes(c() / "Bases" / "QuelMaj.mdb"), "old");
   fso_.CopyFile("C:\\Bases\\Quelis.mdb", "C:\\bases\\QUELMAJ.MDB", true);
   EXPECT_EQ(readBytes(c() / "Bases" / "QuelMaj.mdb"), "live") << "replaced in place, whatever the case";
-  EXPECT_FALSE(fs::exists(c() / "Bases" / "QUELMAJ.MDB"));
+  const std::vector<std::string> spelled = test_support::SpelledNames(c() / "Bases");
+  EXPECT_EQ(std::count(spelled.begin(), spelled.end(), "QuelMaj.mdb"), 1);
+  EXPECT_EQ(std::count(spelled.begin(), spelled.end(), "QUELMAJ.MDB"), 0);
 
   makeReadOnly(c() / "Bases" / "QuelMaj.mdb");
   EXPECT_VB_ERROR(fso_.CopyFile("C:\\Bases\\Quelis.mdb", "C:\\Bases\\QuelMaj.mdb"), 70);

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
+#include "support/scratch_folder.h"
 #include "platform/error.h"
 #include "platform/workstation.h"
 
@@ -18,11 +18,7 @@ namespace fs = std::filesystem;
 
 class TempFolder {
  public:
-  TempFolder() {
-    std::string pattern = (fs::temp_directory_path() / "quelis-platform-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    path_ = pattern;
-  }
+  TempFolder() : path_(test_support::MakeScratchFolder("quelis-platform-")) {}
   ~TempFolder() {
     std::error_code ec;
     for (fs::recursive_directory_iterator it(path_, ec), end; !ec && it != end; it.increment(ec))

@@ -1,4 +1,5 @@
 #include "platform/workstation.h"
+#include "platform/localfs.h"
 
 #include "platform_test_support.h"
 #include "platform/winpath.h"
@@ -83,8 +84,8 @@ TEST_F(ResolveTest, MissingComponentsKeepTheCaseTheProgramGave) {
 }
 
 TEST_F(ResolveTest, AccentedNamesMatchAcrossCase) {
-  fs::create_directories(c() / "Élèves");
-  EXPECT_EQ(ws_.resolve("C:\\éLÈVES").local, c() / "Élèves");
+  fs::create_directories(c() / platform::localfs::fromUtf8("Élèves"));
+  EXPECT_EQ(ws_.resolve("C:\\éLÈVES").local, c() / platform::localfs::fromUtf8("Élèves"));
 }
 
 TEST_F(ResolveTest, MissingDriveIsReportedNotCreated) {

@@ -14,17 +14,16 @@ namespace test_support {
 
 class ScratchFolder {
  public:
-  explicit ScratchFolder(const std::string& prefix = "quelis-test-") {
+  explicit ScratchFolder(const std::string& prefix = "quelis-test-") : path_(make(prefix)) {}
+  // A new empty folder "<temp>/<prefix><random>"; the caller removes it.
+  static std::filesystem::path make(const std::string& prefix) {
     const std::filesystem::path temp = std::filesystem::temp_directory_path();
     std::random_device entropy;
     std::mt19937_64 draw((std::uint64_t{entropy()} << 32) ^ entropy());
     for (int attempt = 0; attempt < 100; ++attempt) {
       const std::filesystem::path candidate = temp / (prefix + to_hex(draw()));
       std::error_code ec;
-      if (std::filesystem::create_directory(candidate, ec)) {
-        path_ = candidate;
-        return;
-      }
+      if (std::filesystem::create_directory(candidate, ec)) return candidate;
       if (ec) throw std::filesystem::filesystem_error("cannot create a scratch folder", candidate, ec);
     }
     throw std::runtime_error("no free scratch folder name in " + temp.string());
@@ -54,5 +53,8 @@ class ScratchFolder {
 
   std::filesystem::path path_;
 };
+
+// For fixtures that remove their folder themselves.
+inline std::filesystem::path MakeScratchFolder(const std::string& prefix) { return ScratchFolder::make(prefix); }
 
 }  // namespace test_support
