@@ -14,6 +14,9 @@ void FrmParam::LanceTraitement(DossierDonnees& Dossier) {
   trap("LanceTraitement", [&] {
     const pipeline::ProgramState& s = *state_;
     LibelleBase.clear();
+    Bilan.emplace_back();
+    Bilan.back().Chemin = Dossier.Chemin;
+    Bilan.back().Libelle = Dossier.Libelle;
     EcritJournal();
     EcritJournal("Traitement du dossier " + Dossier.Chemin + " (" + Dossier.Libelle + ") - début traitement");
 
@@ -37,6 +40,11 @@ void FrmParam::LanceTraitement(DossierDonnees& Dossier) {
       frmAttente->Interactif = s.ModeInteractif;
       frmAttente->show();
       frmAttente->Traitement();
+      BilanDossier& bilan = Bilan.back();
+      bilan.BaseTraitee = true;
+      bilan.BaseReussie = frmAttente->Succes;
+      bilan.JournalBase = frmAttente->NomJournalBase;
+      bilan.Erreurs = frmAttente->ErreursSignalees;
       if (frmAttente->Succes) {
         EcritJournal("\t\tTraitement de la base réussi");
       } else {
@@ -46,6 +54,7 @@ void FrmParam::LanceTraitement(DossierDonnees& Dossier) {
       frmAttente->Unload();
       frmAttente.reset();
       if (!LibelleBase.empty()) Dossier.Libelle = LibelleBase;
+      Bilan.back().Libelle = Dossier.Libelle;
       EcritJournal("\tTraitement de la base " + Dossier.Chemin + "Bases\\Quelis.mdb (" + Dossier.Libelle +
                    ") - fin traitement");
     }
@@ -76,6 +85,7 @@ void FrmParam::CopieLettres() {
           ui::vbYesNo + ui::vbExclamation, s.TitreMessage);
       if (reponse == ui::vbNo) {
         EcritJournal("\t\tAnnulation de la copie par l'utilisateur");
+        if (!Bilan.empty()) Bilan.back().Lettres = "copie annulée par l'utilisateur";
         copierLettres = false;
       } else {
         EcritJournal("\t\tAcceptation de l'écrasement du dossier Lettres par l'utilisateur");
@@ -88,6 +98,7 @@ void FrmParam::CopieLettres() {
     try {
       CopieDossier(DossierLettres, DossierCourant + "Lettres");
       EcritJournal("\t\tCopie des lettres : OK");
+      if (!Bilan.empty()) Bilan.back().Lettres = "copiés";
     } catch (const platform::ProgramEnd&) {
       throw;
     } catch (const std::logic_error&) {
@@ -96,6 +107,9 @@ void FrmParam::CopieLettres() {
       const platform::Error err = platform::currentError();
       EcritJournal("\t\tCopie des lettres en erreur : " + err.description() + " (" +
                    std::to_string(err.number()) + ")");
+      if (!Bilan.empty()) {
+        Bilan.back().Lettres = "copie en erreur : " + err.description() + " (" + std::to_string(err.number()) + ")";
+      }
     }
   }
   EcritJournal("\tCopie des modèles de lettres vers " + DossierCourant + " - fin traitement");

@@ -41,6 +41,18 @@ struct DossierDonnees {
   std::string Chemin;
 };
 
+// What became of one data folder, for the operator's summary at the end of a run (the run
+// log says the same, line by line).
+struct BilanDossier {
+  std::string Chemin;
+  std::string Libelle;              // the label at the end of the folder's treatment
+  bool BaseTraitee = false;         // the database went through the wait form
+  bool BaseReussie = false;
+  std::string JournalBase;          // the per-database log, when one was created
+  std::vector<pipeline::FrmAttente::ErreurSignalee> Erreurs;
+  std::string Lettres;              // the letter templates' outcome line, "" when not asked
+};
+
 // How the run starts. The executable always starts silent: the interactive mode exists, with
 // all its message boxes, for whoever sets it, and tests do.
 enum class ModeLancement { Silencieux, Interactif };
@@ -139,6 +151,8 @@ class FrmParam : public ui::Form {
 
   std::vector<DossierDonnees> ListeDossiers;
   std::int16_t NbDossiers = 0;
+  // One entry per folder handed to LanceTraitement, in order.
+  std::vector<BilanDossier> Bilan;
 
   // Run dispatch: the folder receiving the letter templates, and the label the pipeline
   // hands back for a freshly installed database ("" otherwise).
@@ -164,6 +178,8 @@ class FrmParam : public ui::Form {
   template <class Body>
   void trap(const char* procedure, Body&& body);
 
+  // Sizes the form and places every control (frm_param_layout.cpp).
+  void PlaceControles();
   void EcritEntete();
   void ResoudEmplacementDonnees();
   void RemplitListeLecteurs();

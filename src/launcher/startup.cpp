@@ -31,6 +31,7 @@ FrmParam::FrmParam(platform::Environment& env, ui::Desktop& desktop, pipeline::P
   optBasesEcole.add(0, "conserver et mettre à jour la base Ecole actuelle", &fraChoixBaseEcole);
   optChoixPerimetre.add(1, "Toutes les dossiers", &fraChoixBases);
   optChoixPerimetre.add(0, "Un dossier :", &fraChoixBases);
+  PlaceControles();
 
   chkActions.setOnClick([this](int index) { chkActions_Click(index); });
   optBasesEcole.setOnClick([this](int index) { optBasesEcole_Click(index); });

@@ -6,7 +6,11 @@ namespace pipeline {
 
 FrmAttente::FrmAttente(platform::Environment& env, ui::Desktop& desktop,
                        const pipeline::ProgramState& state, dao::DBEngine& moteur)
-    : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state), moteur_(&moteur) {}
+    : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state), moteur_(&moteur) {
+  // A small box, the progress line across it (twips: 15 to a pixel at 96 dots per inch).
+  setScaleSize(400 * 15, 80 * 15);
+  LblMessage1.move(16 * 15, 24 * 15, 368 * 15, 32 * 15);
+}
 
 FrmAttente::~FrmAttente() = default;
 
@@ -46,6 +50,7 @@ void FrmAttente::EcritJournalBase(const std::string& ligne) {
 
 void FrmAttente::ErreurInstallation(const std::string& procedure, const platform::Error& err) {
   const std::string numero = std::to_string(platform::displayedNumber(err.number()));
+  ErreursSignalees.push_back({procedure, numero, err.description()});
   if (Interactif) {
     desktop().msgBox("Erreur de mise à jour de la base de données " + DossierBases +
                          "\r\nProcédure : " + procedure + "\r\nErreur n° " + numero + "\r\n" +

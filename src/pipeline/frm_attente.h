@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "pipeline/program_state.h"
 #include "platform/dao/dao.h"
@@ -64,6 +65,14 @@ class FrmAttente : public ui::Form, public schema::OutilsSchema {
   bool Interactif = false;     // message boxes are shown only when true
   // Result, read by the caller after Traitement: true unless an error was reported.
   bool Succes = false;
+  // The errors reported while treating the database, in order: what the error blocks of the
+  // per-database log say (the procedure, the number shown, the description).
+  struct ErreurSignalee {
+    std::string Procedure;
+    std::string Numero;
+    std::string Description;
+  };
+  std::vector<ErreurSignalee> ErreursSignalees;
 
   // Where a label created for a freshly installed database is handed back (the parameter
   // form's LibelleBase).

@@ -198,6 +198,7 @@ class LauncherTest : public ::testing::Test {
     platform::ProgramInfo info;
     info.Path = appPath;
     info.Revision = revision;
+    program_.reset();  // a program's forms go before the desktop they live on
     env_ = std::make_unique<platform::Environment>(platform::Environment::ForTests(root_, kNow, info));
     desktop_ = std::make_unique<ui::Desktop>(boxes);
     program_ = std::make_unique<Program>(*env_, *desktop_, mode);
@@ -216,6 +217,9 @@ class LauncherTest : public ::testing::Test {
   }
 
   FrmParam& form() { return program_->frmParam(); }
+  // The desktop of the program built by load(), for front ends to watch.
+  ui::Desktop& desktop() { return *desktop_; }
+  const fs::path& root() const { return root_; }
   pipeline::ProgramState& state() { return program_->state(); }
   platform::RecordingLauncher& launcher() {
     return dynamic_cast<platform::RecordingLauncher&>(env_->launcher());

@@ -13,6 +13,10 @@
 //       `quelis-maj etape --liste` lists the steps. Exit status 0 done, 1 failed (database
 //       unchanged), 2 unknown step or wrong arguments, 3 database out of reach.
 //   --horloge "AAAA-MM-JJ hh:mm:ss" fixes the date and time the tool reads (reproducible logs).
+//   /interactif (or --interactif) runs the tool with an operator: the parameter form waits
+//       for choices, and every question, error box and final message of the program is shown.
+//       The program itself always runs silent; the switch is ours, for maintenance and tests.
+//       On Windows the forms are windows; on a terminal the operator answers at the console.
 // The options only place the program on this machine: the tool itself reads no command line.
 // Exit status: 0 run complete, 1 run failed (see the run log), 2 stopped by an untrapped
 // error, 3 the workstation could not be used.
@@ -22,7 +26,9 @@
 // 1 otherwise.
 #include <CLI/CLI.hpp>
 
+#include <cctype>
 #include <cstdlib>
+#include <functional>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -33,8 +39,10 @@
 #ifdef _WIN32
 #include "os/win32_text.h"
 #include "platform/native_workstation.h"
+#include "platform/ui/win32_front_end.h"
 #endif
 
+#include "bilan.h"
 #include "demo_report.h"
 #include "dossier_temporaire.h"
 #include "etape.h"
@@ -46,6 +54,8 @@
 #include "platform/localfs.h"
 #include "platform/program.h"
 #include "platform/ui/console_front_end.h"
+#include "platform/ui/console_message_boxes.h"
+#include "platform/ui/console_operator.h"
 #include "platform/ui/desktop.h"
 #include "platform/ui/message_box.h"
 #include "platform/workstation.h"
@@ -77,7 +87,7 @@ std::unique_ptr<platform::Workstation> OpenWorkstation(const fs::path& root) {
 // Runs the tool on the workstation `root` (this machine when empty) from the Windows folder
 // `programFolder`; prints the run log's place, and its content when `printLog`.
 int RunTool(const fs::path& root, const std::string& programFolder, bool printLog,
-            const std::optional<platform::DateTime>& horloge) {
+            const std::optional<platform::DateTime>& horloge, bool interactif = false) {
   platform::ProgramInfo program;
   program.Path = AppPath(programFolder);
   std::unique_ptr<platform::Environment> env;
@@ -96,16 +106,47 @@ int RunTool(const fs::path& root, const std::string& programFolder, bool printLo
     return kUnusableWorkstation;
   }
 
+  // The forms are windows where a desktop exists (Windows), and always printed on the console.
+  platform::ui::MessageBoxService* windowBoxes = nullptr;
+#ifdef _WIN32
+  std::unique_ptr<platform::ui::Win32FrontEnd> fenetres;
+  if (platform::ui::Win32FrontEnd::windowsAvailable()) {
+    fenetres = std::make_unique<platform::ui::Win32FrontEnd>();
+    windowBoxes = fenetres.get();
+  }
+#endif
   platform::ui::DefaultButtonAnswers enter;
-  platform::ui::Desktop desktop(enter);
+  platform::ui::ConsoleMessageBoxes atTheConsole(std::cin, std::cout);
+  platform::ui::MessageBoxService& boxes =
+      windowBoxes ? *windowBoxes : interactif ? static_cast<platform::ui::MessageBoxService&>(atTheConsole) : enter;
+  platform::ui::Desktop desktop(boxes);
   platform::ui::ConsoleFrontEnd console(std::cout);
   desktop.addObserver(console);
+#ifdef _WIN32
+  if (fenetres) desktop.addObserver(*fenetres);
+#endif
 
-  launcher::Program tool(*env, desktop);
+  launcher::Program tool(*env, desktop,
+                         interactif ? launcher::ModeLancement::Interactif : launcher::ModeLancement::Silencieux);
   tool.Start();
+  // Interactive: the parameter form waits for the operator until the run ends.
+  auto act = [&tool](const std::function<void()>& action) { tool.Act(action); };
+  auto ended = [&tool] { return tool.ended(); };
+  auto close = [&tool] { tool.frmParam().Unload(); };
+#ifdef _WIN32
+  if (!tool.ended() && fenetres) {
+    fenetres->setActionRunner(act);
+    fenetres->setCloseHandler([&](platform::ui::Form& closed) {
+      if (&closed == &tool.frmParam()) close();
+    });
+    fenetres->runUntil(ended);
+  }
+#endif
+  if (!tool.ended()) platform::ui::ConsoleOperator(std::cin, std::cout).serve(tool.frmParam(), act, ended, close);
 
   const launcher::FrmParam& form = tool.frmParam();
   std::cout << '\n';
+  AfficheBilan(std::cout, form.Bilan);
   if (form.FichierLog.empty()) {
     std::cout << "Aucun journal n'a été créé.\n";
   } else {
@@ -145,6 +186,12 @@ std::optional<platform::DateTime> LitHorloge(const std::string& texte) {
 }
 
 int run(int argc, char** argv) {
+  // The Windows way of writing the switch, in any case.
+  for (int i = 1; i < argc; ++i) {
+    std::string word = argv[i];
+    for (char& c : word) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (word == "/interactif") argv[i] = const_cast<char*>("--interactif");
+  }
   CLI::App app{"Mise à jour des données QUELIS 4.4.0 sur un poste de travail"};
   std::string workstation;
   std::string programFolder = "C:\\QUELIS\\";
@@ -172,6 +219,9 @@ int run(int argc, char** argv) {
   etape->add_option("ARGUMENTS", argumentsEtape, "arguments de l'étape");
   etape->add_option("--base", baseEtape, "la base : fichier de cette machine, ou chemin Windows avec --workstation");
   etape->add_flag("--liste", listeEtapes, "liste les étapes et leurs arguments");
+  bool interactif = false;
+  app.add_flag("--interactif", interactif,
+               "avec un opérateur : le formulaire attend ses choix, questions et messages s'affichent (aussi /interactif)");
   std::string horloge;
   app.add_option("--horloge", horloge, "date et heure lues par l'outil, \"AAAA-MM-JJ hh:mm:ss\"");
 
@@ -228,7 +278,7 @@ int run(int argc, char** argv) {
   // On Windows the machine itself is the workstation, and the program's folder is its own.
   if (workstation.empty()) {
     if (app.count("--program-folder") == 0) programFolder = platform::ProgramFolder();
-    return RunTool(fs::path(), programFolder, false, fixe);
+    return RunTool(fs::path(), programFolder, false, fixe, interactif);
   }
 #else
   if (workstation.empty()) {
@@ -237,7 +287,7 @@ int run(int argc, char** argv) {
     return kUnusableWorkstation;
   }
 #endif
-  return RunTool(platform::localfs::fromUtf8(workstation), programFolder, false, fixe);
+  return RunTool(platform::localfs::fromUtf8(workstation), programFolder, false, fixe, interactif);
 }
 
 }  // namespace

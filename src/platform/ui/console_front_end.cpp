@@ -5,7 +5,6 @@
 #include "platform/ui/message_box.h"
 
 namespace platform::ui {
-namespace {
 
 const char* answerName(int answer) {
   switch (answer) {
@@ -19,8 +18,6 @@ const char* answerName(int answer) {
     default: return "?";
   }
 }
-
-}  // namespace
 
 void ConsoleFrontEnd::printCaption(const Form& form) {
   *out_ << "== " << form.caption() << " ==\n";
@@ -66,10 +63,15 @@ void ConsoleFrontEnd::controlChanged(const Control& control, Property property) 
   out_->flush();
 }
 
-void ConsoleFrontEnd::messageBoxShown(int, const std::string& title, const std::string& text,
-                                      int answer) {
+// The box is printed before it is answered, so that an operator at the console reads the
+// question before typing the answer.
+void ConsoleFrontEnd::messageBoxOpening(int, const std::string& title, const std::string& text) {
   *out_ << "[" << title << "]\n";
   printText(text, " | ");
+  out_->flush();
+}
+
+void ConsoleFrontEnd::messageBoxShown(int, const std::string&, const std::string&, int answer) {
   *out_ << " -> " << answerName(answer) << '\n';
   out_->flush();
 }

@@ -10,6 +10,9 @@
 
 namespace platform::ui {
 
+// The French name of a message-box answer ("Oui", "Non", "OK"...).
+const char* answerName(int answer);
+
 class ConsoleFrontEnd : public FormObserver {
  public:
   explicit ConsoleFrontEnd(std::ostream& out) : out_(&out) {}
@@ -17,6 +20,7 @@ class ConsoleFrontEnd : public FormObserver {
   void formShown(const Form& form) override;
   void formChanged(const Form& form, Property property) override;
   void controlChanged(const Control& control, Property property) override;
+  void messageBoxOpening(int style, const std::string& title, const std::string& text) override;
   void messageBoxShown(int style, const std::string& title, const std::string& text,
                        int answer) override;
 

@@ -27,6 +27,15 @@ std::string Control::fullName() const {
   return index_ < 0 ? name_ : name_ + "(" + std::to_string(index_) + ")";
 }
 
+Bounds Control::boundsOnForm() const {
+  Bounds b = bounds_;
+  for (const Frame* frame = container_; frame; frame = frame->container()) {
+    b.left += frame->bounds().left;
+    b.top += frame->bounds().top;
+  }
+  return b;
+}
+
 void Control::setEnabled(bool enabled) {
   if (enabled == enabled_) return;
   enabled_ = enabled;

@@ -24,6 +24,16 @@ namespace platform::ui {
 
 enum class ControlKind { Label, Frame, CheckBox, OptionButton, CommandButton, ComboBox };
 
+// Where a control sits, in twips as VB measures (1/1440 inch, 15 to a pixel at 96 dots per
+// inch): left and top relative to its container (the frame holding it, or the form's client
+// area). Front ends that draw windows place the control there; the console ignores it.
+struct Bounds {
+  int left = 0;
+  int top = 0;
+  int width = 0;
+  int height = 0;
+};
+
 class Frame;
 
 class Control {
@@ -49,6 +59,12 @@ class Control {
   bool visible() const { return visible_; }
   void setVisible(bool visible);
 
+  const Bounds& bounds() const { return bounds_; }
+  // Set while the form is built, before it is shown: no front end is told.
+  void move(int left, int top, int width, int height) { bounds_ = {left, top, width, height}; }
+  // Left and top relative to the form's client area, through every enclosing frame.
+  Bounds boundsOnForm() const;
+
  protected:
   void changed(Property property);
   // Whether an operator can reach the control: enabled and visible.
@@ -61,6 +77,7 @@ class Control {
   Frame* container_;
   bool enabled_ = true;
   bool visible_ = true;
+  Bounds bounds_;
 };
 
 // Base of the controls that show a caption.

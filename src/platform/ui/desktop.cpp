@@ -15,6 +15,7 @@ void Desktop::removeObserver(FormObserver& observer) {
 }
 
 int Desktop::msgBox(const std::string& text, int style, const std::string& title) {
+  notify([&](FormObserver& o) { o.messageBoxOpening(style, title, text); });
   const int answer = boxes_->show(style, title, text);
   notify([&](FormObserver& o) { o.messageBoxShown(style, title, text, answer); });
   return answer;

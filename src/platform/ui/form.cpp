@@ -9,7 +9,10 @@ namespace platform::ui {
 Form::Form(Desktop& desktop, std::string name, std::string caption)
     : desktop_(&desktop), name_(std::move(name)), caption_(std::move(caption)) {}
 
-Form::~Form() = default;
+Form::~Form() {
+  // The controls are gone already: front ends only forget the window.
+  if (shown_) unloaded();
+}
 
 void Form::setCaption(std::string caption) {
   if (caption == caption_) return;

@@ -16,6 +16,7 @@ class Control;
 inline constexpr int vbDefault = 0;
 inline constexpr int vbHourglass = 11;
 
+// The desktop must outlive its forms: destroying a form still shown tells the desktop's observers.
 class Form {
  public:
   Form(Desktop& desktop, std::string name, std::string caption);
@@ -29,10 +30,20 @@ class Form {
   const std::string& caption() const { return caption_; }
   void setCaption(std::string caption);
 
+  // The client area's size in twips (VB's ScaleWidth and ScaleHeight), set while the form is
+  // built; front ends that draw windows size the window to hold it.
+  int scaleWidth() const { return scaleWidth_; }
+  int scaleHeight() const { return scaleHeight_; }
+  void setScaleSize(int width, int height) {
+    scaleWidth_ = width;
+    scaleHeight_ = height;
+  }
+
   int mousePointer() const { return mousePointer_; }
   void setMousePointer(int pointer);
 
-  // Shown on screen (VB's Show); `unloaded` tells the front ends the window is gone.
+  // Shown on screen (VB's Show); `unloaded` tells the front ends the window is gone, and so
+  // does destroying a form still shown (the program ended without unloading it).
   bool isShown() const { return shown_; }
   void show();
   void unloaded();
@@ -51,6 +62,8 @@ class Form {
   std::string name_;
   std::string caption_;
   int mousePointer_ = vbDefault;
+  int scaleWidth_ = 4800;
+  int scaleHeight_ = 3600;
   bool shown_ = false;
   std::vector<Control*> controls_;
 };

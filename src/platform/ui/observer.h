@@ -32,7 +32,9 @@ class FormObserver {
   virtual void formRefreshed(const Form&) {}
   virtual void formChanged(const Form&, Property) {}
   virtual void controlChanged(const Control&, Property) {}
-  // A message box is about to be shown (style, title, text), then `answer` came back.
+  // A message box is about to be shown (style, title, text)...
+  virtual void messageBoxOpening(int /*style*/, const std::string& /*title*/, const std::string& /*text*/) {}
+  // ...and `answer` came back.
   virtual void messageBoxShown(int /*style*/, const std::string& /*title*/,
                                const std::string& /*text*/, int /*answer*/) {}
 };
