@@ -73,6 +73,62 @@ TEST_F(QuelisMajTest, DemoMigratesUpdatesOneSiteRefusesTheOtherAndSaysItWentAsDe
   EXPECT_NE(run.output.find("7 fiche(s) sur 24 ont retrouvé"), std::string::npos);
   EXPECT_TRUE(fs::exists(sample / "C" / "QUELIS" / "Donnees" / "0590100" / "Bases" / "Quelis.mdb"));
   EXPECT_FALSE(fs::exists(sample / "C" / "QUELIS" / "Bases"));
+  // The summary says which folder failed and why, before the run log's place.
+  EXPECT_NE(run.output.find(
+                "Dossiers traités : 2 (bases réussies : 1, en échec : 1)\n"
+                "  C:\\Quelis\\Donnees\\0590100\\ (Centre des impôts fonciers de Lille) : base réussie\n"
+                "  C:\\Quelis\\Donnees\\0620200\\ (Centre des impôts fonciers d'Arras) : base en échec\n"
+                "      Procédure : Traitement, erreur n° 1 : La version de la base de données est déjà mise à jour : "
+                "4.4.0.3\n"
+                "      journal de la base : C:\\Quelis\\Donnees\\0620200\\Bases\\QuelisBase_4.4.0_20130115143005.log\n"
+                "Journal de la mise à jour : "),
+            std::string::npos)
+      << run.output;
+}
+
+TEST_F(QuelisMajTest, AnOperatorAtTheConsoleChoosesOneFolderAndAnswersEveryBox) {
+  const fs::path sample = root / "poste";
+  ASSERT_EQ(RunBinary("demo '" + sample.string() + "' --poste-seulement --fiches 12").status, 0);
+  // "Un dossier :", its first line, the templates too, "Mettre à jour"; then the wait form's
+  // success box, "No" to replacing Lettres\, the final box.
+  std::ofstream(root / "operateur.txt") << "9\n10 1\n2\n11\n\nnon\n\n";
+  const Outcome run = RunBinary("--horloge '2013-01-15 14:30:05' --workstation '" + sample.string() +
+                                "' /INTERACTIF < '" + (root / "operateur.txt").string() + "'");
+  ASSERT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("  9. ( ) Un dossier :\n  10. liste : C:\\Quelis\\Donnees\\0590100\\ (inactif)\n"),
+            std::string::npos)
+      << run.output;
+  EXPECT_NE(run.output.find(" | Installation de la base Centre des impôts fonciers de Lille terminée avec succès\n"
+                            " (Entrée pour OK)  -> OK\n"),
+            std::string::npos)
+      << run.output;
+  EXPECT_NE(run.output.find(" | Voulez-vous remplacer ce dossier par celui contenant les modèles de publipostage ?\n"
+                            " Réponse (Oui / Non) ?  -> Non\n[QUELIS - mise à jour 4.4.0]\n"
+                            " | Traitements terminés avec succès.\n"),
+            std::string::npos)
+      << run.output;
+  EXPECT_NE(run.output.find("Dossiers traités : 1 (bases réussies : 1, en échec : 0)\n"
+                            "  C:\\Quelis\\Donnees\\0590100\\ (Centre des impôts fonciers de Lille) : base réussie, "
+                            "modèles de lettres : copie annulée par l'utilisateur\n"),
+            std::string::npos)
+      << run.output;
+  const std::string log = ReadBytes(sample / "C" / "QUELIS" / "QuelisBase_4.4.0_20130115143005.log");
+  EXPECT_NE(log.find("Lancement int\xE9ractif\r\n"), std::string::npos);
+  EXPECT_NE(log.find("\t\tAnnulation de la copie par l'utilisateur\r\n"), std::string::npos);
+  // Only the first site was treated: the second keeps its old database.
+  EXPECT_EQ(log.find("0620200\\Bases\\Quelis.mdb"), std::string::npos);
+}
+
+TEST_F(QuelisMajTest, WithoutTheSwitchTheRunIsSilentAndReadsNothing) {
+  const fs::path sample = root / "poste";
+  ASSERT_EQ(RunBinary("demo '" + sample.string() + "' --poste-seulement --fiches 12").status, 0);
+  std::ofstream(root / "operateur.txt") << "12\n";  // "Fermer", were it read
+  const Outcome run = RunBinary("--horloge '2013-01-15 14:30:05' --workstation '" + sample.string() + "' < '" +
+                                (root / "operateur.txt").string() + "'");
+  EXPECT_EQ(run.status, 1) << run.output;  // the second site is refused, by design
+  EXPECT_EQ(run.output.find("Numéro pour cliquer"), std::string::npos);
+  EXPECT_EQ(run.output.find("[QUELIS"), std::string::npos);  // no box in a silent run
+  EXPECT_NE(run.output.find("Dossiers traités : 2 (bases réussies : 1, en échec : 1)"), std::string::npos) << run.output;
 }
 
 TEST_F(QuelisMajTest, ClockOptionIsCheckedBeforeAnythingRuns) {

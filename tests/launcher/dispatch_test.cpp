@@ -82,6 +82,46 @@ TEST_F(DispatchTest, FailedDatabaseFailsTheRunAndTheNextFolderIsStillTreated) {
   EXPECT_EQ(launcher().calls()[0].pathName, "notepad.exe C:\\QUELIS\\" + kLogName);
 }
 
+TEST_F(DispatchTest, SummaryKeepsEachFolderOutcomeAndTheLabelItEndedWith) {
+  portable({{"0590100", "Lille"}, {"0620200", "Arras"}});
+  // The real wait form: the first database is missing its file, the second is refused too.
+  Program& program = loaded("C:\\QUELIS", ModeLancement::Silencieux);
+  program.Act([&] { form().cmdOK_Click(); });
+  ASSERT_EQ(form().Bilan.size(), 2u);
+  const BilanDossier& lille = form().Bilan[0];
+  EXPECT_EQ(lille.Chemin, "C:\\Quelis\\Donnees\\0590100\\");
+  EXPECT_EQ(lille.Libelle, "Lille");
+  EXPECT_TRUE(lille.BaseTraitee);
+  EXPECT_FALSE(lille.BaseReussie);
+  EXPECT_EQ(lille.JournalBase, "C:\\Quelis\\Donnees\\0590100\\Bases\\" + kLogName);
+  ASSERT_EQ(lille.Erreurs.size(), 1u);
+  EXPECT_EQ(lille.Erreurs[0].Procedure, "Traitement");
+  EXPECT_EQ(lille.Erreurs[0].Numero, "3");
+  EXPECT_EQ(lille.Erreurs[0].Description, "La base est absente : C:\\Quelis\\Donnees\\0590100\\Bases\\Quelis.mdb");
+  EXPECT_EQ(lille.Lettres, "");
+  // The per-database log says the same.
+  EXPECT_NE(read("C/QUELIS/Donnees/0590100/Bases/" + kLogName).find("Erreur n° 3\r\n" + lille.Erreurs[0].Description),
+            std::string::npos);
+  EXPECT_EQ(form().Bilan[1].Chemin, "C:\\Quelis\\Donnees\\0620200\\");
+}
+
+TEST_F(DispatchTest, SummaryTakesTheLabelHandedBackAndTheTemplatesOutcome) {
+  portable({{"0590100", "Lille"}});
+  file("C/QUELIS/Lettres/Accord.dot", "modèle");
+  traitement.emplace();
+  traitement->libelleRendu = "CDIF de Lille";
+  Program& program = loaded("C:\\QUELIS");
+  program.Act([&] {
+    form().chkActions(1).setValue(ui::vbChecked);
+    form().cmdOK_Click();
+  });
+  ASSERT_EQ(form().Bilan.size(), 1u);
+  EXPECT_EQ(form().Bilan[0].Libelle, "CDIF de Lille");
+  EXPECT_TRUE(form().Bilan[0].BaseReussie);
+  EXPECT_TRUE(form().Bilan[0].Erreurs.empty());
+  EXPECT_EQ(form().Bilan[0].Lettres, "copiés");
+}
+
 TEST_F(DispatchTest, LabelHandedBackByThePipelineRenamesTheFolderFromItsEnd) {
   portable({{"0590100", "Lille"}});
   traitement.emplace();

@@ -58,7 +58,11 @@ std::uintmax_t CaptureTo(HWND hwnd, const std::string& name) {
   const char* folder = std::getenv("QUELIS_CAPTURES");
   const fs::path dir = folder ? fs::path(folder) : fs::temp_directory_path() / "quelis-captures";
   fs::create_directories(dir);
-  // The window drawn and the screen up to date before reading it.
+  // Test programs run side by side on one display: the screen under the window must be this
+  // window's. One capture at a time (a mutex across processes), the window above all others.
+  HANDLE turn = CreateMutexW(nullptr, FALSE, L"QuelisWindowCapture");
+  WaitForSingleObject(turn, 30000);
+  SetWindowPos(hwnd, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
   RedrawWindow(hwnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
   for (int i = 0; i < 10; ++i) {
     MSG msg;
@@ -67,6 +71,9 @@ std::uintmax_t CaptureTo(HWND hwnd, const std::string& name) {
   }
   const fs::path file = dir / (name + ".png");
   CaptureWindowPng(hwnd, file);
+  SetWindowPos(hwnd, HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+  ReleaseMutex(turn);
+  CloseHandle(turn);
   std::ifstream in(file, std::ios::binary);
   char signature[8] = {};
   in.read(signature, 8);

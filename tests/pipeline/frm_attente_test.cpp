@@ -45,6 +45,15 @@ TEST_F(FrmAttenteTest, ErrorReportShowsApplicationErrorsByTheirOwnNumber) {
   ASSERT_EQ(boxes.shown().size(), 1u);
   EXPECT_NE(boxes.shown()[0].text.find("Procédure : MiseAJour C:\\x.mdb\r\nErreur n° 3\r\nLa base est absente : x\r\n"),
             std::string::npos);
+  // Kept for the run's summary, as shown.
+  ASSERT_EQ(f->ErreursSignalees.size(), 1u);
+  EXPECT_EQ(f->ErreursSignalees[0].Procedure, "MiseAJour C:\\x.mdb");
+  EXPECT_EQ(f->ErreursSignalees[0].Numero, "3");
+  EXPECT_EQ(f->ErreursSignalees[0].Description, "La base est absente : x");
+  // An engine error keeps the large number the operator is shown.
+  f->ErreurInstallation("CopieRAZ", platform::Error(3044, "Chemin non valide"));
+  ASSERT_EQ(f->ErreursSignalees.size(), 2u);
+  EXPECT_EQ(f->ErreursSignalees[1].Numero, "2147224548");
 }
 
 TEST_F(FrmAttenteTest, UnknownSchoolSiteFailsBeforeAnyFileOperation) {

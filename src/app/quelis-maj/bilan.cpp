@@ -22,7 +22,7 @@ void AfficheBilan(std::ostream& out, const std::vector<launcher::BilanDossier>& 
     else if (!d.BaseTraitee) out << "rien à faire";
     out << '\n';
     for (const auto& e : d.Erreurs) {
-      out << "      " << e.Procedure << " : erreur n° " << e.Numero << " : " << e.Description << '\n';
+      out << "      Procédure : " << e.Procedure << ", erreur n° " << e.Numero << " : " << e.Description << '\n';
     }
     if (d.BaseTraitee && !d.BaseReussie && !d.JournalBase.empty()) {
       out << "      journal de la base : " << d.JournalBase << '\n';

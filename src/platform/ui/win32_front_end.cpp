@@ -17,7 +17,8 @@ namespace {
 
 constexpr wchar_t kFormClass[] = L"QuelisForm";
 constexpr int kFirstControlId = 100;
-constexpr DWORD kFormStyle = WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN;
+// A fixed dialog with its close box only, as a VB form of fixed single border.
+constexpr DWORD kFormStyle = WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
 
 int pixels(int twips, int dpi) { return MulDiv(twips, dpi, 1440); }
 
