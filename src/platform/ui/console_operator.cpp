@@ -37,11 +37,7 @@ std::string state(const Control& c) {
 }  // namespace
 
 std::vector<Control*> ConsoleOperator::list(const Form& form) {
-  std::vector<Control*> controls = form.controls();
-  std::stable_sort(controls.begin(), controls.end(), [](const Control* a, const Control* b) {
-    const Bounds pa = a->boundsOnForm(), pb = b->boundsOnForm();
-    return pa.top != pb.top ? pa.top < pb.top : pa.left < pb.left;
-  });
+  const std::vector<Control*> controls = form.controlsInReadingOrder();
   *out_ << "== " << form.caption() << " ==\n";
   std::vector<Control*> numbered;
   for (Control* c : controls) {

@@ -41,6 +41,15 @@ void Form::refresh() {
   desktop_->notify([&](FormObserver& o) { o.formRefreshed(*this); });
 }
 
+std::vector<Control*> Form::controlsInReadingOrder() const {
+  std::vector<Control*> ordered = controls_;
+  std::stable_sort(ordered.begin(), ordered.end(), [](const Control* a, const Control* b) {
+    const Bounds pa = a->boundsOnForm(), pb = b->boundsOnForm();
+    return pa.top != pb.top ? pa.top < pb.top : pa.left < pb.left;
+  });
+  return ordered;
+}
+
 void Form::attach(Control& control) { controls_.push_back(&control); }
 
 void Form::detach(Control& control) {

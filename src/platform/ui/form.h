@@ -52,6 +52,9 @@ class Form {
 
   // Every control of the form, in creation order (front ends lay them out from this).
   const std::vector<Control*>& controls() const { return controls_; }
+  // The same in reading order, by place on the form: top to bottom, then left to right
+  // (the order of listing and of the tab key).
+  std::vector<Control*> controlsInReadingOrder() const;
 
  private:
   friend class Control;

@@ -128,11 +128,7 @@ void Win32FrontEnd::Impl::create(const Form& form) {
 
   // Created in reading order, each below the previous one: tab order and stacking follow the
   // layout; the frames then go under everything so that their contents show above them.
-  std::vector<Control*> controls = form.controls();
-  std::stable_sort(controls.begin(), controls.end(), [](const Control* a, const Control* b) {
-    const Bounds pa = a->boundsOnForm(), pb = b->boundsOnForm();
-    return pa.top != pb.top ? pa.top < pb.top : pa.left < pb.left;
-  });
+  const std::vector<Control*> controls = form.controlsInReadingOrder();
   const auto font = reinterpret_cast<WPARAM>(GetStockObject(DEFAULT_GUI_FONT));
   int id = kFirstControlId;
   std::vector<HWND> frames;
@@ -140,29 +136,24 @@ void Win32FrontEnd::Impl::create(const Form& form) {
     const wchar_t* cls = L"BUTTON";
     DWORD style = WS_CHILD | WS_CLIPSIBLINGS;
     DWORD exStyle = 0;
-    std::string text;
+    const std::string text = control->kind() == ControlKind::ComboBox ? std::string() : captionOf(*control);
     switch (control->kind()) {
       case ControlKind::Label:
         cls = L"STATIC";
         style |= SS_LEFT | SS_NOPREFIX;
-        text = captionOf(*control);
         break;
       case ControlKind::Frame:
         style |= BS_GROUPBOX;
         exStyle |= WS_EX_TRANSPARENT;
-        text = captionOf(*control);
         break;
       case ControlKind::CheckBox:
         style |= BS_3STATE | WS_TABSTOP;
-        text = captionOf(*control);
         break;
       case ControlKind::OptionButton:
         style |= BS_RADIOBUTTON | WS_TABSTOP;
-        text = captionOf(*control);
         break;
       case ControlKind::CommandButton:
         style |= BS_PUSHBUTTON | WS_TABSTOP;
-        text = captionOf(*control);
         break;
       case ControlKind::ComboBox:
         cls = L"COMBOBOX";
