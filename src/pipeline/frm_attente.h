@@ -49,9 +49,9 @@ inline constexpr int kErrNomTemporaire = 7;
 inline constexpr std::string_view kVersionAvant = "4.4.0.1";
 inline constexpr std::string_view kVersionApres = "4.4.0.3";
 
-// The form carries the schema toolkit (probes, structure changes, value helpers) on its open
-// database Bd and its per-database log.
-class FrmAttente : public ui::Form, public schema::OutilsSchema {
+// The form carries the schema toolkit (probes, structure changes, value helpers) and the
+// update steps of earlier releases, on its open database Bd and its per-database log.
+class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
  public:
   // `moteur` is the program's one database engine; it must outlive the form.
   FrmAttente(platform::Environment& env, ui::Desktop& desktop, const pipeline::ProgramState& state,

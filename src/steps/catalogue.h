@@ -8,12 +8,12 @@
 #include <string_view>
 #include <vector>
 
-#include "schema/outils_schema.h"
+#include "steps/etapes.h"
 
 namespace steps {
 
 // A step ready to run: its arguments already read.
-using EtapePrete = std::function<void(schema::OutilsSchema&)>;
+using EtapePrete = std::function<void(EtapesMiseAJour&)>;
 
 struct Etape {
   std::string nom;

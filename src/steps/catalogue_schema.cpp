@@ -3,29 +3,22 @@
 
 #include "platform/vbstring.h"
 #include "steps/arguments.h"
-#include "steps/catalogue.h"
+#include "steps/catalogue_familles.h"
 
 namespace steps {
-namespace {
 
 using Args = std::vector<std::string>;
 
-Etape Operation(std::string nom, std::string arguments, std::string description, std::size_t minimum,
-                std::size_t maximum, std::function<EtapePrete(const Args&)> lit) {
-  const std::string usage = arguments;
-  return Etape{std::move(nom), std::move(arguments), std::move(description),
-               [=](const Args& a) {
-                 VerifieNombre(a, minimum, maximum, usage);
-                 return lit(a);
-               }};
-}
+namespace {
 
 std::string Ou(const Args& a, std::size_t i) { return i < a.size() ? a[i] : std::string(); }
 
-std::vector<Etape> Construit() {
+}  // namespace
+
+std::vector<Etape> EtapesSchema() {
   std::vector<Etape> c;
   c.push_back(Operation("SupChamp", "TABLE CHAMP", "supprime un champ s'il existe", 2, 2, [](const Args& a) -> EtapePrete {
-    return [a](schema::OutilsSchema& o) { o.SupChamp(a[0], a[1]); };
+    return [a](EtapesMiseAJour& o) { o.SupChamp(a[0], a[1]); };
   }));
   c.push_back(Operation("CreChamp", "TABLE CHAMP TYPE TAILLE [DEFAUT]",
                         "ajoute un champ s'il manque (TYPE : code du moteur, 10 texte, 12 mémo...), "
@@ -35,13 +28,13 @@ std::vector<Etape> Construit() {
                           LitEntier(a[2], "TYPE");
                           std::optional<platform::dao::Variant> defaut;
                           if (a.size() == 5) defaut = platform::dao::Variant(a[4]);
-                          return [a, taille, defaut](schema::OutilsSchema& o) {
+                          return [a, taille, defaut](EtapesMiseAJour& o) {
                             o.CreChamp(a[0], a[1], a[2], taille, defaut);
                           };
                         }));
   c.push_back(Operation("ModifRequete", "NOM SQL", "remplace ou crée une requête enregistrée", 2, 2,
                         [](const Args& a) -> EtapePrete {
-                          return [a](schema::OutilsSchema& o) { o.ModifRequete(a[0], a[1]); };
+                          return [a](EtapesMiseAJour& o) { o.ModifRequete(a[0], a[1]); };
                         }));
   c.push_back(Operation("ChangeFieldSize", "TABLE CHAMP REQUIS TAILLE ZERO",
                         "change la taille d'un champ en le recopiant (REQUIS, ZERO : Vrai ou Faux)", 5, 5,
@@ -49,7 +42,7 @@ std::vector<Etape> Construit() {
                           const bool requis = LitBooleen(a[2], "REQUIS");
                           const std::int32_t taille = LitEntier(a[3], "TAILLE");
                           const bool zero = LitBooleen(a[4], "ZERO");
-                          return [a, requis, taille, zero](schema::OutilsSchema& o) {
+                          return [a, requis, taille, zero](EtapesMiseAJour& o) {
                             o.ChangeFieldSize(a[0], a[1], requis, taille, zero);
                           };
                         }));
@@ -59,18 +52,18 @@ std::vector<Etape> Construit() {
                           const bool requis = LitBooleen(a[2], "REQUIS");
                           LitEntier(a[3], "TYPE");
                           const std::int32_t taille = LitEntier(a[4], "TAILLE");
-                          return [a, requis, taille](schema::OutilsSchema& o) {
+                          return [a, requis, taille](EtapesMiseAJour& o) {
                             o.ModifChampCoAgent(a[0], a[1], requis, a[3], taille);
                           };
                         }));
   c.push_back(Operation("SuppIndex", "TABLE INDEX", "supprime un index", 2, 2, [](const Args& a) -> EtapePrete {
-    return [a](schema::OutilsSchema& o) { o.SuppIndex(a[0], a[1]); };
+    return [a](EtapesMiseAJour& o) { o.SuppIndex(a[0], a[1]); };
   }));
   c.push_back(Operation("CreeIndex", "TABLE NOM PRIMAIRE CHAMP1 [CHAMP2 ... CHAMP7]",
                         "crée un index (PRIMAIRE : Vrai ou Faux ; un champ vide \"\" est sauté)", 4, 10,
                         [](const Args& a) -> EtapePrete {
                           const bool primaire = LitBooleen(a[2], "PRIMAIRE");
-                          return [a, primaire](schema::OutilsSchema& o) {
+                          return [a, primaire](EtapesMiseAJour& o) {
                             o.CreeIndex(a[0], a[1], primaire, a[3], Ou(a, 4), Ou(a, 5), Ou(a, 6), Ou(a, 7),
                                         Ou(a, 8), Ou(a, 9));
                           };
@@ -80,25 +73,12 @@ std::vector<Etape> Construit() {
                         "crée une relation appliquée (CASCADE : mise à jour en cascade, Vrai ou Faux)", 6, 10,
                         [](const Args& a) -> EtapePrete {
                           const bool cascade = LitBooleen(a[3], "CASCADE");
-                          return [a, cascade](schema::OutilsSchema& o) {
+                          return [a, cascade](EtapesMiseAJour& o) {
                             o.CreeRelation(a[0], a[1], a[2], cascade, a[4], a[5], Ou(a, 6), Ou(a, 7), Ou(a, 8),
                                            Ou(a, 9));
                           };
                         }));
   return c;
-}
-
-}  // namespace
-
-const std::vector<Etape>& Catalogue() {
-  static const std::vector<Etape> catalogue = Construit();
-  return catalogue;
-}
-
-const Etape* TrouveEtape(std::string_view nom) {
-  for (const Etape& e : Catalogue())
-    if (platform::EqualsNoCase(e.nom, nom)) return &e;
-  return nullptr;
 }
 
 }  // namespace steps

@@ -81,7 +81,7 @@ std::string Dossier(const std::string& chemin) {
 void Liste(std::ostream& out) {
   out << "Étapes (quelis-maj etape NOM ARGUMENTS... --base CHEMIN) :\n";
   for (const steps::Etape& e : steps::Catalogue())
-    out << "  " << e.nom << ' ' << e.arguments << "\n      " << e.description << '\n';
+    out << "  " << e.nom << (e.arguments.empty() ? "" : " " + e.arguments) << "\n      " << e.description << '\n';
 }
 
 int Lance(const std::string& workstation, const std::string& base, const std::string& nom,
