@@ -19,6 +19,7 @@ Etape Operation(std::string nom, std::string arguments, std::string description,
 const std::vector<Etape>& Catalogue() {
   static const std::vector<Etape> catalogue = [] {
     std::vector<Etape> c = EtapesSchema();
+    for (Etape& e : EtapesPilotes()) c.push_back(std::move(e));
     for (Etape& e : EtapesCorrections()) c.push_back(std::move(e));
     return c;
   }();

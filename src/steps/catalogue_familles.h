@@ -17,6 +17,8 @@ Etape Operation(std::string nom, std::string arguments, std::string description,
 
 // The schema toolkit's structure changes.
 std::vector<Etape> EtapesSchema();
+// The document-pilot and multi-criteria steps.
+std::vector<Etape> EtapesPilotes();
 // The single-statement corrections, record edits, structure and parameter steps.
 std::vector<Etape> EtapesCorrections();
 

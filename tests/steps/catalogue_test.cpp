@@ -46,4 +46,20 @@ TEST(CatalogueEtapes, ArgumentsAreCountedAndReadAsNumbersAndYesNo) {
   EXPECT_EQ(Refus("CreChamp", {"FICHE", "X", "10", "30", "défaut"}), "accepté");
 }
 
+TEST(CatalogueEtapes, StepsOfEarlierReleasesAreListedWithTheirArgumentsRead) {
+  for (const char* nom : {"PiloteAjout", "PiloteDescSuppDonnees", "PiloteTypAjout", "MC_AjoutModif",
+                          "ModificationTableMulticritereBlocNote", "MAJCDIF_HEURESRECEPT", "AjoutTableRechercheVsl",
+                          "Etat6443TravauxEquipementsModifCodeChantier"}) {
+    EXPECT_NE(TrouveEtape(nom), nullptr) << nom;
+  }
+  EXPECT_EQ(Refus("PiloteAjout", {"FICHE", "03", "Libellé", "F", "|"}), "accepté");
+  EXPECT_EQ(Refus("PiloteAjout", {"FICHE", "03", "Libellé"}),
+            "arguments attendus : TYPE NUMERO LIBELLE FORMAT [SEPARATEUR [TFIC [VERR]]] (3 donnés)");
+  EXPECT_EQ(Refus("PiloteDescVarAjoutDonnes", {"FICHE", "03", "LIFICADR", "40000", "2"}),
+            "LONGUEUR doit être compris entre -32768 et 32767 : '40000'");
+  EXPECT_EQ(Refus("PiloteRefCreationDonnees", {"FICHE", "X", "Libellé", "T", "quarante"}),
+            "LONGUEUR doit être un nombre entier : 'quarante'");
+  EXPECT_EQ(Refus("MC_AjoutModif", {"en trop"}), "arguments attendus :  (1 donnés)");
+}
+
 }  // namespace
