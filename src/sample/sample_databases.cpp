@@ -11,18 +11,18 @@
 #include "platform/dao/dao.h"
 #include "platform/error.h"
 #include "platform/workstation.h"
+#include "sample/base_quelis.h"
+#include "sample/construction.h"
 
 namespace echantillon {
 namespace {
 
 namespace dao = platform::dao;
 using dao::Variant;
-
-struct Colonne {
-  const char* nom;
-  int type;
-  int taille = 0;
-};
+using construction::AjouteIndex;
+using construction::Colonne;
+using construction::Jour;
+using construction::Table;
 
 // The case-record table: the four-part key, the survey fields, the fields selecting the
 // records to restore, then the case's own data.
@@ -40,67 +40,6 @@ const std::vector<Colonne>& ColonnesFiche() {
       {"NUFICPRE", dao::dbLong},      {"COFICNAT", dao::dbText, 3},  {"INFICMOD", dao::dbBoolean},
   };
   return colonnes;
-}
-
-Variant Jour(int annee, int mois, int jour) { return Variant(jet::Value::date(jet::sql::date_serial(annee, mois, jour))); }
-
-jet::ColumnType TypeJet(int type) {
-  switch (type) {
-    case dao::dbBoolean: return jet::ColumnType::Boolean;
-    case dao::dbByte: return jet::ColumnType::Byte;
-    case dao::dbInteger: return jet::ColumnType::Integer;
-    case dao::dbLong: return jet::ColumnType::Long;
-    case dao::dbCurrency: return jet::ColumnType::Currency;
-    case dao::dbDouble: return jet::ColumnType::Double;
-    case dao::dbDate: return jet::ColumnType::DateTime;
-    case dao::dbMemo: return jet::ColumnType::Memo;
-    default: return jet::ColumnType::Text;
-  }
-}
-
-jet::TableDesign Table(const char* nom, const std::vector<Colonne>& colonnes) {
-  jet::TableDesign design;
-  design.name = nom;
-  for (const Colonne& c : colonnes) {
-    jet::ColumnDesign colonne;
-    colonne.name = c.nom;
-    colonne.type = TypeJet(c.type);
-    if (c.taille > 0) colonne.size = static_cast<std::uint16_t>(c.taille);
-    colonne.allow_zero_length = colonne.type == jet::ColumnType::Text || colonne.type == jet::ColumnType::Memo;
-    design.columns.push_back(std::move(colonne));
-  }
-  return design;
-}
-
-void AjouteIndex(jet::TableDesign& table, const char* nom, std::initializer_list<const char*> champs, bool primaire) {
-  jet::IndexDesign index;
-  index.name = nom;
-  index.primary = primaire;
-  for (const char* champ : champs) index.columns.push_back({champ, false});
-  table.indexes.push_back(std::move(index));
-}
-
-jet::TableDesign TableFiche() {
-  jet::TableDesign fiche = Table("FICHE", ColonnesFiche());
-  AjouteIndex(fiche, "PrimaryKey", {"NUFICHE", "COPERAUT", "NUPERMIS", "COCNE"}, true);
-  AjouteIndex(fiche, "COFICCOM", {"COFICCOM"}, false);
-  AjouteIndex(fiche, "DAFICDEP", {"DAFICDEP"}, false);
-  AjouteIndex(fiche, "cofictyp", {"cofictyp"}, false);
-  return fiche;
-}
-
-jet::TableDesign TableVersion() { return Table("VERSION", {{"livers", dao::dbText, 20}, {"liverslexe", dao::dbText, 20}}); }
-
-jet::TableDesign TableCdif() {
-  jet::TableDesign cdif = Table("CDIF", {{"cocdidep", dao::dbText, 3},
-                                       {"cocdidir", dao::dbText, 2},
-                                       {"cocdif", dao::dbText, 2},
-                                       {"cocditype", dao::dbText, 1},
-                                       {"licdif", dao::dbText, 120},
-                                       {"liadrcdif", dao::dbText, 120},
-                                       {"nutelcdif", dao::dbText, 14}});
-  AjouteIndex(cdif, "PrimaryKey", {"cocdidep", "cocdidir", "cocdif"}, true);
-  return cdif;
 }
 
 constexpr std::array<const char*, 3> kServices{"ADS", "DDT", "MAI"};
@@ -140,27 +79,6 @@ void RemplitFiche(dao::Recordset& rs, int i) {
   rs.Fields("INFICMOD").SetValue(i % 9 == 0);
 }
 
-void AjouteFichesVivantes(dao::Database& bd, int fiches) {
-  dao::Recordset rs = bd.OpenRecordset("FICHE", dao::dbOpenTable);
-  for (int i = 0; i < fiches; ++i) {
-    rs.AddNew();
-    RemplitFiche(rs, i);
-    // Type '1' for three records in four; the three fields that keep a record out of the
-    // survey restore, each on its own rhythm.
-    rs.Fields("cofictyp").SetValue(i % 4 == 3 ? "2" : "1");
-    if (i % 5 == 1) rs.Fields("coficvtopo").SetValue("O");
-    if (i % 7 == 2) rs.Fields("daficcro").SetValue(Jour(2012, 11, 1 + i % 28));
-    if (i % 9 == 4) rs.Fields("daficplan").SetValue(Jour(2012, 12, 1 + i % 28));
-    // Some records still hold survey data of their own; the others lost it.
-    if (i % 4 != 0) {
-      rs.Fields("DAFICTOPO").SetValue(Jour(2013, 1, 2 + i % 20));
-      rs.Fields("COFICTOPO").SetValue("LV");
-    }
-    rs.Update();
-  }
-  rs.Close();
-}
-
 void AjouteFichesSauvegarde(dao::Database& bd, int fiches) {
   dao::Recordset rs = bd.OpenRecordset("FICHE", dao::dbOpenTable);
   for (int i = 0; i < fiches + 2; ++i) {
@@ -187,6 +105,55 @@ void AjouteFichesSauvegarde(dao::Database& bd, int fiches) {
       rs.Fields("COFICTOPO").SetValue("ZZ");
       rs.Update();
     }
+  }
+  rs.Close();
+}
+
+}  // namespace
+
+namespace base_quelis {
+
+jet::TableDesign TableFiche() {
+  jet::TableDesign fiche = Table("FICHE", ColonnesFiche());
+  AjouteIndex(fiche, "PrimaryKey", {"NUFICHE", "COPERAUT", "NUPERMIS", "COCNE"}, true);
+  AjouteIndex(fiche, "COFICCOM", {"COFICCOM"}, false);
+  AjouteIndex(fiche, "DAFICDEP", {"DAFICDEP"}, false);
+  AjouteIndex(fiche, "cofictyp", {"cofictyp"}, false);
+  return fiche;
+}
+
+jet::TableDesign TableVersion() { return Table("VERSION", {{"livers", dao::dbText, 20}, {"liverslexe", dao::dbText, 20}}); }
+
+jet::TableDesign TableCdif() {
+  jet::TableDesign cdif = Table("CDIF", {{"cocdidep", dao::dbText, 3},
+                                       {"cocdidir", dao::dbText, 2},
+                                       {"cocdif", dao::dbText, 2},
+                                       {"cocditype", dao::dbText, 1},
+                                       {"licdif", dao::dbText, 120},
+                                       {"liadrcdif", dao::dbText, 120},
+                                       {"nutelcdif", dao::dbText, 14}});
+  AjouteIndex(cdif, "PrimaryKey", {"cocdidep", "cocdidir", "cocdif"}, true);
+  return cdif;
+}
+
+void AjouteFichesVivantes(dao::Database& bd, int fiches, const ComplementFiche& complement) {
+  dao::Recordset rs = bd.OpenRecordset("FICHE", dao::dbOpenTable);
+  for (int i = 0; i < fiches; ++i) {
+    rs.AddNew();
+    RemplitFiche(rs, i);
+    // Type '1' for three records in four; the three fields that keep a record out of the
+    // survey restore, each on its own rhythm.
+    rs.Fields("cofictyp").SetValue(i % 4 == 3 ? "2" : "1");
+    if (i % 5 == 1) rs.Fields("coficvtopo").SetValue("O");
+    if (i % 7 == 2) rs.Fields("daficcro").SetValue(Jour(2012, 11, 1 + i % 28));
+    if (i % 9 == 4) rs.Fields("daficplan").SetValue(Jour(2012, 12, 1 + i % 28));
+    // Some records still hold survey data of their own; the others lost it.
+    if (i % 4 != 0) {
+      rs.Fields("DAFICTOPO").SetValue(Jour(2013, 1, 2 + i % 20));
+      rs.Fields("COFICTOPO").SetValue("LV");
+    }
+    if (complement) complement(rs, i);
+    rs.Update();
   }
   rs.Close();
 }
@@ -222,53 +189,29 @@ void RemplitCdif(dao::Database& bd, const SiteEchantillon& site) {
   rs.Close();
 }
 
-// Creates the file with its tables, then fills them through the object model.
-template <class Remplissage>
-void CreeBase(dao::DBEngine& moteur, const std::string& chemin, const std::vector<jet::TableDesign>& tables,
-              Remplissage&& remplissage) {
-  const platform::ResolvedPath lieu = moteur.workstation().resolveOnDrive(chemin);
-  jet::CreateOptions options;
-  options.created = jet::sql::date_serial(2013, 1, 18);
-  try {
-    auto nouvelle = jet::create_database(platform::localfs::toUtf8(lieu.local), options);
-    for (const jet::TableDesign& table : tables) nouvelle->create_table(table);
-  } catch (const jet::Error& e) {
-    throw platform::fromJet(e);
-  }
-  // One transaction for all the rows: written to the file once, at the commit.
-  moteur.BeginTrans();
-  try {
-    dao::Database bd = moteur.OpenDatabase(chemin, true);
-    remplissage(bd);
-    moteur.CommitTrans();
-    bd.Close();
-  } catch (...) {
-    moteur.Rollback();
-    throw;
-  }
-}
+}  // namespace base_quelis
 
-}  // namespace
+using namespace base_quelis;
 
 void CreeBaseQuelis(dao::DBEngine& moteur, const std::string& chemin, const BaseEchantillon& base) {
-  CreeBase(moteur, chemin, {TableVersion(), TableCdif(), TableFiche()}, [&](dao::Database& bd) {
+  construction::CreeBase(moteur, chemin, {TableVersion(), TableCdif(), TableFiche()}, [&](dao::Database& bd) {
     RemplitVersion(bd, base.livers, "4.4.0.0");
     RemplitCdif(bd, base.site);
-    AjouteFichesVivantes(bd, base.fiches);
+    AjouteFichesVivantes(bd, base.fiches, nullptr);
   });
 }
 
 void CreeBaseSauvegarde(dao::DBEngine& moteur, const std::string& chemin, int fiches) {
-  CreeBase(moteur, chemin, {TableFiche()}, [&](dao::Database& bd) {
+  construction::CreeBase(moteur, chemin, {TableFiche()}, [&](dao::Database& bd) {
     AjouteFichesSauvegarde(bd, fiches);
   });
 }
 
 void CreeBaseEcole(dao::DBEngine& moteur, const std::string& chemin, const SiteEchantillon& site, int fiches) {
-  CreeBase(moteur, chemin, {TableVersion(), TableCdif(), TableFiche()}, [&](dao::Database& bd) {
+  construction::CreeBase(moteur, chemin, {TableVersion(), TableCdif(), TableFiche()}, [&](dao::Database& bd) {
     RemplitVersion(bd, std::string("4.4.0.3"), "4.4.0.1");
     RemplitCdif(bd, site);
-    AjouteFichesVivantes(bd, fiches);
+    AjouteFichesVivantes(bd, fiches, nullptr);
   });
 }
 

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "sample/reference_database.h"
 #include "sample/sample_databases.h"
 #include "platform/codepage.h"
 #include "platform/dao/dbengine.h"
@@ -63,7 +64,7 @@ SampleWorkstation BuildSampleWorkstation(const fs::path& root, int fiches) {
   BaseEchantillon lille;
   lille.site = {"059", "01", "00", "Centre des impôts fonciers de Lille"};
   lille.fiches = fiches;
-  CreeBaseQuelis(moteur, "C:\\QUELIS\\Bases\\Quelis.mdb", lille);
+  CreeBaseReference(moteur, "C:\\QUELIS\\Bases\\Quelis.mdb", lille);
   CreeBaseSauvegarde(moteur, "C:\\QUELIS\\Bases\\QuelisSauv_18012013.mdb", fiches);
   // The label file holds one line without a line end, as the tool itself writes it.
   WriteWindowsText(program / "Bases" / "libelle.txt", {lille.site.licdif}, false);
@@ -72,7 +73,7 @@ SampleWorkstation BuildSampleWorkstation(const fs::path& root, int fiches) {
   arrasDejaAJour.livers = "4.4.0.3";
   arrasDejaAJour.site = {"062", "02", "00", "Centre des impôts fonciers d'Arras"};
   arrasDejaAJour.fiches = fiches;
-  CreeBaseQuelis(moteur, "C:\\QUELIS\\Donnees\\0620200\\Bases\\Quelis.mdb", arrasDejaAJour);
+  CreeBaseReference(moteur, "C:\\QUELIS\\Donnees\\0620200\\Bases\\Quelis.mdb", arrasDejaAJour);
   WriteWindowsText(arras / "Bases" / "libelle.txt", {arrasDejaAJour.site.licdif}, false);
 
   for (const char* code : {"0590100", "0620200"}) {

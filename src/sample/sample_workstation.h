@@ -1,7 +1,7 @@
 // A sample workstation to show the tool at work: the portable configuration whose
 // Quelis.ini still names the old layout "C:\Quelis\" (so the tool first moves that data
 // into "Donnees\" + its site code), the letter templates delivered with the program, and two
-// sites:
+// sites, each database being the reference application database (reference_database.h):
 //   - Lille (0590100), in the old layout: a database at 4.4.0.1 and the backup of
 //     18 January 2013 holding survey data to restore;
 //   - Arras (0620200), already in the new layout, whose database is already at 4.4.0.3:

@@ -3,6 +3,7 @@
 // for byte as it was.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -71,6 +72,38 @@ TEST_F(EtapeCmdTest, AFailedStepOrWrongArgumentsLeaveTheFileAsItWas) {
   EXPECT_EQ(mauvaise.status, 2);
   EXPECT_NE(mauvaise.output.find("TAILLE doit être un nombre entier : 'vingt'"), std::string::npos);
   EXPECT_EQ(Octets(base_), avant);
+}
+
+// --cree-base-reference writes the reference database first (never over an existing file),
+// then the step runs on it; without a step only the database is written.
+TEST_F(EtapeCmdTest, TheReferenceDatabaseIsWrittenFirstAndNeverOverAFile) {
+  const fs::path reference = dossier_ / "Reference.mdb";
+  const std::string options = " --base '" + reference.string() + "' --horloge '2013-01-15 14:30:05'";
+  const Outcome cree = RunBinary("etape CreChamp FICHE RMTOPONOTE 12 0 --cree-base-reference --fiches 5" + options);
+  EXPECT_EQ(cree.status, 0) << cree.output;
+  EXPECT_NE(cree.output.find("Base de référence créée"), std::string::npos) << cree.output;
+  EXPECT_NE(cree.output.find(" - Création du champ RMTOPONOTE (table FICHE) : Ok"), std::string::npos) << cree.output;
+  std::string export_;
+  {
+    FILE* p = popen(("mdb-export -H -e '" + reference.string() + "' FICHE").c_str(), "r");
+    char b[4096];
+    while (std::fgets(b, sizeof b, p)) export_ += b;
+    pclose(p);
+  }
+  EXPECT_EQ(std::count(export_.begin(), export_.end(), '\n'), 5) << export_;
+
+  const std::string avant = Octets(reference);
+  const Outcome refus = RunBinary("etape CreChamp FICHE AUTRE 10 5 --cree-base-reference" + options);
+  EXPECT_EQ(refus.status, 2) << refus.output;
+  EXPECT_NE(refus.output.find("La base de données existe déjà."), std::string::npos) << refus.output;
+  EXPECT_EQ(Octets(reference), avant);
+  // A wrong step is refused before any file is written.
+  const fs::path autre = dossier_ / "Autre.mdb";
+  EXPECT_EQ(RunBinary("etape MajToutCeQuiBouge --cree-base-reference --base '" + autre.string() + "'").status, 2);
+  EXPECT_FALSE(fs::exists(autre));
+  const Outcome seule = RunBinary("etape --cree-base-reference --fiches 3 --base '" + autre.string() + "'");
+  EXPECT_EQ(seule.status, 0) << seule.output;
+  EXPECT_TRUE(fs::is_regular_file(autre));
 }
 
 TEST_F(EtapeCmdTest, TheListNamesEveryStepWithItsArguments) {

@@ -54,6 +54,9 @@ TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
     platform::dao::Recordset rs = bd.OpenRecordset("VERSION");
     EXPECT_EQ(rs("livers").CStr(), version);
     EXPECT_EQ(bd.TableDefs("FICHE").RecordCount(), 6);
+    // The reference application database, with the relations of the agent codes.
+    EXPECT_EQ(bd.TableDefs("PERMIS").RecordCount(), 6);
+    EXPECT_EQ(bd.Relations().Count(), 15);
     bd.Close();
   }
 }

@@ -18,6 +18,7 @@
 #include "platform/ui/desktop.h"
 #include "platform/ui/message_box.h"
 #include "platform/workstation.h"
+#include "sample/reference_database.h"
 #include "steps/catalogue.h"
 #include "texte_windows.h"
 #include "dossier_temporaire.h"
@@ -39,7 +40,9 @@ struct Poste {
   }
 };
 
-std::unique_ptr<Poste> Place(const std::string& workstation, const std::string& base) {
+// `existante`: the file must be there (a step runs on it), else it is to be made and only
+// its folder must be there.
+std::unique_ptr<Poste> Place(const std::string& workstation, const std::string& base, bool existante = true) {
   auto poste = std::make_unique<Poste>();
   if (!workstation.empty()) {
     poste->racine = platform::localfs::fromUtf8(workstation);
@@ -47,8 +50,10 @@ std::unique_ptr<Poste> Place(const std::string& workstation, const std::string& 
     return poste;
   }
   const fs::path fichier = fs::absolute(platform::localfs::fromUtf8(base));
-  if (!fs::is_regular_file(fichier))
+  if (existante && !fs::is_regular_file(fichier))
     throw std::runtime_error("base introuvable : " + platform::localfs::toUtf8(fichier));
+  if (!existante && !fs::is_directory(fichier.parent_path()))
+    throw std::runtime_error("dossier introuvable : " + platform::localfs::toUtf8(fichier.parent_path()));
 #ifdef _WIN32
   // A file of this machine is already named by a Windows path.
   poste->base = platform::localfs::toUtf8(fichier.lexically_normal().make_preferred());
@@ -86,7 +91,7 @@ void Liste(std::ostream& out) {
 
 int Lance(const std::string& workstation, const std::string& base, const std::string& nom,
           const std::vector<std::string>& arguments, const std::optional<platform::DateTime>& horloge,
-          std::ostream& out, std::ostream& err) {
+          std::ostream& out, std::ostream& err, const std::optional<int>& fichesReference) {
   const steps::Etape* etape = steps::TrouveEtape(nom);
   if (!etape) {
     err << "quelis-maj etape: étape inconnue : " << nom << " (voir quelis-maj etape --liste)\n";
@@ -98,6 +103,9 @@ int Lance(const std::string& workstation, const std::string& base, const std::st
   } catch (const std::invalid_argument& e) {
     err << "quelis-maj etape " << etape->nom << ": " << e.what() << '\n';
     return 2;
+  }
+  if (fichesReference) {
+    if (const int cree = CreeBaseReference(workstation, base, *fichesReference, out, err); cree != 0) return cree;
   }
 
   std::unique_ptr<Poste> poste;
@@ -145,6 +153,34 @@ int Lance(const std::string& workstation, const std::string& base, const std::st
     if (fs::is_regular_file(local)) out << LitTexteWindows(local);
   }
   return succes ? 0 : 1;
+}
+
+int CreeBaseReference(const std::string& workstation, const std::string& base, int fiches, std::ostream& out,
+                      std::ostream& err) {
+  std::unique_ptr<Poste> poste;
+  std::unique_ptr<platform::Workstation> vue;
+  try {
+    poste = Place(workstation, base, false);
+    vue = Ouvre(*poste);
+  } catch (const std::exception& e) {
+    err << "quelis-maj etape: " << e.what() << '\n';
+    return 3;
+  }
+  echantillon::BaseEchantillon modele;
+  modele.site = {"059", "01", "00", "Centre des impôts fonciers de Lille"};
+  modele.fiches = fiches;
+  platform::dao::DBEngine moteur(*vue);
+  try {
+    echantillon::CreeBaseReference(moteur, poste->base, modele);
+  } catch (const platform::Error& e) {
+    err << "quelis-maj etape: base de référence non créée (" << base << ") : " << e.description() << '\n';
+    return e.number() == 3204 ? 2 : 3;
+  } catch (const std::exception& e) {
+    err << "quelis-maj etape: base de référence non créée (" << base << ") : " << e.what() << '\n';
+    return 3;
+  }
+  out << "Base de référence créée : " << base << " (version 4.4.0.1, " << fiches << " fiches)\n";
+  return 0;
 }
 
 }  // namespace etape

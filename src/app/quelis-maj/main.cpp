@@ -12,6 +12,10 @@
 //       runs one step of the catalogue on one database through temporary copies (see etape.h);
 //       `quelis-maj etape --liste` lists the steps. Exit status 0 done, 1 failed (database
 //       unchanged), 2 unknown step or wrong arguments, 3 database out of reach.
+//       With --cree-base-reference [--fiches N] the reference application database (every
+//       table, index and relation the steps of earlier releases use, at 4.4.0.1, N case
+//       records, 24 by default) is first written at CHEMIN, which must not exist (exit status
+//       2 if it does); without NOM only the database is written.
 //   --horloge "AAAA-MM-JJ hh:mm:ss" fixes the date and time the tool reads (reproducible logs).
 //   /interactif (or --interactif) runs the tool with an operator: the parameter form waits
 //       for choices, and every question, error box and final message of the program is shown.
@@ -219,6 +223,12 @@ int run(int argc, char** argv) {
   etape->add_option("ARGUMENTS", argumentsEtape, "arguments de l'étape");
   etape->add_option("--base", baseEtape, "la base : fichier de cette machine, ou chemin Windows avec --workstation");
   etape->add_flag("--liste", listeEtapes, "liste les étapes et leurs arguments");
+  bool creeReference = false;
+  etape->add_flag("--cree-base-reference", creeReference,
+                  "crée d'abord à --base (fichier absent) la base de référence, pour y essayer l'étape");
+  int fichesReference = 24;
+  etape->add_option("--fiches", fichesReference, "nombre de fiches de la base de référence")
+      ->check(CLI::Range(0, 5000));
   bool interactif = false;
   app.add_flag("--interactif", interactif,
                "avec un opérateur : le formulaire attend ses choix, questions et messages s'affichent (aussi /interactif)");
@@ -240,11 +250,14 @@ int run(int argc, char** argv) {
       etape::Liste(std::cout);
       return kRunComplete;
     }
+    if (creeReference && nomEtape.empty() && !baseEtape.empty())
+      return etape::CreeBaseReference(workstation, baseEtape, fichesReference, std::cout, std::cerr);
     if (nomEtape.empty() || baseEtape.empty()) {
       std::cerr << "quelis-maj etape: NOM et --base CHEMIN sont nécessaires\n" << etape->help();
       return 2;
     }
-    return etape::Lance(workstation, baseEtape, nomEtape, argumentsEtape, fixe, std::cout, std::cerr);
+    return etape::Lance(workstation, baseEtape, nomEtape, argumentsEtape, fixe, std::cout, std::cerr,
+                        creeReference ? std::optional<int>(fichesReference) : std::nullopt);
   }
   if (demo->parsed()) {
     try {
