@@ -3,10 +3,8 @@
 // what a second run or a missing row does.
 #include "etapes_fixture.h"
 
+namespace steps_test {
 namespace {
-
-using namespace steps_test;
-namespace dao = platform::dao;
 
 class CorrectionsTest : public EtapesTest {
  protected:
@@ -172,3 +170,4 @@ TEST_F(CorrectionsTest, WorksCodeChangeMovesEveryRowOfTheOldCode) {
 }
 
 }  // namespace
+}  // namespace steps_test

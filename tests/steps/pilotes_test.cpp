@@ -2,10 +2,8 @@
 // field catalogue, the types; and the multi-criteria search's criteria.
 #include "etapes_fixture.h"
 
+namespace steps_test {
 namespace {
-
-using namespace steps_test;
-namespace dao = platform::dao;
 
 class PilotesTest : public EtapesTest {
  protected:
@@ -196,3 +194,4 @@ TEST_F(MultiCritereTest, NotePadCriteriaNeedTheFiscalOneToBeThere) {
 }
 
 }  // namespace
+}  // namespace steps_test
