@@ -3,57 +3,18 @@
 // what a second run or a missing row does.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "jet/db/create_database.h"
-#include "platform/dao/dao.h"
-#include "platform/platform_test_support.h"
-#include "steps/etapes.h"
+#include "etapes_fixture.h"
 
 namespace {
 
-namespace dao = platform::dao;
-using Lignes = std::vector<std::vector<std::string>>;
+using namespace etapes_test;
 
-struct Signalee {
-  std::string procedure;
-  int numero;
-  bool operator==(const Signalee&) const = default;
-};
-std::ostream& operator<<(std::ostream& out, const Signalee& e) { return out << e.procedure << " (" << e.numero << ")"; }
-
-class FormeEssai : public steps::EtapesMiseAJour {
- public:
-  std::optional<dao::Database> Bd;
-  std::vector<std::string> journal;
-  std::vector<Signalee> erreurs;
-  void ErreurInstallation(const std::string& procedure, const platform::Error& err) override {
-    erreurs.push_back({procedure, err.number()});
-  }
-
- protected:
-  dao::Database& BaseEnCours() override {
-    if (!Bd) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
-    return *Bd;
-  }
-  void EcritJournalBase(const std::string& ligne) override { journal.push_back(ligne); }
-};
-
-struct Colonne {
-  const char* nom;
-  int type;
-  int taille;
-};
-
-class CorrectionsTest : public platform_test::WorkstationTest {
+class CorrectionsTest : public EtapesTest {
  protected:
   CorrectionsTest() {
-    const std::filesystem::path fichier = c() / "Quelis.mdb";
-    jet::create_database(fichier.string());
-    forme.Bd = moteur.OpenDatabase("C:\\Quelis.mdb", true);
     table("CDIF", {{"COCDIF", dao::dbText, 7}, {"LICDIHEUR", dao::dbText, 120}});
     sql("INSERT INTO CDIF VALUES ('0590100', 'du lundi au vendredi de 8h30 à 12h   ')");
     sql("INSERT INTO CDIF VALUES ('0620200', 'le mardi')");
@@ -92,37 +53,6 @@ class CorrectionsTest : public platform_test::WorkstationTest {
     sql("INSERT INTO 6443INDE VALUES (3, 'A1')");
   }
 
-  static std::string echappe(std::string texte) {
-    for (std::size_t at = texte.find('\''); at != std::string::npos; at = texte.find('\'', at + 2)) texte.insert(at, 1, '\'');
-    return texte;
-  }
-  void table(const std::string& nom, const std::vector<Colonne>& colonnes) {
-    dao::TableDef t = bd().CreateTableDef(nom);
-    for (const Colonne& c : colonnes) {
-      dao::Field f = t.CreateField(c.nom, c.type, c.taille);
-      if (c.type == dao::dbText) f.SetAllowZeroLength(true);
-      t.Fields().Append(f);
-    }
-    bd().TableDefs().Append(t);
-  }
-  void sql(const std::string& instruction) { bd().Execute(instruction, dao::dbFailOnError); }
-  dao::Database& bd() { return *forme.Bd; }
-  Lignes lignes(const std::string& requete) {
-    Lignes out;
-    dao::Recordset rs = bd().OpenRecordset(requete, dao::dbOpenSnapshot);
-    while (!rs.Eof()) {
-      std::vector<std::string> ligne;
-      for (const dao::Field& f : rs.Fields()) ligne.push_back(f.Value().IsNull() ? "<Null>" : f.Value().value().to_display());
-      out.push_back(ligne);
-      rs.MoveNext();
-    }
-    rs.Close();
-    return out;
-  }
-  std::vector<std::string> journal() { return std::exchange(forme.journal, {}); }
-
-  platform::dao::DBEngine moteur{ws_};
-  FormeEssai forme;
   int n = 1;
 };
 
