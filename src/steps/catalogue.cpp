@@ -20,6 +20,7 @@ const std::vector<Etape>& Catalogue() {
   static const std::vector<Etape> catalogue = [] {
     std::vector<Etape> c = EtapesSchema();
     for (Etape& e : EtapesCorrections()) c.push_back(std::move(e));
+    for (Etape& e : EtapesCodes()) c.push_back(std::move(e));
     return c;
   }();
   return catalogue;

@@ -19,5 +19,7 @@ Etape Operation(std::string nom, std::string arguments, std::string description,
 std::vector<Etape> EtapesSchema();
 // The single-statement corrections, record edits, structure and parameter steps.
 std::vector<Etape> EtapesCorrections();
+// The code-table, table-creation, relation and agent-code steps, and those not carried.
+std::vector<Etape> EtapesCodes();
 
 }  // namespace steps
