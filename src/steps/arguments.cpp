@@ -23,6 +23,13 @@ std::int32_t LitEntier(const std::string& texte, const std::string& nom) {
   return valeur;
 }
 
+std::int16_t LitEntierCourt(const std::string& texte, const std::string& nom) {
+  const std::int32_t valeur = LitEntier(texte, nom);
+  if (valeur < -32768 || valeur > 32767)
+    throw std::invalid_argument(nom + " doit être compris entre -32768 et 32767 : '" + texte + "'");
+  return static_cast<std::int16_t>(valeur);
+}
+
 bool LitBooleen(const std::string& texte, const std::string& nom) {
   const std::string t = platform::UCase(texte);
   if (t == "VRAI" || t == "TRUE" || t == "OUI" || t == "1" || t == "-1") return true;

@@ -21,6 +21,7 @@ const std::vector<Etape>& Catalogue() {
     std::vector<Etape> c = EtapesSchema();
     for (Etape& e : EtapesPilotes()) c.push_back(std::move(e));
     for (Etape& e : EtapesCorrections()) c.push_back(std::move(e));
+    for (Etape& e : EtapesCodes()) c.push_back(std::move(e));
     return c;
   }();
   return catalogue;

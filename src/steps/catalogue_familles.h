@@ -21,5 +21,7 @@ std::vector<Etape> EtapesSchema();
 std::vector<Etape> EtapesPilotes();
 // The single-statement corrections, record edits, structure and parameter steps.
 std::vector<Etape> EtapesCorrections();
+// The code-table, table-creation, relation and agent-code steps, and those not carried.
+std::vector<Etape> EtapesCodes();
 
 }  // namespace steps

@@ -98,6 +98,79 @@ class EtapesMiseAJour : public schema::OutilsSchema {
                               const std::string& valeur4);
   void Etat6443TravauxEquipementsModifCodeChantier(const std::string& ancien, const std::string& nouveau);
 
+  // --- Code tables: a row added when missing ---
+  // Codes and labels are put between quotes as given: an apostrophe breaks the statement,
+  // and the step reports the engine's refusal; only AjoutDataPAYS and AjoutImprime double it.
+  // A row already there is never updated: the step writes its "Déjà présent" line.
+  void AjoutDataPAYS(const std::string& code, const std::string& libelle);
+  // Present means same code and same label; the "present" line spells the table "TYPEAUT".
+  void AjoutDataTYPEAUT(const std::string& code, const std::string& libelle);
+  void AjoutMotifAnnulPermis(std::int16_t code, const std::string& libelle);
+  // Writes no line when the code is there.
+  void MAJCodeNatureTravaux(const std::string& code, const std::string& libelle, const std::string& codeTopo,
+                            const std::string& codeVerr);
+  void AjoutTypeUtill(std::int16_t code, const std::string& libelle);
+  void AjoutNatLog(std::int16_t code, const std::string& libelle);
+  // Errors are reported under "AjoutImprime " (trailing blank), the name the application gives.
+  void AjoutImprime(const std::string& code);
+  // Each optional value given adds its column (coimptot, coimppre, coimppub).
+  void AjoutDataImpression(const std::string& code, const std::string& libelle, const std::string& rang,
+                           const std::optional<std::string>& total = std::nullopt,
+                           const std::optional<std::string>& precedent = std::nullopt,
+                           const std::optional<std::string>& publication = std::nullopt);
+  void AjoutDataEtat(const std::string& code, const std::string& libelle, const std::string& codeImpression,
+                     const std::string& typeEtat);
+  // Its selection joins "WHERE" to the column and names CODSFDEP twice: Jet refuses it, and the
+  // refusal is reported under "AjoutDataSDF".
+  void AjoutDataDSF(const std::string& departement, const std::string& direction, const std::string& libelleDirection,
+                    const std::string& service, const std::string& grade, const std::string& nom,
+                    const std::string& telephone);
+  // Its selection joins "WHERE" to the column too: Jet refuses it.
+  void AjoutDataSectFonc(const std::string& secteur, const std::string& departement, const std::string& direction,
+                         const std::string& cdif, const std::string& agent, const std::string& libelle,
+                         const std::string& telephone);
+  void AjoutDataINSPECTION(const std::string& table, const std::string& inspection, const std::string& departement,
+                           const std::string& direction, const std::string& cdif, const std::string& agent,
+                           const std::string& telephone);
+
+  // --- Code tables: labels, ranks and codes changed, in the code table and the permits ---
+  void MAJTypeUtilLog(std::int16_t code, const std::string& libelle);
+  void MAJTypeNatLog(std::int16_t code, const std::string& libelle);
+  void MAJTypeNatLogRang(std::int16_t code, std::int16_t rang);
+  void MAJMotifAnnulPermis(std::int16_t ancien, std::int16_t nouveau);
+  // Its lines name TYPMANNUL and its errors are reported under "MAJMotifAnnulPermis".
+  void MAJNatLogement(std::int16_t ancien, std::int16_t nouveau);
+  // The numeric works codes other than 1 to 6 become 12, 13... in text order ("10" before
+  // "7"), in NATTRAV and in PERMIS; other codes stay.
+  void MajTableNatTrav();
+  // The works codes 1 to 9 become "01" to "09", in NATTRAV and in PERMIS.
+  void MajTableNatTrav2();
+
+  // --- Small tables created, without an existence test: a second run reports the engine's refusal ---
+  void CreerTableIMPORTPANNULE();
+  void CreerTableIMPORTDAT();
+  // Errors are reported under "CreerTablePays".
+  void CreerTablePAYS();
+  // TYPDESTCOLL with its primary key, its code made required and allowed empty, and its seven rows.
+  void CreerTableDestColl();
+  void CreerTableTypCentre();
+  // DSF, filled from the centre rows of `centres` (from its current record on) when it has any.
+  void CreerTableDSF(schema::dao::Recordset& centres);
+  // CreerTableDSF over the rows of `source` (a table, query or SELECT giving COCDIDEP, COCDIDIR,
+  // LICDIDIR, LICDISERVC, LICDIGRADC, LICDINOMC, NUCDITELC), for a maintainer who names them;
+  // a source that cannot be opened is reported under "CreerTableDSF".
+  void CreerTableDSFDepuis(const std::string& source);
+
+  // --- Relations and agent codes ---
+  // DSF-CDIF, CDIF-INSPECTION, CDIF-SECTFONC with cascading updates; no line.
+  void CreationRelationTable();
+  // The offices' secondary administrator: field, relation to AGENT, and the first agent of
+  // COAGEADMIN '2' given to the offices of type 1.
+  void MAJ_Admin_Secondaire();
+  // Rebuilds every agent-code field as text 3: relations and indexes over them dropped, the
+  // fields rebuilt by ModifChampCoAgent, indexes and relations created again (no cascades).
+  void MAJCodeAgent();
+
  private:
   // "03" -> "04": the number's value plus one, padded to two digits.
   std::string NumeroSuivant(const std::string& numero);
@@ -108,6 +181,10 @@ class EtapesMiseAJour : public schema::OutilsSchema {
   // The add-if-missing pattern on a table keyed by its first column.
   void AjouteSiAbsent(const std::string& procedure, const std::string& table, const std::string& colonneCode,
                       const std::string& libelleLigne, const std::vector<std::string>& valeurs);
+  // The code tables' add pattern: `test` opened as a snapshot; when it yields no row,
+  // `insertion` runs and `ajoute` is written, else `present` when there is one.
+  void AjouteSiManquant(const std::string& procedure, const std::string& test, const std::string& insertion,
+                        const std::string& ajoute, const std::optional<std::string>& present);
 };
 
 // The SQL literal of an argument given as text: quoted, quotes doubled; "Null" when blank.

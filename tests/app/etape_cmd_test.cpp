@@ -106,6 +106,20 @@ TEST_F(EtapeCmdTest, TheReferenceDatabaseIsWrittenFirstAndNeverOverAFile) {
   EXPECT_TRUE(fs::is_regular_file(autre));
 }
 
+TEST_F(EtapeCmdTest, AStepNotCarriedIsListedButRefusedWithoutOpeningTheFile) {
+  const std::string avant = Octets(base_);
+  const Outcome run = etape("MajFichePlan");
+  EXPECT_EQ(run.status, 2) << run.output;
+  EXPECT_NE(run.output.find("l'étape MajFichePlan n'est pas disponible dans ce programme"), std::string::npos)
+      << run.output;
+  EXPECT_EQ(Octets(base_), avant);
+  EXPECT_TRUE(autres().empty());
+  const Outcome liste = RunBinary("etape --liste");
+  EXPECT_NE(liste.output.find("  MajFichePlan\n      non disponible : "), std::string::npos) << liste.output;
+  EXPECT_NE(liste.output.find("  AjoutDataImpression CODE LIBELLE RANG [TOTAL [PRECEDENT [PUBLICATION]]]\n"),
+            std::string::npos);
+}
+
 TEST_F(EtapeCmdTest, TheListNamesEveryStepWithItsArguments) {
   const Outcome run = RunBinary("etape --liste");
   EXPECT_EQ(run.status, 0);

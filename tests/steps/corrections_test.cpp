@@ -1,10 +1,16 @@
 // The single-statement corrections, record edits, structure and parameter steps on a small
 // database holding the rows each one looks for: what they write, the line each logs, and
 // what a second run or a missing row does.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
 #include "etapes_fixture.h"
 
-namespace steps_test {
+namespace etapes_test {
 namespace {
+
 
 class CorrectionsTest : public EtapesTest {
  protected:
@@ -170,4 +176,4 @@ TEST_F(CorrectionsTest, WorksCodeChangeMovesEveryRowOfTheOldCode) {
 }
 
 }  // namespace
-}  // namespace steps_test
+}  // namespace etapes_test

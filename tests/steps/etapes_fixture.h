@@ -1,12 +1,12 @@
-// A small database on a throw-away workstation, open on a test form that carries the update
-// steps and keeps the lines they log and the errors they report; helpers to make tables and
-// read rows back.
+// A wait form over a small database made for each test: the steps run on it, their log lines
+// and reported errors are kept for the test to read, and the test builds the tables it needs.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,17 +16,20 @@
 #include "platform/platform_test_support.h"
 #include "steps/etapes.h"
 
-namespace steps_test {
+namespace etapes_test {
 
 namespace dao = platform::dao;
 using Lignes = std::vector<std::vector<std::string>>;
+using Textes = std::vector<std::string>;
 
 struct Signalee {
   std::string procedure;
   int numero;
   bool operator==(const Signalee&) const = default;
 };
-inline std::ostream& operator<<(std::ostream& out, const Signalee& e) { return out << e.procedure << " (" << e.numero << ")"; }
+inline std::ostream& operator<<(std::ostream& out, const Signalee& e) {
+  return out << e.procedure << " (" << e.numero << ")";
+}
 
 class FormeEssai : public steps::EtapesMiseAJour {
  public:
@@ -51,11 +54,11 @@ struct Colonne {
   int taille;
 };
 
-// Each test makes the tables it needs.
 class EtapesTest : public platform_test::WorkstationTest {
  protected:
   EtapesTest() {
-    jet::create_database((c() / "Quelis.mdb").string());
+    const std::filesystem::path fichier = c() / "Quelis.mdb";
+    jet::create_database(fichier.string());
     forme.Bd = moteur.OpenDatabase("C:\\Quelis.mdb", true);
   }
 
@@ -63,6 +66,7 @@ class EtapesTest : public platform_test::WorkstationTest {
     for (std::size_t at = texte.find('\''); at != std::string::npos; at = texte.find('\'', at + 2)) texte.insert(at, 1, '\'');
     return texte;
   }
+  // Text columns accept empty texts, as the application's tables do.
   void table(const std::string& nom, const std::vector<Colonne>& colonnes) {
     dao::TableDef t = bd().CreateTableDef(nom);
     for (const Colonne& c : colonnes) {
@@ -86,10 +90,12 @@ class EtapesTest : public platform_test::WorkstationTest {
     rs.Close();
     return out;
   }
+  long compte(const std::string& table) { return std::stol(lignes("SELECT COUNT(*) FROM [" + table + "]")[0][0]); }
   std::vector<std::string> journal() { return std::exchange(forme.journal, {}); }
+  std::vector<Signalee> erreurs() { return std::exchange(forme.erreurs, {}); }
 
   platform::dao::DBEngine moteur{ws_};
   FormeEssai forme;
 };
 
-}  // namespace steps_test
+}  // namespace etapes_test

@@ -2,7 +2,7 @@
 // field catalogue, the types; and the multi-criteria search's criteria.
 #include "etapes_fixture.h"
 
-namespace steps_test {
+namespace etapes_test {
 namespace {
 
 class PilotesTest : public EtapesTest {
@@ -194,4 +194,4 @@ TEST_F(MultiCritereTest, NotePadCriteriaNeedTheFiscalOneToBeThere) {
 }
 
 }  // namespace
-}  // namespace steps_test
+}  // namespace etapes_test
