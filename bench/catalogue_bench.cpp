@@ -56,6 +56,28 @@ struct Pas {
 // Every step, tables and fields created before the steps that fill them.
 const std::vector<Pas>& Sequence() {
   static const std::vector<Pas> pas{
+      {"CreerTableIMPORTPANNULE", {}},
+      {"CreerTableIMPORTDAT", {}},
+      {"CreerTablePAYS", {}},
+      {"CreerTableDestColl", {}},
+      {"CreerTableTypCentre", {}},
+      {"CreerTableDSF", {}},
+      {"CreationRelationTable", {}},
+      {"MAJ_Admin_Secondaire", {}},
+      {"AjoutDataPAYS", {"99", "Côte d'Ivoire"}},
+      {"AjoutDataTYPEAUT", {"9", "Permis modificatif"}},
+      {"AjoutMotifAnnulPermis", {"9", "Demande du pétitionnaire"}},
+      {"MAJCodeNatureTravaux", {"15", "Extension", "E", "1"}},
+      {"AjoutTypeUtill", {"9", "Mixte"}},
+      {"AjoutNatLog", {"9", "Résidence services"}},
+      {"AjoutImprime", {"9"}},
+      {"AjoutDataImpression", {"IMP9", "Relance", "9"}},
+      {"AjoutDataEtat", {"E9", "Etat des relances", "IMP9", "1"}},
+      {"MAJTypeUtilLog", {"9", "Mixte (habitation et commerce)"}},
+      {"MAJTypeNatLog", {"9", "Résidence avec services"}},
+      {"MAJTypeNatLogRang", {"9", "9"}},
+      {"MajTableNatTrav", {}},
+      {"MajTableNatTrav2", {}},
       {"CreerTablePREFIXEFICTIF", {}},
       {"CreationChampBlocNoteTopoFiche", {}},
       {"CreationChampBlocNoteTopoImportFiche", {}},
@@ -82,6 +104,9 @@ const std::vector<Pas>& Sequence() {
       {"PiloteRefModifDonnees", {"FICHE", "RMTOPONOTE", "2000", "Bloc-notes du géomètre"}},
       {"PiloteDescSuppDonnees", {"FICHE", "RMTOPONOTE"}},
       {"PiloteRefSuppressionDonnees", {"FICHE", "RMTOPONOTE"}},
+      // Last, as the agent-code change drops and rebuilds the keys the others use. On tables
+      // with rows it reports, as it always has (its copy of the codes selects no row).
+      {"MAJCodeAgent", {}},
   };
   return pas;
 }
