@@ -120,6 +120,39 @@ TEST_F(EtapeCmdTest, AStepNotCarriedIsListedButRefusedWithoutOpeningTheFile) {
             std::string::npos);
 }
 
+// The agent-code change on the reference database, rows in every table it touches: its copy
+// of the codes ("WHERE code <> null") selects no row under Jet's logic, so the required code
+// fields refuse their Nulls, the keys and relations cannot come back, and the step ends in
+// failure. The live file is left byte for byte as it was.
+TEST_F(EtapeCmdTest, TheAgentCodeChangeOnAFullDatabaseFailsAndLeavesItAsItWas) {
+  const fs::path reference = dossier_ / "Reference.mdb";
+  ASSERT_EQ(RunBinary("etape --cree-base-reference --fiches 5 --base '" + reference.string() + "'").status, 0);
+  const std::string avant = Octets(reference);
+  const Outcome run = RunBinary("etape MAJCodeAgent --base '" + reference.string() + "' --horloge '2013-01-15 14:30:05'");
+  EXPECT_EQ(run.status, 1) << run.output;
+  EXPECT_EQ(Octets(reference), avant);
+  auto compte = [&](const std::string& texte) {
+    std::size_t n = 0;
+    for (std::size_t at = run.output.find(texte); at != std::string::npos; at = run.output.find(texte, at + 1)) ++n;
+    return n;
+  };
+  // Every required agent-code field refuses the Nulls (3314 shown as 2147224818)...
+  EXPECT_EQ(compte("Procédure : ModifChampCoAgent\nErreur n° 2147224818\n"), 8u) << run.output;
+  EXPECT_NE(run.output.find("Le champ 'AGENT.COAGENT' ne peut pas contenir de valeur Null"), std::string::npos);
+  // ...then every key and every relation of the change is refused.
+  EXPECT_EQ(compte("Procédure : CreeIndex\n"), 9u);
+  EXPECT_EQ(compte("Procédure : CreeRelation\n"), 15u);
+  EXPECT_NE(run.output.find("Étape terminée -> échec"), std::string::npos);
+  std::string verifie;
+  if (FILE* p = popen(("'" + (fs::path(QUELIS_BINARY_DIR) / "src" / "app" / "jet").string() + "' verify '" +
+                       reference.string() + "'").c_str(), "r")) {
+    char b[512];
+    while (std::fgets(b, sizeof b, p)) verifie += b;
+    pclose(p);
+  }
+  EXPECT_EQ(verifie, "Base saine.\n");
+}
+
 TEST_F(EtapeCmdTest, TheListNamesEveryStepWithItsArguments) {
   const Outcome run = RunBinary("etape --liste");
   EXPECT_EQ(run.status, 0);
