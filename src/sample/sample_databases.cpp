@@ -58,7 +58,7 @@ void RemplitFiche(dao::Recordset& rs, int i) {
   rs.Fields("COFICCOM").SetValue(kCommunes[static_cast<std::size_t>(i % 2)]);
   rs.Fields("LIFICCOM").SetValue(kNomsCommunes[static_cast<std::size_t>(i % 3)]);
   rs.Fields("NUFICSEC").SetValue(std::string(1, static_cast<char>('A' + i % 26)) + "B");
-  rs.Fields("NUFICPAR").SetValue(std::to_string(100 + i));
+  rs.Fields("NUFICPAR").SetValue(std::to_string(100 + i % 9900));  // four digits, whatever the count
   rs.Fields("LIFICDEM").SetValue(kDemandeurs[static_cast<std::size_t>(i % 4)]);
   rs.Fields("DAFICDEP").SetValue(Jour(2011, 1 + i % 12, 1 + i % 28));
   if (i % 4 != 2) rs.Fields("DAFICACC").SetValue(Jour(2012, 1 + i % 12, 1 + i % 28));
