@@ -8,11 +8,19 @@
 
 #include "jet/api/schema.h"
 #include "platform/dao/dao.h"
+#include "sample/construction.h"
 #include "sample/sample_databases.h"
 
 namespace echantillon::reference {
 
 namespace dao = platform::dao;
+// The building blocks every part uses.
+using construction::AjouteIndex;
+using construction::AjouteLignes;
+using construction::Colonne;
+using construction::Jour;
+using construction::Table;
+using V = dao::Variant;
 
 // Agent codes (two characters) by role: an inspector, three surveyors (géomètres) who hold
 // communes, a survey technician, two land-office agents (ASF).

@@ -10,13 +10,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Colonne;
-using construction::Jour;
-using construction::Table;
-using V = dao::Variant;
-
 std::vector<Colonne> Mois(std::vector<Colonne> suite) {
   std::vector<Colonne> c{{"COAGENT", dao::dbText, 2}, {"PAI6443", dao::dbText, 4}, {"PMI6443", dao::dbText, 2}};
   c.insert(c.end(), suite.begin(), suite.end());

@@ -15,12 +15,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Jour;
-using construction::Table;
-using V = dao::Variant;
-
 jet::TableDesign TableAgent() {
   jet::TableDesign t = Table("AGENT", {{"COAGENT", dao::dbText, 2},
                                        {"LIAGENOM", dao::dbText, 40},

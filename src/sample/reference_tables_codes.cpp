@@ -14,11 +14,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Table;
-using V = dao::Variant;
-
 jet::TableDesign TableCode(const char* nom, const char* code, const char* libelle, int tailleLibelle = 50) {
   jet::TableDesign t = Table(nom, {{code, dao::dbText, 2}, {libelle, dao::dbText, tailleLibelle}});
   AjouteIndex(t, "PrimaryKey", {code}, true);

@@ -18,13 +18,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Colonne;
-using construction::Jour;
-using construction::Table;
-using V = dao::Variant;
-
 const std::vector<Colonne> kCleFiche{{"NUFICHE", dao::dbLong},
                                      {"COPERAUT", dao::dbText, 3},
                                      {"NUPERMIS", dao::dbText, 15},

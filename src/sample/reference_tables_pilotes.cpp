@@ -15,12 +15,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Jour;
-using construction::Table;
-using V = dao::Variant;
-
 }  // namespace
 
 std::vector<jet::TableDesign> TablesPilotes() {

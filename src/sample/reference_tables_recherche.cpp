@@ -13,11 +13,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Table;
-using V = dao::Variant;
-
 }  // namespace
 
 std::vector<jet::TableDesign> TablesRecherche() {

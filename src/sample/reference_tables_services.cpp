@@ -9,11 +9,6 @@
 namespace echantillon::reference {
 namespace {
 
-using construction::AjouteIndex;
-using construction::AjouteLignes;
-using construction::Table;
-using V = dao::Variant;
-
 jet::TableDesign TableCdifReference() {
   jet::TableDesign cdif = base_quelis::TableCdif();
   // Appended after the columns of the live database. The telephone of the head of office is
