@@ -23,39 +23,15 @@
 #include "platform/dao/dao.h"
 #include "platform/platform_test_support.h"
 #include "schema/outils_schema.h"
+#include "support/test_form.h"
 
 namespace schema_test {
 
 namespace dao = platform::dao;
 using dao::Variant;
 
-struct ErreurSignalee {
-  std::string procedure;
-  int numero;
-  bool operator==(const ErreurSignalee&) const = default;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const ErreurSignalee& e) {
-  return out << e.procedure << " (" << e.numero << ")";
-}
-
-class FormeEssai : public schema::OutilsSchema {
- public:
-  std::optional<dao::Database> Bd;
-  std::vector<std::string> journal;
-  std::vector<ErreurSignalee> erreurs;
-
-  void ErreurInstallation(const std::string& procedure, const platform::Error& err) override {
-    erreurs.push_back({procedure, err.number()});
-  }
-
- protected:
-  dao::Database& BaseEnCours() override {
-    if (!Bd) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
-    return *Bd;
-  }
-  void EcritJournalBase(const std::string& ligne) override { journal.push_back(ligne); }
-};
+using test_support::ErreurSignalee;
+using FormeEssai = test_support::FormeEssai<schema::OutilsSchema>;
 
 inline std::string Commande(const std::string& command) {
   std::string out;

@@ -15,6 +15,7 @@
 #include "platform/dao/dao.h"
 #include "platform/platform_test_support.h"
 #include "steps/etapes.h"
+#include "support/test_form.h"
 
 namespace etapes_test {
 
@@ -22,31 +23,8 @@ namespace dao = platform::dao;
 using Lignes = std::vector<std::vector<std::string>>;
 using Textes = std::vector<std::string>;
 
-struct Signalee {
-  std::string procedure;
-  int numero;
-  bool operator==(const Signalee&) const = default;
-};
-inline std::ostream& operator<<(std::ostream& out, const Signalee& e) {
-  return out << e.procedure << " (" << e.numero << ")";
-}
-
-class FormeEssai : public steps::EtapesMiseAJour {
- public:
-  std::optional<dao::Database> Bd;
-  std::vector<std::string> journal;
-  std::vector<Signalee> erreurs;
-  void ErreurInstallation(const std::string& procedure, const platform::Error& err) override {
-    erreurs.push_back({procedure, err.number()});
-  }
-
- protected:
-  dao::Database& BaseEnCours() override {
-    if (!Bd) throw platform::Error(platform::ErrorCode::ObjectVariableNotSet);
-    return *Bd;
-  }
-  void EcritJournalBase(const std::string& ligne) override { journal.push_back(ligne); }
-};
+using Signalee = test_support::ErreurSignalee;
+using FormeEssai = test_support::FormeEssai<steps::EtapesMiseAJour>;
 
 struct Colonne {
   const char* nom;
