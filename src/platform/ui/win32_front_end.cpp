@@ -320,14 +320,12 @@ void Win32FrontEnd::runUntil(const std::function<bool()>& done) {
   impl_->waiting = false;
 }
 
+// Repaints only: the operator's input and posted messages stay queued until the message
+// loop waits for the operator, as VB's Refresh leaves them (a click made while the program
+// works is taken afterwards, not lost).
 void Win32FrontEnd::pump() {
   MSG msg;
-  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-    if (msg.message == WM_QUIT) {
-      PostQuitMessage(static_cast<int>(msg.wParam));
-      break;
-    }
-    TranslateMessage(&msg);
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE | PM_QS_PAINT | PM_QS_SENDMESSAGE)) {
     DispatchMessageW(&msg);
   }
 }

@@ -43,7 +43,7 @@ class Win32FrontEnd : public FormObserver, public MessageBoxService {
   // The message loop: serves the operator until `done()` holds after an action (or no window
   // is left). An exception escaping an action comes out here.
   void runUntil(const std::function<bool()>& done);
-  // Handles the messages waiting (painting, moving) without taking the operator's input.
+  // Repaints the forms; the operator's input stays queued for the message loop.
   void pump();
 
   // The window of a shown form or of one of its controls, nullptr when it has none.
