@@ -20,12 +20,19 @@ class FaultyFile final : public File {
       throw Failure(owner_.write_cue_.kind, path_);
     }
     if (owner_.byte_limit_) {
-      const std::uint64_t room = *owner_.byte_limit_ - std::min(*owner_.byte_limit_, owner_.bytes_written_);
-      if (bytes.size() > room) {
-        real_->write_at(offset, bytes.first(static_cast<std::size_t>(room)));
-        owner_.bytes_written_ += room;
+      // Only growth takes space: overwriting bytes already in a file never fills a disk.
+      const std::uint64_t size = real_->size();
+      const std::uint64_t end = offset + bytes.size();
+      const std::uint64_t growth = end > size ? end - std::max(size, offset) : 0;
+      const std::uint64_t room = *owner_.byte_limit_ - std::min(*owner_.byte_limit_, owner_.bytes_grown_);
+      if (growth > room) {
+        const std::uint64_t fits = std::max(size, offset) + room - offset;
+        real_->write_at(offset, bytes.first(static_cast<std::size_t>(fits)));
+        owner_.bytes_written_ += fits;
+        owner_.bytes_grown_ += room;
         throw Failure(FailureKind::DiskFull, path_);
       }
+      owner_.bytes_grown_ += growth;
     }
     real_->write_at(offset, bytes);
     owner_.bytes_written_ += bytes.size();
@@ -49,7 +56,12 @@ void FaultyFileSystem::fail_write(int nth, FailureKind kind, bool torn) { write_
 void FaultyFileSystem::fail_sync(int nth, FailureKind kind) { sync_cue_ = {syncs_ + nth, kind, false}; }
 void FaultyFileSystem::fail_read(int nth, FailureKind kind) { read_cue_ = {reads_ + nth, kind, false}; }
 void FaultyFileSystem::fail_rename(int nth, FailureKind kind) { rename_cue_ = {renames_ + nth, kind, false}; }
-void FaultyFileSystem::disk_full_after(std::uint64_t bytes) { byte_limit_ = bytes_written_ + bytes; }
+void FaultyFileSystem::heal() {
+  write_cue_ = sync_cue_ = read_cue_ = rename_cue_ = Cue{};
+  byte_limit_.reset();
+}
+
+void FaultyFileSystem::disk_full_after(std::uint64_t bytes) { byte_limit_ = bytes_grown_ + bytes; }
 
 std::unique_ptr<File> FaultyFileSystem::open(const std::string& path, Access access, Sharing sharing) {
   return std::make_unique<FaultyFile>(real_.open(path, access, sharing), *this, path);

@@ -21,11 +21,15 @@ class FaultyFileSystem final : public FileSystem {
   void fail_write(int nth, FailureKind kind = FailureKind::IoError, bool torn = false);
   void fail_sync(int nth, FailureKind kind = FailureKind::IoError);
   void fail_read(int nth, FailureKind kind = FailureKind::IoError);
-  // Writes fail with DiskFull once `bytes` more bytes have been written; the write that
-  // crosses the limit puts what fits and fails.
+  // Writes fail with DiskFull once files have grown by `bytes` more bytes (overwriting
+  // what a file holds takes no space); the write that crosses the limit puts what fits and
+  // fails.
   void disk_full_after(std::uint64_t bytes);
   // The `nth` rename (publish_new or rename_over) fails with `kind`.
   void fail_rename(int nth, FailureKind kind = FailureKind::IoError);
+
+  // Drops every cue and the disk limit: the disk behaves again.
+  void heal();
 
   int writes() const noexcept { return writes_; }
   int syncs() const noexcept { return syncs_; }
@@ -58,6 +62,7 @@ class FaultyFileSystem final : public FileSystem {
   Cue write_cue_, sync_cue_, read_cue_, rename_cue_;
   int writes_ = 0, syncs_ = 0, reads_ = 0, renames_ = 0;
   std::uint64_t bytes_written_ = 0;
+  std::uint64_t bytes_grown_ = 0;
   std::optional<std::uint64_t> byte_limit_;
 };
 

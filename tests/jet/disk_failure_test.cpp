@@ -111,21 +111,6 @@ TEST(DiskFailures, WriteAndSyncFailuresOfACommitAreDiskErrorsNotDamage) {
   }
 }
 
-TEST(DiskFailures, AfterAFailedCommitNoFurtherChangeIsBuiltOnTheFile) {
-  jet_test::ScratchDir dir;
-  InjectedServices injected;
-  auto db = database_with_table(dir, "torn.mdb", injected);
-  jet::sql::Executor sql(*db);
-  injected.files.fail_write(2, os::FailureKind::IoError, true);  // the commit is torn midway
-  EXPECT_EQ(jet_test::error_of([&] { sql.execute("INSERT INTO T (A) VALUES (1)"); }), 3043);
-  // The disk behaves again, but the file holds an unknown mix of pages: every later change is
-  // refused before anything is written.
-  const int writes = injected.files.writes();
-  EXPECT_EQ(jet_test::error_of([&] { sql.execute("INSERT INTO T (A) VALUES (2)"); }), 3043);
-  EXPECT_EQ(jet_test::error_of([&] { sql.execute("CREATE TABLE U (B LONG)"); }), 3043);
-  EXPECT_EQ(injected.files.writes(), writes);
-}
-
 TEST(DiskFailures, AFailedReadIs3040WhetherOpeningOrReadingPages) {
   jet_test::ScratchDir dir;
   const std::string path = jet_test::copy_fixture(dir, "testV2000.mdb");

@@ -60,21 +60,23 @@ TEST_F(FaultyFiles, ATornWriteLeavesHalfItsBytes) {
   EXPECT_EQ(content(), "ab......");
 }
 
-TEST_F(FaultyFiles, AFullDiskTakesWhatFitsThenRefuses) {
+TEST_F(FaultyFiles, AFullDiskRefusesGrowthOnlyAfterTakingWhatFits) {
   {
     auto f = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
     files.disk_full_after(6);
-    f->write_at(0, kFour);
+    f->write_at(0, kFour);  // over bytes already there: takes no room
+    f->write_at(8, kFour);  // grows by four
     try {
-      f->write_at(4, kFour);
+      f->write_at(12, kFour);
       FAIL() << "write past the free space went through";
     } catch (const os::Failure& failure) {
       EXPECT_EQ(failure.kind(), os::FailureKind::DiskFull);
     }
-    EXPECT_THROW(f->write_at(0, kFour), os::Failure);  // still full
+    EXPECT_THROW(f->write_at(14, kFour), os::Failure);  // still full
+    f->write_at(2, kFour);                              // overwriting still works
   }
-  EXPECT_EQ(content(), "abcdab..");
-  EXPECT_EQ(files.bytes_written(), 6u);
+  EXPECT_EQ(content(), "ababcd..abcdab");
+  EXPECT_EQ(files.bytes_written(), 14u);
 }
 
 TEST_F(FaultyFiles, SyncReadAndRenameFailuresAreCuedSeparately) {

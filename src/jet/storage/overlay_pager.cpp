@@ -82,7 +82,7 @@ void OverlayPager::commit() {
       try {
         sink_->write_pages(page_size(), outer.pages);
       } catch (...) {
-        write_failed_ = true;
+        write_failed_ = !sink_->file_unchanged_after_failure();
         throw;
       }
     }

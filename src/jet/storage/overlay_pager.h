@@ -31,6 +31,9 @@ class PageSink {
   // a page lies past its end, then makes them durable. Throws jet::Error on failure.
   virtual void write_pages(std::size_t page_size,
                            const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) = 0;
+  // After write_pages threw: true when the file is known to be exactly as before the call
+  // (the commit was undone), so that work may go on.
+  virtual bool file_unchanged_after_failure() const noexcept { return false; }
 };
 
 class OverlayPager final : public Pager {

@@ -1,22 +1,72 @@
 #include "jet/storage/writable_file.h"
 
+#include <optional>
+
 #include "jet/base/error.h"
 #include "jet/storage/database_file.h"
+#include "jet/storage/rollback_journal.h"
 
 namespace jet {
 
 FileSink::FileSink(std::shared_ptr<os::File> file, const std::string& path, const os::Services& services)
     : file_(std::move(file)), path_(path), services_(services) {}
 
+namespace {
+
+// Pages of consecutive numbers go out in one write, up to this many bytes.
+constexpr std::size_t kRunBytes = 1 << 20;
+
+}  // namespace
+
+void FileSink::write_runs(std::size_t page_size,
+                          const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) {
+  std::vector<std::uint8_t> run;
+  PageNumber first = 0;
+  auto flush = [&] {
+    if (run.empty()) return;
+    file_->write_at(static_cast<std::uint64_t>(first) * page_size, run);
+    run.clear();
+  };
+  for (const auto& [number, bytes] : pages) {
+    const bool follows = !run.empty() && number == first + run.size() / page_size;
+    if (!follows || run.size() >= kRunBytes) {
+      flush();
+      first = number;
+    }
+    run.insert(run.end(), bytes->begin(), bytes->end());
+  }
+  flush();
+}
+
 void FileSink::write_pages(std::size_t page_size,
                            const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) {
+  restored_ = false;
   for (const auto& [number, bytes] : pages) {
     if (bytes->size() != page_size) throw_damaged(path_, "page de taille incorrecte à l'écriture");
   }
+  std::vector<PageNumber> numbers;
+  numbers.reserve(pages.size());
+  for (const auto& entry : pages) numbers.push_back(entry.first);
+  std::optional<RollbackJournal> journal;
   try {
-    for (const auto& [number, bytes] : pages) file_->write_at(static_cast<std::uint64_t>(number) * page_size, *bytes);
-    file_->sync();
+    journal.emplace(RollbackJournal::save(services_, path_, *file_, page_size, numbers));
   } catch (const os::Failure& failure) {
+    // Nothing was written to the file.
+    restored_ = true;
+    throw_file_failure(failure, services_, failure.path().empty() ? path_ : failure.path(), FileActivity::Writing);
+  }
+  try {
+    write_runs(page_size, pages);
+    file_->sync();
+    journal->remove();
+  } catch (const os::Failure& failure) {
+    try {
+      journal->restore(*file_);
+      journal->remove();
+      restored_ = true;
+    } catch (const os::Failure&) {
+      // The journal stays: the next opening of the file puts the old pages back.
+    }
     throw_file_failure(failure, services_, path_, FileActivity::Writing);
   }
 }

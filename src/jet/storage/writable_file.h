@@ -1,11 +1,12 @@
 // The database file opened for writing: the sink of committed pages.
 //
 // It writes through the file the read side's FilePager holds open (exclusively, for reading
-// and writing), so no second opener ever sees a half-written file. Pages are written, then
-// synchronised; a page past the end extends the file. A full disk is reported as 3026, any
-// other write or sync failure as 3043 (a write refused by the system as 3051). Pages written
-// before the failure stay written: the file must then be given up, which is why the update
-// tool only ever writes to a temporary copy.
+// and writing), so no second opener ever sees a half-written file. A commit is all or
+// nothing: the old pages are saved in the rollback journal first (rollback_journal.h), then
+// the new ones are written and synchronised, then the journal is removed. When a write or a
+// sync fails, the old pages are put back at once; if even that fails, the journal stays
+// and the next opening of the file puts them back. A full disk is reported as 3026, any
+// other write or sync failure as 3043 (a write refused by the system as 3051).
 #pragma once
 
 #include <memory>
@@ -24,11 +25,17 @@ class FileSink final : public PageSink {
 
   void write_pages(std::size_t page_size,
                    const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) override;
+  bool file_unchanged_after_failure() const noexcept override { return restored_; }
 
  private:
+  // Writes the pages, consecutive ones together.
+  void write_runs(std::size_t page_size,
+                  const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages);
+
   std::shared_ptr<os::File> file_;
   std::string path_;
   const os::Services& services_;
+  bool restored_ = false;  // the last failed commit was undone on the file
 };
 
 }  // namespace jet

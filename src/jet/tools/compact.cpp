@@ -8,6 +8,8 @@
 #include "jet/base/error.h"
 #include "jet/tools/index_verify.h"
 #include "jet/base/names.h"
+#include "jet/storage/database_file.h"
+#include "jet/storage/rollback_journal.h"
 #include "jet/storage/transaction.h"
 #include "jet/tools/verify.h"
 
@@ -184,6 +186,19 @@ class Compactor {
   std::map<std::int32_t, std::int32_t> ids_;  // source object id -> destination id
 };
 
+// A compaction's file left by a killed run: removed unless someone holds it (a compaction
+// of the same name under way), which is refused as a file in use.
+void remove_leftover(const os::Services& sys, const std::string& temp) {
+  if (!sys.files->exists(temp)) return;
+  try {
+    sys.files->open(temp, os::Access::Read, os::Sharing::Exclusive).reset();
+    sys.files->remove(temp);
+    sys.files->remove(journal_path(temp));
+  } catch (const os::Failure& failure) {
+    throw_file_failure(failure, sys, temp, FileActivity::OpeningToWrite);
+  }
+}
+
 }  // namespace
 
 CompactReport compact(const std::string& source, const std::string& destination, const os::Services* services) {
@@ -199,16 +214,27 @@ CompactReport compact(const std::string& source, const std::string& destination,
   options.code_page = from->header().code_page;
   options.sort_order = static_cast<std::uint16_t>(from->header().sort_order);
   options.services = &sys;
-  auto to = create_database(destination, options);  // refuses an existing file, a missing folder
+  // The new file is written under a name of its own and given its name once complete, so
+  // that `destination` is either absent or a whole database, even if the program is killed.
+  const std::string temp = compaction_path(destination);
+  remove_leftover(sys, temp);
+  auto to = create_database(temp, options);  // refuses an existing file, a missing folder
   try {
     CompactReport report = Compactor(*from, *to).run();
     to.reset();
+    sys.files->publish_new(temp, destination);
     return report;
+  } catch (const os::Failure& failure) {
+    to.reset();
+    try { sys.files->remove(temp); } catch (const os::Failure&) {}
+    throw_file_failure(failure, sys, destination, FileActivity::Writing);
   } catch (...) {
     to.reset();
-    try { sys.files->remove(destination); } catch (const os::Failure&) {}
+    try { sys.files->remove(temp); } catch (const os::Failure&) {}
     throw;
   }
 }
+
+std::string compaction_path(const std::string& destination) { return destination + ".compactage"; }
 
 }  // namespace jet

@@ -12,8 +12,11 @@
 // are closed, as Access does when it compacts; the order of the columns is kept.
 //
 // The source is opened shared and read-only and never modified. The destination must not
-// exist (3204) and its folder must (3044). On any failure no destination is left behind and
-// the error says what could not be carried.
+// exist (3204) and its folder must (3044). The new file is written as
+// compaction_path(destination) and renamed to `destination` once complete and synchronised:
+// killed or failing at any point, the compaction leaves no destination, and the next one
+// removes the unfinished file (3045 when another compaction of that name holds it). On any
+// failure the error says what could not be carried.
 #pragma once
 
 #include <cstdint>
@@ -33,5 +36,8 @@ struct CompactReport {
 
 CompactReport compact(const std::string& source, const std::string& destination,
                       const os::Services* services = nullptr);
+
+// The name the new file has while it is being written.
+std::string compaction_path(const std::string& destination);
 
 }  // namespace jet
