@@ -212,7 +212,7 @@ int run(int argc, char** argv) {
   demo->add_flag("--poste-seulement", posteSeulement,
                  "construit le poste d'exemple sans lancer l'outil (pour le copier ailleurs, sous Windows par exemple)");
   int fiches = 200;
-  demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 5000));
+  demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 1000000));
   auto* etape = app.add_subcommand(
       "etape", "lance une étape de mise à jour sur une base (copie temporaire, transaction, compactage, remplacement)");
   std::string nomEtape, baseEtape;
@@ -228,7 +228,7 @@ int run(int argc, char** argv) {
                   "crée d'abord à --base (fichier absent) la base de référence, pour y essayer l'étape");
   int fichesReference = 24;
   etape->add_option("--fiches", fichesReference, "nombre de fiches de la base de référence")
-      ->check(CLI::Range(0, 5000));
+      ->check(CLI::Range(0, 1000000));
   bool interactif = false;
   app.add_flag("--interactif", interactif,
                "avec un opérateur : le formulaire attend ses choix, questions et messages s'affichent (aussi /interactif)");

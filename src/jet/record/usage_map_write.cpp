@@ -60,6 +60,40 @@ std::vector<PageNumber> marked_pages(Pager& pager, RowId where, PageNumber limit
   return out;
 }
 
+std::optional<PageNumber> first_marked_page(Pager& pager, RowId where, PageNumber from, PageNumber limit) {
+  const Page holder = pager.read(where.page);
+  const RowSpan span = row_span(holder, where.row);
+  const ByteView row = holder.view().sub(span.offset, span.length);
+  // The first marked bit of `bitmap` (bit 0 = page `first`) for a page in [from, limit).
+  auto scan = [&](const ByteView& bitmap, std::uint64_t first) -> std::optional<PageNumber> {
+    const std::uint64_t start = from > first ? from - first : 0;
+    for (std::size_t i = static_cast<std::size_t>(start / 8); i < bitmap.size(); ++i) {
+      const std::uint8_t byte = bitmap.u8(i);
+      for (int bit = 0; byte && bit < 8; ++bit) {
+        const std::uint64_t page = first + i * 8 + static_cast<unsigned>(bit);
+        if (page >= limit) return std::nullopt;
+        if ((byte >> bit) & 1u && page >= from) return static_cast<PageNumber>(page);
+      }
+      if (first + i * 8 + 8 >= limit) return std::nullopt;
+    }
+    return std::nullopt;
+  };
+  if (row.u8(0) == disk::kMapInline) {
+    return scan(row.sub(disk::kMapInlineBits, row.size() - disk::kMapInlineBits), row.u32(disk::kMapInlineStart));
+  }
+  if (row.u8(0) != disk::kMapReference) row.damaged("table d'utilisation de type inconnu " + std::to_string(row.u8(0)));
+  const std::uint64_t per_page = (pager.page_size() - disk::kMapPageHeader) * 8;
+  for (std::size_t i = static_cast<std::size_t>(from / per_page); 1 + 4 * i + 4 <= row.size(); ++i) {
+    if (per_page * i >= limit) break;
+    const PageNumber map_page = row.u32(1 + 4 * i);
+    if (map_page == 0) continue;
+    const Page map = pager.read(map_page);
+    if (map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap)) map.view().damaged("table d'utilisation attendue");
+    if (auto found = scan(map.view().sub(4, map.size() - 4), per_page * i)) return found;
+  }
+  return std::nullopt;
+}
+
 bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, bool grow,
                    const PageAppender& append) {
   const Page holder = pager.read(where.page);

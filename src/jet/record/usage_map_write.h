@@ -33,6 +33,11 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on,
 // pages past the end as free) and skipped.
 std::vector<PageNumber> marked_pages(Pager& pager, RowId where, PageNumber limit);
 
+// The first page marked in the map at `where` at or after `from` and below `limit`, reading
+// only the part of the map from `from` on (a writer filling pages in order asks this once
+// per row: the whole map each time would make a fill quadratic).
+std::optional<PageNumber> first_marked_page(Pager& pager, RowId where, PageNumber from, PageNumber limit);
+
 // Byte offset of row `row` inside data page `page`, and its length.
 struct RowSpan {
   std::size_t offset = 0;

@@ -134,7 +134,12 @@ std::vector<std::uint8_t> TableWriter::encode(const TableDef& def, const Row& va
 
 RowId TableWriter::place_row(const TableDef& def, const std::vector<std::uint8_t>& row, std::uint16_t flags) {
   const RowId free_map = RowId::from_pointer(def.free_pages);
-  for (PageNumber page : marked_pages(pager_, free_map, pager_.page_count())) {
+  // Pages before the last one used were already found full (and left the map) or not this
+  // table's: the search goes on from there.
+  PageNumber from = free_search_from_;
+  while (const std::optional<PageNumber> found = first_marked_page(pager_, free_map, from, pager_.page_count())) {
+    const PageNumber page = *found;
+    from = page + 1;
     const Page current = pager_.read(page);
     if (current.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || current.view().u32(4) != def.page)
       continue;  // not a data page of this table: never write there
@@ -146,6 +151,7 @@ RowId TableWriter::place_row(const TableDef& def, const std::vector<std::uint8_t
     }
     const std::uint8_t slot = editor.add_row(row, flags);
     pager_.write(page, editor.release());
+    free_search_from_ = page;
     return {page, slot};
   }
   DataPageEditor editor = DataPageEditor::blank(pager_.page_size(), def.page);
@@ -154,6 +160,7 @@ RowId TableWriter::place_row(const TableDef& def, const std::vector<std::uint8_t
   const PageAppender append = [this](std::vector<std::uint8_t> b) { return allocator_.allocate(std::move(b)); };
   set_usage_bit(pager_, RowId::from_pointer(def.owned_pages), page, true, true, append);
   set_usage_bit(pager_, free_map, page, true, true, append);
+  free_search_from_ = page;
   return {page, slot};
 }
 

@@ -85,6 +85,8 @@ class TableWriter {
 
   OverlayPager& pager_;
   PageAllocator& allocator_;
+  // Where place_row looks for room first: the page it used last (see place_row).
+  PageNumber free_search_from_ = 0;
   LongValueWriter long_values_;
   std::string name_;
   PageNumber page_;
