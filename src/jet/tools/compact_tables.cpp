@@ -8,6 +8,7 @@
 #include "jet/btree/btree_write_overlay.h"
 #include "jet/tools/compact_internal.h"
 #include "jet/base/error.h"
+#include "jet/btree/index_row_key.h"
 #include "jet/btree/index_stored_key.h"
 #include "jet/base/names.h"
 #include "jet/table/table_design.h"
@@ -21,11 +22,41 @@ namespace jet::compact_detail {
 namespace {
 constexpr const char* kPlaceholder = "~cle_etrangere_";
 
-// Rows go in without index maintenance: the indexes are built in bulk once the table is full.
-class DeferredIndexes final : public IndexHook {
+// Rows go in without index maintenance: the indexes are built in bulk once the table is
+// full, from the entries gathered here as each row goes in (reading the rows back would
+// decode every row once more per index).
+class GatheredIndexes final : public IndexHook {
  public:
+  explicit GatheredIndexes(const TableDef& def) : entries_(def.indexes.size()), complete_(def.indexes.size(), true) {}
+
   void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
-  void apply(const TableDef&, const Row*, const Row*, RowId) override {}
+  void apply(const TableDef& def, const Row* old_values, const Row* new_values, RowId id) override {
+    for (std::size_t i = 0; i < def.indexes.size() && i < entries_.size(); ++i) {
+      // Rows overwritten or removed: that index is read back from the rows instead.
+      if (old_values || !new_values) {
+        complete_[i] = false;
+        continue;
+      }
+      if (!complete_[i] || row_left_out_of_index(def, def.indexes[i], *new_values)) continue;
+      try {
+        entries_[i].push_back({index_key_for_row(def, def.indexes[i], *new_values), id, 0});
+      } catch (const Error& e) {
+        if (!key_not_computable(e)) throw;
+        complete_[i] = false;  // its stored key is taken from the source
+        entries_[i].clear();
+      }
+    }
+  }
+
+  // The entries of index `i` of every row, or nothing when they must be read back.
+  std::optional<std::vector<IndexNodeItem>> take(std::size_t i) {
+    if (i >= entries_.size() || !complete_[i]) return std::nullopt;
+    return std::move(entries_[i]);
+  }
+
+ private:
+  std::vector<std::vector<IndexNodeItem>> entries_;
+  std::vector<bool> complete_;
 };
 
 [[noreturn]] void cannot_carry(const std::string& path, const std::string& what) {
@@ -54,12 +85,21 @@ const IndexDef* source_index(const TableDef& source, const TableDef& def, const 
 // Builds the indexes of the filled table. A row whose key cannot be computed carries the
 // entry the source's matching index holds for the row it was copied from (`copied_from`:
 // destination row pointer -> source row).
-void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name,
-                     const Table& source, const std::unordered_map<std::uint32_t, RowId>& copied_from) {
+void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name, const Table& source,
+                     const std::unordered_map<std::uint32_t, RowId>& copied_from, GatheredIndexes& gathered) {
   const TableDef def = read_table_def(db.pager(), page);
   OverlayIndexPageStore store(db.allocator());
   const Table table(db.pager(), name, def);
-  for (const IndexDef& index : def.indexes) {
+  for (std::size_t i = 0; i < def.indexes.size(); ++i) {
+    const IndexDef& index = def.indexes[i];
+    if (auto entries = gathered.take(i)) {
+      std::sort(entries->begin(), entries->end(), [](const IndexNodeItem& a, const IndexNodeItem& b) {
+        return compare_entries(a.key, a.row, b.key, b.row) < 0;
+      });
+      store.select_index(index);
+      build_index_tree(store, def.page, index.root_page, *entries);
+      continue;
+    }
     const IndexDef* from = source_index(source.def(), def, index);
     std::optional<std::unordered_map<std::uint32_t, std::vector<std::uint8_t>>> held;
     const auto stored = [&](RowId row) -> std::optional<std::vector<std::uint8_t>> {
@@ -129,9 +169,9 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
       return true;
     });
   std::size_t reused = 0;
-  DeferredIndexes deferred;
-  TableWriter writer(destination.pager(), destination.allocator(), entry->name, entry->table_page(), {}, &deferred);
-  const TableDef to = writer.definition();
+  const TableDef to = read_table_def(destination.pager(), entry->table_page());
+  GatheredIndexes gathered(to);
+  TableWriter writer(destination.pager(), destination.allocator(), entry->name, entry->table_page(), {}, &gathered);
   // Destination position of each source column, by name.
   std::vector<std::optional<std::size_t>> position(from.def().columns.size());
   for (const ColumnDef& c : from.def().columns)
@@ -154,7 +194,7 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
     return true;
   });
   for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
-  rebuild_indexes(destination, entry->table_page(), entry->name, from, copied_from);
+  rebuild_indexes(destination, entry->table_page(), entry->name, from, copied_from, gathered);
   return copied;
 }
 
