@@ -86,6 +86,28 @@ TEST(JetRowDecode, FixedVariableNullAndYesNo) {
   EXPECT_EQ((*second)[4], jet::Value::integer(0));
 }
 
+TEST(JetRowDecode, OnlyTheWantedColumnsAreDecodedAndTheirLongValuesRead) {
+  jet::MemoryPager pager;
+  const jet::TableDef def = sample_table(0);
+  // The memo points at a page past the file: reading it is damage.
+  const Bytes row = jet4_row(5, fixed_part(42, 9), {utf16("parcelle"), long_value_ref(4, 0x40000000u, 77u << 8)},
+                             {true, true, true, true, true});
+  pager.add(data_page(0, {{row}}));
+  EXPECT_EQ(damage_of([&] { jet::read_row(pager, def, {0, 0}); }), 3049);
+
+  const auto some = jet::read_row(pager, def, {0, 0}, {true, false, true, false, true});
+  ASSERT_TRUE(some.has_value());
+  EXPECT_EQ((*some)[0], jet::Value::long_(42));
+  EXPECT_TRUE((*some)[1].is_null());  // even a Yes/No left out reads Null, not No
+  EXPECT_EQ((*some)[2].as_text(), "parcelle");
+  EXPECT_TRUE((*some)[3].is_null());
+  EXPECT_EQ((*some)[4], jet::Value::integer(9));
+  // A selection shorter than the row leaves the rest out.
+  const auto first = jet::read_row(pager, def, {0, 0}, {true});
+  EXPECT_EQ((*first)[0], jet::Value::long_(42));
+  EXPECT_TRUE((*first)[2].is_null());
+}
+
 TEST(JetRowDecode, RowsWrittenBeforeColumnsWereAddedReadNull) {
   jet::MemoryPager pager;
   const jet::TableDef def = sample_table(0);

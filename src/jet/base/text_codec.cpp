@@ -97,8 +97,14 @@ std::string utf16le_to_utf8(std::span<const std::uint8_t> bytes) {
   std::string out;
   out.reserve(bytes.size() / 2);
   char16_t pending = 0;
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
-    append_unit(out, static_cast<char16_t>(bytes[i] | (bytes[i + 1] << 8)), pending);
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto unit = static_cast<char16_t>(bytes[i] | (bytes[i + 1] << 8));
+    if (unit < 0x80 && !pending) {
+      out.push_back(static_cast<char>(unit));  // the common case, kept short
+    } else {
+      append_unit(out, unit, pending);
+    }
+  }
   if (pending) append_utf8(out, 0xFFFD);
   return out;
 }
@@ -115,7 +121,18 @@ std::string decode_stored_text(std::span<const std::uint8_t> bytes) {
   for (std::size_t i = 2; i <= bytes.size(); ++i) {
     if (i < bytes.size() && bytes[i] != 0x00) continue;
     if (compressed) {
-      for (std::size_t k = start; k < i; ++k) append_unit(out, bytes[k], pending);
+      std::size_t k = start;
+      if (pending && k < i) append_unit(out, bytes[k++], pending);
+      // One byte is one unit below 0x100: never a surrogate.
+      for (; k < i; ++k) {
+        const std::uint8_t b = bytes[k];
+        if (b < 0x80) {
+          out.push_back(static_cast<char>(b));
+        } else {
+          out.push_back(static_cast<char>(0xC0 | (b >> 6)));
+          out.push_back(static_cast<char>(0x80 | (b & 0x3F)));
+        }
+      }
     } else {
       for (std::size_t k = start; k + 1 < i; k += 2)
         append_unit(out, static_cast<char16_t>(bytes[k] | (bytes[k + 1] << 8)), pending);

@@ -1,11 +1,13 @@
 #include "jet/base/text_sort_table.h"
 
 #include <algorithm>
+#include <array>
 
 namespace jet::text_sort_detail {
 
-std::optional<CharCode> find_char_code(char32_t unit) {
-  if (unit > 0xFFFF) return std::nullopt;
+namespace {
+
+std::optional<CharCode> look_up(char32_t unit) {
   const auto runs = code_runs();
   const auto after = std::upper_bound(
       runs.begin(), runs.end(), unit,
@@ -27,6 +29,22 @@ std::optional<CharCode> find_char_code(char32_t unit) {
   }
   code.kana_mark = run.kana_mark;
   return code;
+}
+
+// Western text keeps to the first few hundred code points: their codes are worked out once.
+constexpr char32_t kCachedUnits = 0x180;
+
+}  // namespace
+
+std::optional<CharCode> find_char_code(char32_t unit) {
+  static const auto cached = [] {
+    std::array<std::optional<CharCode>, kCachedUnits> table;
+    for (char32_t c = 0; c < kCachedUnits; ++c) table[c] = look_up(c);
+    return table;
+  }();
+  if (unit < kCachedUnits) return cached[unit];
+  if (unit > 0xFFFF) return std::nullopt;
+  return look_up(unit);
 }
 
 }  // namespace jet::text_sort_detail

@@ -65,7 +65,7 @@ Value decode_field(const ColumnDef& column, const ByteView& bytes) {
   return Value::binary(bytes.copy());
 }
 
-Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
+Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const ColumnSelection& wanted) {
   const FormatLayout& layout = pager.layout();
   const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0);
   const std::size_t mask_at = frame.mask_at;
@@ -80,6 +80,10 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes) {
   Row row;
   row.reserve(def.columns.size());
   for (const ColumnDef& column : def.columns) {
+    if (!wanted.empty() && (column.definition_order >= wanted.size() || !wanted[column.definition_order])) {
+      row.push_back(Value::null());
+      continue;
+    }
     const bool bit = present(column.number);
     if (column.type == ColumnType::Boolean) {
       // A Yes/No column is never Null: rows written before it was added read No, as in Access.
@@ -127,11 +131,11 @@ std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_p
   pager.read(id.page).view().damaged("chaîne de lignes déplacées trop longue ou circulaire");
 }
 
-std::optional<Row> read_row(Pager& pager, const TableDef& def, RowId id) {
+std::optional<Row> read_row(Pager& pager, const TableDef& def, RowId id, const ColumnSelection& wanted) {
   Page keep;
   auto bytes = locate_row(pager, id, def.page, &keep);
   if (!bytes) return std::nullopt;
-  return decode_row(pager, def, *bytes);
+  return decode_row(pager, def, *bytes, wanted);
 }
 
 }  // namespace jet

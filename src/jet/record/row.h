@@ -20,8 +20,12 @@ namespace jet {
 // Values of one row, in the order of TableDef::columns.
 using Row = std::vector<Value>;
 
+// Which columns a reader needs, by position in TableDef::columns; empty means all of them.
+// The others are left Null without being decoded (nor their long values read).
+using ColumnSelection = std::vector<bool>;
+
 // Decodes `bytes` (one live row of `def`) into values. Long values are read from `pager`.
-Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes);
+Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const ColumnSelection& wanted = {});
 
 // Decodes one column of a stored fixed-length or variable-length field (no long values).
 Value decode_field(const ColumnDef& column, const ByteView& bytes);
@@ -29,7 +33,7 @@ Value decode_field(const ColumnDef& column, const ByteView& bytes);
 // The row `id` of table `def`: follows overflow pointers (bounded, so a cycle is reported as
 // damage). Returns nullopt for a deleted row. Throws 3049 when the row does not belong to
 // a data page of this table.
-std::optional<Row> read_row(Pager& pager, const TableDef& def, RowId id);
+std::optional<Row> read_row(Pager& pager, const TableDef& def, RowId id, const ColumnSelection& wanted = {});
 
 // The stored bytes of the live row `id`, after following overflow pointers; nullopt if deleted.
 std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_page,

@@ -21,7 +21,7 @@ const std::vector<PageNumber>& Table::data_pages() const {
   return *data_pages_;
 }
 
-Table::Cursor::Cursor(const Table& table) : table_(&table) {}
+Table::Cursor::Cursor(const Table& table, ColumnSelection wanted) : table_(&table), wanted_(std::move(wanted)) {}
 
 bool Table::Cursor::next() {
   const auto& pages = table_->data_pages();
@@ -37,11 +37,11 @@ bool Table::Cursor::next() {
       if (page.deleted(row)) continue;
       current_ = RowId{page_->number(), static_cast<std::uint8_t>(row)};
       if (page.overflow(row)) {
-        auto moved = table_->read(current_);
+        auto moved = read_row(*table_->pager_, table_->def_, current_, wanted_);
         if (!moved) page_->view().damaged("ligne déplacée introuvable (ligne " + std::to_string(row) + ")");
         row_ = std::move(*moved);
       } else {
-        row_ = decode_row(*table_->pager_, table_->def_, page.row_bytes(row));
+        row_ = decode_row(*table_->pager_, table_->def_, page.row_bytes(row), wanted_);
       }
       return true;
     }
@@ -53,6 +53,12 @@ bool Table::Cursor::next() {
 
 void Table::scan(const std::function<bool(RowId, const Row&)>& visit) const {
   Cursor c(*this);
+  while (c.next())
+    if (!visit(c.row_id(), c.row())) return;
+}
+
+void Table::scan(const ColumnSelection& wanted, const std::function<bool(RowId, const Row&)>& visit) const {
+  Cursor c(*this, wanted);
   while (c.next())
     if (!visit(c.row_id(), c.row())) return;
 }

@@ -31,7 +31,8 @@ class Table {
   // Sequential scan of live rows.
   class Cursor {
    public:
-    explicit Cursor(const Table& table);
+    // `wanted`: the columns to decode (all when empty), see ColumnSelection.
+    explicit Cursor(const Table& table, ColumnSelection wanted = {});
     bool next();  // false at the end
     RowId row_id() const noexcept { return current_; }
     const Row& row() const noexcept { return row_; }
@@ -43,11 +44,14 @@ class Table {
     std::optional<Page> page_;
     RowId current_{};
     Row row_;
+    ColumnSelection wanted_;
   };
   Cursor cursor() const { return Cursor(*this); }
 
   // Calls `visit` for each live row; stops early when it returns false.
   void scan(const std::function<bool(RowId, const Row&)>& visit) const;
+  // The same, decoding only the `wanted` columns (the others read Null).
+  void scan(const ColumnSelection& wanted, const std::function<bool(RowId, const Row&)>& visit) const;
   std::uint64_t count_rows() const;
 
  private:

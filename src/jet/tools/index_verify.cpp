@@ -193,7 +193,12 @@ class Checker {
     }
     std::set<std::uint32_t> live;
     try {
-      table_.scan([&](RowId id, const Row& row) {
+      // Only the index's columns are decoded: the rest of each row is not needed here.
+      ColumnSelection wanted(table_.def().columns.size(), false);
+      for (const auto& ic : index_.columns) {
+        if (const ColumnDef* c = table_.def().column_by_number(ic.column_number)) wanted[c->definition_order] = true;
+      }
+      table_.scan(wanted, [&](RowId id, const Row& row) {
         live.insert(id.pointer());
         check_row(id, row, by_row);
         return problems_.size() < kMaxProblems;
