@@ -1,5 +1,7 @@
 #include "jet/db/referential.h"
 
+#include <functional>
+
 #include "jet/base/error.h"
 #include "jet/btree/index_cursor.h"
 #include "jet/btree/index_row_key.h"
@@ -27,12 +29,16 @@ std::string table_name(WritableDatabase& db, PageNumber page) {
   throw Error(ErrorCode::DatabaseDamaged, "table de la page " + std::to_string(page));
 }
 
-std::vector<Link> links(WritableDatabase& db, const TableDef& def, std::uint8_t side) {
+// The relationships of `def` on `side` whose own index `concerned` accepts (the other table is
+// read only for those: most updates change no key).
+std::vector<Link> links(WritableDatabase& db, const TableDef& def, std::uint8_t side,
+                        const std::function<bool(const IndexDef&)>& concerned) {
   std::vector<Link> out;
   for (const LogicalIndex& li : def.logical_indexes) {
     if (li.kind != IndexKind::ForeignKey || li.related_table_kind != side || li.related_index < 0) continue;
     const IndexDef* own = def.real_index(li.real_index);
     if (!own) throw Error(ErrorCode::DatabaseDamaged, li.name);
+    if (!concerned(*own)) continue;
     Link link;
     link.own = *own;
     link.other = li.related_table_page == def.page ? def : read_table_def(db.pager(), li.related_table_page);
@@ -65,6 +71,12 @@ std::optional<std::vector<Value>> key_values(const TableDef& def, const IndexDef
 }
 
 bool key_changed(const TableDef& def, const IndexDef& index, const Row& old_row, const Row& new_row) {
+  bool same_values = true;
+  for (const IndexColumn& c : index.columns) {
+    const ColumnDef* column = def.column_by_number(c.column_number);
+    if (!column || !(old_row[column->definition_order] == new_row[column->definition_order])) same_values = false;
+  }
+  if (same_values) return false;
   const auto before = key_values(def, index, old_row);
   const auto after = key_values(def, index, new_row);
   if (!before || !after) return before.has_value() != after.has_value();
@@ -86,8 +98,10 @@ std::vector<RowId> referring_rows(WritableDatabase& db, const Link& link, const 
 }
 
 void check_referencing(WritableDatabase& db, const TableDef& def, const Row* old_values, const Row& new_values) {
-  for (const Link& link : links(db, def, disk::kReferencingSide)) {
-    if (old_values && !key_changed(def, link.own, *old_values, new_values)) continue;
+  const auto concerned = [&](const IndexDef& own) {
+    return !old_values || key_changed(def, own, *old_values, new_values);
+  };
+  for (const Link& link : links(db, def, disk::kReferencingSide, concerned)) {
     const auto values = key_values(def, link.own, new_values);
     if (!values) continue;
     if (!has_row(db, link.other, link.other_index, *values)) throw Error(ErrorCode::RelatedRecordRequired, link.other_name);
@@ -95,8 +109,10 @@ void check_referencing(WritableDatabase& db, const TableDef& def, const Row* old
 }
 
 void check_referenced(WritableDatabase& db, const TableDef& def, const Row& old_values, const Row* new_values) {
-  for (const Link& link : links(db, def, disk::kReferencedSide)) {
-    if (new_values && !key_changed(def, link.own, old_values, *new_values)) continue;
+  const auto concerned = [&](const IndexDef& own) {
+    return !new_values || key_changed(def, own, old_values, *new_values);
+  };
+  for (const Link& link : links(db, def, disk::kReferencedSide, concerned)) {
     const bool cascades = new_values ? link.cascade_updates : link.cascade_deletes;
     if (cascades) continue;
     const auto values = key_values(def, link.own, old_values);
@@ -105,8 +121,10 @@ void check_referenced(WritableDatabase& db, const TableDef& def, const Row& old_
 }
 
 void cascade(WritableDatabase& db, const TableDef& def, const Row& old_values, const Row* new_values) {
-  for (const Link& link : links(db, def, disk::kReferencedSide)) {
-    if (new_values && !key_changed(def, link.own, old_values, *new_values)) continue;
+  const auto concerned = [&](const IndexDef& own) {
+    return !new_values || key_changed(def, own, old_values, *new_values);
+  };
+  for (const Link& link : links(db, def, disk::kReferencedSide, concerned)) {
     if (!(new_values ? link.cascade_updates : link.cascade_deletes)) continue;
     const auto values = key_values(def, link.own, old_values);
     if (!values) continue;
