@@ -78,6 +78,29 @@ TEST(DiskFailures, AFailedPublishLeavesNoTemporaryBehind) {
   EXPECT_TRUE(fs::is_empty(dir.path()));
 }
 
+TEST(DiskFailures, AnUnfinishedCreationIsClearedUnlessACreationIsUnderWay) {
+  jet_test::ScratchDir dir;
+  const std::string path = (dir.path() / "new.mdb").string();
+  // What a creation killed before its rename leaves.
+  dir.write("new.mdb.creation", std::vector<std::uint8_t>(4096, 9));
+  jet::create_database(path).reset();
+  EXPECT_FALSE(fs::exists(path + ".creation"));
+  EXPECT_TRUE(jet::Database::open(path)->table_names().empty());
+
+  // A creation under way holds its file: another one of the same name is refused, naming
+  // the database, and the file under way is left alone.
+  const std::string other = (dir.path() / "other.mdb").string();
+  auto under_way = os::system_services().files->create_new(other + ".creation");
+  try {
+    jet::create_database(other);
+    ADD_FAILURE() << "a creation under way was overrun";
+  } catch (const jet::Error& e) {
+    EXPECT_EQ(e.number(), 3045);
+    EXPECT_NE(std::string(e.what()).find("other.mdb'"), std::string::npos) << e.what();
+  }
+  EXPECT_TRUE(fs::exists(other + ".creation"));
+}
+
 // A database with one empty table T (A LONG), opened through `injected`.
 std::unique_ptr<jet::WritableDatabase> database_with_table(const jet_test::ScratchDir& dir, const std::string& name,
                                                            InjectedServices& injected) {

@@ -1,6 +1,6 @@
 // The jet program killed in the middle of its work never leaves a file that is neither the
 // old one nor the new one. Each command (an UPDATE of every row, an import, a column
-// added) is killed with SIGKILL at chosen system calls (every write, sync and
+// added, a compaction) is killed with SIGKILL at chosen system calls (every write, sync and
 // removal it makes, through strace's fault injection) and at instants spread over its run;
 // after each kill the file opens, checks sound and holds all of the change or none of it,
 // and the same command then goes through.
@@ -187,6 +187,40 @@ TEST_F(Kills, AColumnAddedIsAllOrNothing) {
   sweep_in_place([](const std::string& file) {
     return Args{jet_test::jet_program(), "add-column", file, "T", "SURFACE", "Long"};
   });
+}
+
+TEST_F(Kills, AKilledCompactionLeavesNoDestinationOrAWholeOne) {
+  const std::string out = (dir_.path() / "out.mdb").string();
+  const Args command = {jet_test::jet_program(), "compact", base_, out};
+  const auto before = jet_test::read_file(base_);
+  int kills = 0, whole = 0;
+  auto check = [&](const std::string& what, bool killed) {
+    SCOPED_TRACE(what);
+    kills += killed;
+    if (fs::exists(out)) {
+      ++whole;
+      EXPECT_TRUE(same(base_, out));
+      fs::remove(out);
+    }
+    EXPECT_TRUE(jet_test::read_file(base_) == before);
+  };
+  const int writes = count_calls(command, "pwrite64", dir_);
+  fs::remove(out);
+  ASSERT_GT(writes, 2);
+  for (int n = 1; n <= writes; n += writes / 12 + 1) check("write " + std::to_string(n), killed_at_call(command, "pwrite64", n));
+  for (const std::string call : {"fsync", "link", "unlink"}) {
+    const int calls = count_calls(command, call, dir_);
+    fs::remove(out);
+    for (int n = 1; n <= calls; ++n) check(call + " " + std::to_string(n), killed_at_call(command, call, n));
+  }
+  const auto full = duration_of(command);
+  fs::remove(out);
+  for (int i = 1; i <= 5; ++i) check("instant " + std::to_string(i), killed_after(command, full * i / 6));
+  EXPECT_GT(kills, 4);
+  // The unfinished files of the killed runs do not stop the next one.
+  wait_killed(start(command));
+  EXPECT_TRUE(same(base_, out));
+  EXPECT_GT(whole, 0);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 #include "jet/db/create_database.h"
 
-
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 
 #include "jet/catalog/catalog_write.h"
+#include "jet/storage/leftover.h"
 #include "jet/db/create_table.h"
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
@@ -125,10 +125,11 @@ void write_file(const os::Services& services, const std::string& path, Pager& pa
   os::FileSystem& files = *services.files;
   std::unique_ptr<os::File> file;
   try {
+    // What a killed creation of the same name left goes; a creation under way holds its file.
+    if (!remove_if_unheld(services, temp)) throw Error(ErrorCode::FileInUse, path);
     file = files.create_new(temp);
   } catch (const os::Failure& failure) {
-    // Another creation of the same name is under way.
-    if (failure.kind() == os::FailureKind::AlreadyExists) throw Error(ErrorCode::FileInUse, temp);
+    if (failure.kind() == os::FailureKind::AlreadyExists) throw Error(ErrorCode::FileInUse, path);
     throw_file_failure(failure, services, path, FileActivity::Writing);
   }
   try {

@@ -8,7 +8,7 @@
 #include "jet/base/error.h"
 #include "jet/base/names.h"
 #include "jet/storage/database_file.h"
-#include "jet/storage/rollback_journal.h"
+#include "jet/storage/leftover.h"
 #include "jet/storage/transaction.h"
 
 namespace jet {
@@ -190,14 +190,11 @@ class Compactor {
   std::map<std::int32_t, std::int32_t> ids_;  // source object id -> destination id
 };
 
-// A compaction's file left by a killed run: removed unless someone holds it (a compaction
-// of the same name under way), which is refused as a file in use.
+// A compaction's file left by a killed run is removed; one held by a compaction of the same
+// name under way is refused as a file in use.
 void remove_leftover(const os::Services& sys, const std::string& temp) {
-  if (!sys.files->exists(temp)) return;
   try {
-    sys.files->open(temp, os::Access::Read, os::Sharing::Exclusive).reset();
-    sys.files->remove(temp);
-    sys.files->remove(journal_path(temp));
+    if (!remove_if_unheld(sys, temp)) throw Error(ErrorCode::FileInUse, temp);
   } catch (const os::Failure& failure) {
     throw_file_failure(failure, sys, temp, FileActivity::OpeningToWrite);
   }
