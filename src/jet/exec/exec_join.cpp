@@ -121,12 +121,18 @@ void Scope::load(int index, const std::vector<const Expr*>& filters) {
     }
     return true;
   };
+  // Only the columns the statement mentions are decoded (long values included).
+  ColumnSelection wanted;
+  if (s.table->def().columns.size() == n) {
+    wanted.resize(n);
+    for (std::size_t c = 0; c < n; ++c) wanted[c] = s.slot[c] >= 0;
+  }
   if (auto ids = seek_candidates(index, filters)) {
     for (const RowId id : *ids)
-      if (auto row = s.table->read(id)) take(id, *row);
+      if (auto row = read_row(s.table->pager(), s.table->def(), id, wanted)) take(id, *row);
     return;
   }
-  s.table->scan(take);
+  s.table->scan(wanted, take);
 }
 
 Relation Scope::join_tree(const TableRef& ref, const std::vector<const Expr*>& where) {
