@@ -1,0 +1,80 @@
+// Failures the update meets on the way, each with its own clear error in the log: a disk that
+// fills up during the copy or the compaction, a live database that cannot be written. The live
+// database stays byte for byte as it was, no temporary file is left, and once the cause is gone
+// the next run updates it.
+#include "pannes_fixture.h"
+
+namespace pannes_cas_test {
+namespace {
+
+using namespace pannes_test;
+
+class PannesCasTest : public PannesTest {
+ protected:
+  void SetUp() override {
+    baseVivante(std::string("4.4.0.1"), 6);
+    vivante = bytes(kBasesLocal + "Quelis.mdb");
+  }
+  // The log after its header.
+  std::string etapes() {
+    const std::string journal = read(kJournal);
+    const std::string marque = "Traitements effectués :\r\n";
+    return journal.substr(journal.find(marque) + marque.size());
+  }
+  std::string vivante;
+};
+
+TEST_F(PannesCasTest, ADiskFullDuringTheCopyIsVisualBasicsDiskFullNamingTheCopy) {
+  // Less room than the copy needs: FileCopy meets the full disk.
+  const Deroulement deroulement = lance([](os::FaultyFileSystem& p) { p.disk_full_after(100000); });
+  EXPECT_FALSE(deroulement.succes);
+  EXPECT_EQ(etapes(), lines({"--- Mise à jour base existante ---", "Copie vers base temporaire..."}) +
+                          lines(pipeline_test::BlocErreur("Traitement", "2147221565",
+                                                          "Disque plein : copie de " + kBases + "Quelis.mdb vers " +
+                                                              kBases + "QuelMaj.mdb")));
+  EXPECT_EQ(bytes(kBasesLocal + "Quelis.mdb"), vivante);
+  EXPECT_EQ(contenu(), ContenuFinal());
+  EXPECT_TRUE(lance().succes) << read(kJournal);
+  EXPECT_EQ(rows(kBases + "Quelis.mdb", "VERSION", {"livers"}), (std::vector<Lines>{{"4.4.0.3"}}));
+}
+
+TEST_F(PannesCasTest, ADiskFullDuringTheCompactionIsTheEnginesNamingTheCompaction) {
+  // Room for the copy and the update, not for the compacted file.
+  const Deroulement deroulement = lance({}, [](os::FaultyFileSystem& p, std::string_view texte) {
+    if (texte == "Compactage base temporaire") p.disk_full_after(20000);
+  });
+  EXPECT_FALSE(deroulement.succes);
+  const std::string e = etapes();
+  EXPECT_NE(e.find("Compactage base temporaire\r\n" +
+                   lines(pipeline_test::BlocErreur("Traitement", "2147224530",
+                                                   "Espace disque insuffisant. : compactage de " + kBases +
+                                                       "QuelMaj.mdb vers " + kBases + "QuelComp.mdb"))),
+            std::string::npos)
+      << e;
+  EXPECT_EQ(bytes(kBasesLocal + "Quelis.mdb"), vivante);
+  EXPECT_EQ(contenu(), ContenuFinal());
+  EXPECT_TRUE(lance().succes) << read(kJournal);
+}
+
+TEST_F(PannesCasTest, AReadOnlyLiveDatabaseIsRefusedBeforeAnyCopy) {
+  fs::permissions(local(kBasesLocal + "Quelis.mdb"), fs::perms::owner_write | fs::perms::group_write |
+                                                         fs::perms::others_write,
+                  fs::perm_options::remove);
+  const Deroulement deroulement = lance();
+  EXPECT_FALSE(deroulement.succes);
+  EXPECT_EQ(etapes(),
+            lines(Lines{"--- Mise à jour base existante ---"} +
+                  pipeline_test::BlocErreur("Traitement", "2147224555",
+                                            "Le moteur de base de données Microsoft Jet ne peut pas ouvrir le fichier '" +
+                                                kBases +
+                                                "Quelis.mdb'. Il est déjà ouvert en mode exclusif par un autre "
+                                                "utilisateur, ou vous devez avoir l'autorisation de visualiser ses "
+                                                "données.")));
+  EXPECT_EQ(bytes(kBasesLocal + "Quelis.mdb"), vivante);
+  EXPECT_EQ(contenu(), ContenuFinal());
+  fs::permissions(local(kBasesLocal + "Quelis.mdb"), fs::perms::owner_write, fs::perm_options::add);
+  EXPECT_TRUE(lance().succes) << read(kJournal);
+}
+
+}  // namespace
+}  // namespace pannes_cas_test
