@@ -76,5 +76,33 @@ TEST_F(PannesCasTest, AReadOnlyLiveDatabaseIsRefusedBeforeAnyCopy) {
   EXPECT_TRUE(lance().succes) << read(kJournal);
 }
 
+// On a school workstation the reset database follows the live one: a failure there comes after
+// the live database was replaced, which keeps the complete update; the reset database stays as
+// it was and no temporary of either folder is left.
+TEST_F(PannesCasTest, AFailureAfterTheReplacementKeepsTheUpdatedDatabaseAndTheResetOneAsItWas) {
+  state.TypeConfiguration = pipeline::kConfigurationEcole;
+  state.ChoixBaseEcole = 1;
+  const std::string raz = "C/QUELIS/Donnees/0590100/RAZ/";
+  write(raz + "Quelis.mdb", vivante);
+  const Deroulement deroulement = lance({}, [](os::FaultyFileSystem& p, std::string_view texte) {
+    if (texte == "Copie vers base RAZ temporaire") p.disk_full_after(50000);
+  });
+  EXPECT_FALSE(deroulement.succes);
+  const std::string e = etapes();
+  EXPECT_NE(e.find("Copie vers base RAZ temporaire\r\n" +
+                   lines(pipeline_test::BlocErreur(
+                       "Traitement", "2147221565",
+                       "Disque plein : copie de C:\\QUELIS\\Donnees\\0590100\\RAZ\\Quelis.mdb vers "
+                       "C:\\QUELIS\\Donnees\\0590100\\RAZ\\QuelMaj.mdb"))),
+            std::string::npos)
+      << e;
+  EXPECT_EQ(rows(kBases + "Quelis.mdb", "VERSION", {"livers", "liverslexe"}), (std::vector<Lines>{{"4.4.0.3", "4.4.0.1"}}));
+  EXPECT_EQ(bytes(raz + "Quelis.mdb"), vivante);
+  EXPECT_EQ(contenu(), ContenuFinal());
+  std::vector<std::string> dansRaz;
+  for (const auto& f : fs::directory_iterator(local(raz))) dansRaz.push_back(f.path().filename().string());
+  EXPECT_EQ(dansRaz, std::vector<std::string>{"Quelis.mdb"});
+}
+
 }  // namespace
 }  // namespace pannes_cas_test
