@@ -76,6 +76,32 @@ TEST_F(PannesCasTest, AReadOnlyLiveDatabaseIsRefusedBeforeAnyCopy) {
   EXPECT_TRUE(lance().succes) << read(kJournal);
 }
 
+// A second run of the tool on the same database (another session, another workstation on the
+// share) stops at the lock file the first one holds, as it stops for Access; the first goes on.
+TEST_F(PannesCasTest, ASecondRunOnTheSameDatabaseStopsAtTheLockFile) {
+  // The other session: its own program, a minute later (its own database log).
+  platform::Environment autreEnv = platform::Environment::ForTests(root, platform::DateTime{2013, 1, 15, 14, 31, 0});
+  platform::dao::DBEngine autreMoteur(autreEnv.workstation());
+  std::unique_ptr<pipeline::FrmAttente> second;
+  const Deroulement premier = lance({}, [&](os::FaultyFileSystem&, std::string_view texte) {
+    if (texte != "Mise à jour de la base temporaire..." || second) return;
+    second = std::make_unique<pipeline::FrmAttente>(autreEnv, *desktop, state, autreMoteur);
+    second->DossierBases = kBases;
+    second->Traitement();
+  });
+  ASSERT_TRUE(second);
+  EXPECT_FALSE(second->Succes);
+  ASSERT_EQ(second->ErreursSignalees.size(), 1u);
+  EXPECT_EQ(second->ErreursSignalees[0].Numero, "4");
+  EXPECT_EQ(second->ErreursSignalees[0].Description, "Un fichier ldb est présent : " + kBases + "Quelis.ldb");
+  second->Unload();
+  EXPECT_TRUE(premier.succes) << read(kJournal);
+  EXPECT_EQ(rows(kBases + "Quelis.mdb", "VERSION", {"livers"}), (std::vector<Lines>{{"4.4.0.3"}}));
+  std::vector<std::string> attendu = ContenuFinal();
+  attendu.insert(attendu.begin() + 2, "QuelisBase_4.4.0_20130115143100.log");
+  EXPECT_EQ(contenu(), attendu);
+}
+
 // On a school workstation the reset database follows the live one: a failure there comes after
 // the live database was replaced, which keeps the complete update; the reset database stays as
 // it was and no temporary of either folder is left.
