@@ -75,7 +75,9 @@ TEST_F(BalayagePannesTest, AnyFailedOperationLosesNothingLeavesNothingAndIsToldC
   int balayes = 0;
   for (const Sorte& sorte : sortes) {
     ASSERT_GT(sorte.total, 0) << sorte.nom;
-    for (int n : Points(sorte.total, 100)) {
+    // At most 80 points of a kind keep the sweep within a minute in the sanitizer build (about
+    // 0.3 s a point there); the small database has fewer, so every one is failed.
+    for (int n : Points(sorte.total, 80)) {
       SCOPED_TRACE(std::string(sorte.nom) + " n° " + std::to_string(n) + " sur " + std::to_string(sorte.total));
       remetEnPlace();
       const Deroulement panne = lance([&](os::FaultyFileSystem& p) { sorte.arme(p, n); });
