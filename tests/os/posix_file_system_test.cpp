@@ -45,7 +45,7 @@ TEST_F(PosixFiles, AReadersOnlyOpenerIsKeptOutByAProgramHoldingTheFileWithoutSha
   const std::string path = file("base.mdb");
   {
     // hold_lock is how a program holds a file without sharing here (an fcntl lock): a shared
-    // reader, which takes part only in flock, does not see it; a readers-only opener does.
+    // reader, bound by flock alone, does not see it; a readers-only opener does.
     auto hold = files.hold_lock(path);
     EXPECT_NO_THROW(files.open(path, os::Access::Read, os::Sharing::Shared));
     try {
