@@ -43,12 +43,21 @@ void FrmParam::LanceTraitement(DossierDonnees& Dossier) {
       BilanDossier& bilan = Bilan.back();
       bilan.BaseTraitee = true;
       bilan.BaseReussie = frmAttente->Succes;
-      bilan.JournalBase = frmAttente->NomJournalBase;
+      if (frmAttente->JournalBaseCree) bilan.JournalBase = frmAttente->NomJournalBase;
       bilan.Erreurs = frmAttente->ErreursSignalees;
       if (frmAttente->Succes) {
         EcritJournal("\t\tTraitement de la base réussi");
-      } else {
+      } else if (frmAttente->JournalBaseCree) {
         EcritJournal("\t\tTraitement de la base en échec -> voir log liée à la base");
+        EnErreur = true;
+      } else {
+        // No database log to look into: its errors are told here.
+        EcritJournal("\t\tTraitement de la base en échec -> log liée à la base non créée : " +
+                     frmAttente->NomJournalBase);
+        for (const auto& erreur : frmAttente->ErreursSignalees) {
+          EcritJournal("\t\tProcédure : " + erreur.Procedure + " - Erreur n° " + erreur.Numero + " - " +
+                       erreur.Description);
+        }
         EnErreur = true;
       }
       frmAttente->Unload();

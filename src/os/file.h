@@ -11,7 +11,11 @@
 namespace os {
 
 enum class Access { Read, ReadWrite };
-enum class Sharing { Shared, Exclusive };
+// Shared: other openers allowed (readers and, on Windows, writers that share too).
+// Exclusive: no other opener at all.
+// ReadersOnly: other readers allowed, no writer: refused while someone has the file open for
+// writing (or holds it without sharing), and refuses every later writer while open.
+enum class Sharing { Shared, Exclusive, ReadersOnly };
 
 class File {
  public:
@@ -36,7 +40,8 @@ class FileSystem {
  public:
   virtual ~FileSystem() = default;
   // An existing regular file. Read access with Shared sharing may be combined with other
-  // shared openers; Exclusive refuses and is refused by any other opener.
+  // shared openers; Exclusive refuses and is refused by any other opener; ReadersOnly (read
+  // access only) keeps every writer out while admitting readers.
   virtual std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) = 0;
   // A new, empty file opened for writing; AlreadyExists when the name is taken.
   virtual std::unique_ptr<File> create_new(const std::string& path) = 0;

@@ -120,26 +120,59 @@ class PosixFileSystem final : public FileSystem {
 
 }  // namespace
 
+namespace {
+
+// True when a classic or open-file-description fcntl write lock covers the file: on Linux
+// that is how a program holds a file open without sharing (see hold_lock).
+bool write_locked_by_fcntl(int fd) {
+  struct flock probe {};
+  probe.l_type = F_RDLCK;
+  probe.l_whence = SEEK_SET;
+  return ::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
+}
+
+// True when `path` still names the file open on `fd`. A file replaced by a rename between
+// the open and the lock must not be locked and written under a name that has moved on.
+bool still_named(int fd, const std::string& path) {
+  struct stat held {}, named {};
+  return ::fstat(fd, &held) == 0 && ::stat(path.c_str(), &named) == 0 && held.st_dev == named.st_dev &&
+         held.st_ino == named.st_ino;
+}
+
+}  // namespace
+
 std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Access access, Sharing sharing) {
   const int flags = (access == Access::ReadWrite ? O_RDWR : O_RDONLY) | O_CLOEXEC;
-  const int fd = ::open(path.c_str(), flags);
-  if (fd < 0) fail(errno, path);
-  struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    ::close(fd);
-    throw Failure(FailureKind::NotAFile, path);
-  }
+  // Every writer on this system holds its file exclusively, so a shared flock is enough to
+  // keep writers out of a ReadersOnly opener's file; the fcntl probe adds the programs that
+  // hold a file without sharing.
   const int operation = (sharing == Sharing::Exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB;
-  if (::flock(fd, operation) != 0) {
-    const int err = errno;
-    ::close(fd);
-    if (err == EWOULDBLOCK) {
-      // A shared opener is kept out only by an exclusive holder; an exclusive one by anyone.
-      throw Failure(sharing == Sharing::Shared ? FailureKind::HeldExclusively : FailureKind::InUse, path, err);
+  for (int attempt = 0;; ++attempt) {
+    const int fd = ::open(path.c_str(), flags);
+    if (fd < 0) fail(errno, path);
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+      ::close(fd);
+      throw Failure(FailureKind::NotAFile, path);
     }
-    fail(err, path);
+    if (::flock(fd, operation) != 0) {
+      const int err = errno;
+      ::close(fd);
+      if (err == EWOULDBLOCK) {
+        // A shared opener is kept out only by an exclusive holder; an exclusive one by anyone.
+        throw Failure(sharing == Sharing::Exclusive ? FailureKind::InUse : FailureKind::HeldExclusively, path, err);
+      }
+      fail(err, path);
+    }
+    if (sharing == Sharing::ReadersOnly && write_locked_by_fcntl(fd)) {
+      ::close(fd);
+      throw Failure(FailureKind::HeldExclusively, path, EWOULDBLOCK);
+    }
+    if (still_named(fd, path)) return std::make_unique<PosixFile>(fd, path);
+    // Replaced meanwhile: the lock must be taken on the file the name holds now.
+    ::close(fd);
+    if (attempt == 8) throw Failure(FailureKind::InUse, path, EWOULDBLOCK);
   }
-  return std::make_unique<PosixFile>(fd, path);
 }
 
 std::unique_ptr<File> PosixFileSystem::create_new(const std::string& path) {

@@ -16,12 +16,21 @@ class SeededRandom final : public Random {
   }
 };
 
+const Services* override_in_force = nullptr;
+
 }  // namespace
 
 const Services& system_services() {
+  if (override_in_force) return *override_in_force;
   static SeededRandom random;
   static const Services services{&system_file_system(), &system_clock(), &random};
   return services;
 }
+
+ServicesOverride::ServicesOverride(const Services& services) : previous_(override_in_force) {
+  override_in_force = &services;
+}
+
+ServicesOverride::~ServicesOverride() { override_in_force = previous_; }
 
 }  // namespace os

@@ -12,7 +12,23 @@ struct Services {
   Random* random;
 };
 
-// The machine's own file system, local clock and random source.
+// The machine's own file system, local clock and random source, unless a ServicesOverride
+// is in force.
 const Services& system_services();
+
+// While it lives, system_services() returns `services` instead of the machine's: a whole
+// program (engine, platform, pipeline) then runs over a failing disk or a fixed clock without
+// each layer having to carry the services. For tests; one at a time, on the thread that runs
+// the program, and nothing opened under it may outlive it.
+class ServicesOverride {
+ public:
+  explicit ServicesOverride(const Services& services);
+  ~ServicesOverride();
+  ServicesOverride(const ServicesOverride&) = delete;
+  ServicesOverride& operator=(const ServicesOverride&) = delete;
+
+ private:
+  const Services* previous_;
+};
 
 }  // namespace os

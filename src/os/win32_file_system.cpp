@@ -1,6 +1,6 @@
 // Windows file services. A database opened exclusively is opened with no sharing at all, so
 // that any other opener (Access included) meets a sharing violation, as Jet's exclusive mode
-// does; a shared opener allows readers and writers beside it.
+// does; a shared opener allows readers and writers beside it; a readers-only opener readers.
 #include <windows.h>
 
 #include "os/failure.h"
@@ -146,12 +146,16 @@ std::string narrow(const std::wstring& utf16) {
 
 std::unique_ptr<File> Win32FileSystem::open(const std::string& path, Access access, Sharing sharing) {
   const DWORD desired = GENERIC_READ | (access == Access::ReadWrite ? GENERIC_WRITE : 0);
-  const DWORD share = sharing == Sharing::Exclusive ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
+  // ReadersOnly shares reading only: any opener asking to write (Access included) meets a
+  // sharing violation, and so does this one while such a writer has the file open.
+  const DWORD share = sharing == Sharing::Exclusive     ? 0
+                      : sharing == Sharing::ReadersOnly ? FILE_SHARE_READ
+                                                        : FILE_SHARE_READ | FILE_SHARE_WRITE;
   const DWORD attrs = attributes(path);
   if (attrs != INVALID_FILE_ATTRIBUTES && (attrs & FILE_ATTRIBUTE_DIRECTORY)) throw Failure(FailureKind::NotAFile, path);
   HANDLE handle = ::CreateFileW(widen(path).c_str(), desired, share, nullptr, OPEN_EXISTING,
                                 FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) fail(::GetLastError(), path, sharing == Sharing::Shared);
+  if (handle == INVALID_HANDLE_VALUE) fail(::GetLastError(), path, sharing != Sharing::Exclusive);
   if (::GetFileType(handle) != FILE_TYPE_DISK) {
     ::CloseHandle(handle);
     throw Failure(FailureKind::NotAFile, path);

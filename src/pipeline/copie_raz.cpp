@@ -10,7 +10,11 @@ void FrmAttente::CopieRAZ() {
     if (!env_->files().Dir(DossierRAZ, platform::vbDirectory).empty()) {
       if (Existe(CheminBaseRAZ)) Supprime(CheminBaseRAZ);
     } else {
-      env_->files().MkDir(DossierRAZ);
+      try {
+        env_->files().MkDir(DossierRAZ);
+      } catch (const platform::Error& e) {
+        throw ErreurSurFichier(e, DossierRAZ);
+      }
     }
     Copie(CheminBase, CheminBaseRAZ);
   });

@@ -4,6 +4,13 @@
 
 namespace pipeline {
 
+platform::Error ErreurSurFichier(const platform::Error& erreur, const std::string& fichiers) {
+  // Visual Basic's texts name no file, nor do the engine's disk errors (3026, 3043); the
+  // engine's others name theirs already, as a Windows path.
+  if (erreur.number() <= 0 || erreur.description().find(":\\") != std::string::npos) return erreur;
+  return platform::Error(erreur.number(), erreur.description() + " : " + fichiers);
+}
+
 FrmAttente::FrmAttente(platform::Environment& env, ui::Desktop& desktop,
                        const pipeline::ProgramState& state, dao::DBEngine& moteur)
     : ui::Form(desktop, "frmAttente", "Installation base QUELIS"), env_(&env), state_(&state), moteur_(&moteur) {
@@ -19,7 +26,12 @@ void FrmAttente::OuvreJournalBase() {
   NomJournalBase = DossierBases + "QuelisBase_" + state_->VersionCourte + "_" +
                    platform::Format(now, "yyyymmdd") + platform::Format(now, "hhmmss") + ".log";
   Fso.emplace(env_->CreateFileSystemObject());
-  JournalBase.emplace(Fso->CreateTextFile(NomJournalBase, true));
+  try {
+    JournalBase.emplace(Fso->CreateTextFile(NomJournalBase, true));
+  } catch (const platform::Error& e) {
+    throw ErreurSurFichier(e, NomJournalBase);
+  }
+  JournalBaseCree = true;
   JournalBase->WriteLine("Installation / mise à jour de la base de données QUELIS");
   JournalBase->WriteLine("version de l'exécutable de mise à jour : " + state_->VersionComplete);
   JournalBase->WriteLine("nouvelle version de la base : " + std::string(kVersionApres));
@@ -36,6 +48,7 @@ void FrmAttente::Message(std::string_view texte) {
   if (JournalBase) JournalBase->WriteLine(texte);
   LblMessage1.setCaption(std::string(texte));
   refresh();
+  if (SurMessage) SurMessage(texte);
 }
 
 dao::Database& FrmAttente::BaseEnCours() {
@@ -85,6 +98,7 @@ void FrmAttente::Unload() {
   Bd.reset();
   Espace.reset();
   BaseOuverte = false;
+  LibereBase();
   unloaded();
 }
 

@@ -7,8 +7,12 @@
 // Traitement either installs a delivered school database or updates the existing database
 // from 4.4.0.1 to 4.4.0.3 through temporary copies (copy, repair, MiseAJour, compact) and
 // only then puts the result in place of the live file, in one rename: the live name holds
-// the old or the new database at every instant. The reset database under RAZ\ follows in
-// the school configuration; a fresh school database gets its libelle.txt.
+// the old or the new database at every instant. From its first look at the live database to
+// that rename the form holds it against every other writer (and holds its lock file, as an
+// open database does), so that nothing another program writes meanwhile is lost under the
+// replacement. Temporaries an interrupted run left are removed first; those of a failed run
+// are removed at its end. The reset database under RAZ\ follows in the school configuration;
+// a fresh school database gets its libelle.txt.
 #pragma once
 
 #include <functional>
@@ -20,8 +24,10 @@
 
 #include "pipeline/program_state.h"
 #include "platform/dao/dao.h"
+#include "platform/dao/write_guard.h"
 #include "platform/environment.h"
 #include "platform/error.h"
+#include "platform/filelock.h"
 #include "platform/fso.h"
 #include "platform/program.h"
 #include "platform/textstream.h"
@@ -45,6 +51,12 @@ inline constexpr int kErrBaseEcoleNonChoisie = 6;
 // A step asked on a file that bears the name of a temporary copy (which the steps replace).
 inline constexpr int kErrNomTemporaire = 7;
 
+// The error `erreur` of an operation on files with the file(s) it is about added to its text
+// (" : " and `fichiers`, Windows paths), as the application's own errors name theirs. An error
+// whose text names a file already (most of the engine's) is returned unchanged; application
+// errors (negative numbers) too.
+platform::Error ErreurSurFichier(const platform::Error& erreur, const std::string& fichiers);
+
 // The versions this release moves a database between.
 inline constexpr std::string_view kVersionAvant = "4.4.0.1";
 inline constexpr std::string_view kVersionApres = "4.4.0.3";
@@ -65,6 +77,9 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
   bool Interactif = false;     // message boxes are shown only when true
   // Result, read by the caller after Traitement: true unless an error was reported.
   bool Succes = false;
+  // True once the per-database log NomJournalBase was created; when it could not be, the
+  // errors of ErreursSignalees are nowhere else and the caller must tell them.
+  bool JournalBaseCree = false;
   // The errors reported while treating the database, in order: what the error blocks of the
   // per-database log say (the procedure, the number shown, the description).
   struct ErreurSignalee {
@@ -77,6 +92,9 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
   // Where a label created for a freshly installed database is handed back (the parameter
   // form's LibelleBase).
   std::function<void(const std::string&)> RetourLibelle;
+  // Called after each progress line is shown, with its text: where an observer (a test) acts
+  // between two stages of the work.
+  std::function<void(std::string_view)> SurMessage;
 
   // Treats the database of DossierBases. Never raises a run-time error of its own steps:
   // failures end in ErreurInstallation. Virtual so that the parameter form's callers can be
@@ -149,9 +167,35 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
   // Compacts CheminTemp into CheminCompact and puts that in place of CheminBase in one rename.
   void RemplaceParCopie();
   void EcritFin();
+  // Holds the database CheminBase (whose lock file is `verrou`) against other writers until
+  // the replacement, and its lock file as an open database does: error 4 when another
+  // program took the lock file meanwhile, 3045 when one has the database open for writing,
+  // 3051 when the database may not be written (it could not be replaced).
+  void GardeBase(const std::string& verrou);
+  // Lets the database and its lock file go (the lock file is removed).
+  void LibereBase();
+  // The temporaries of DossierBases (and of DossierRAZ in the school configuration), found on
+  // disk (restes.h).
+  std::vector<std::string> Temporaires() const;
+  // Removes what an interrupted run left (3045 naming a file some process holds).
+  void NettoieRestes();
+  // After a failed run: closes what the failure left open, then removes the temporaries that
+  // nobody holds; silent, whatever it meets (a later run removes what remains).
+  void RetireTemporaires();
+  // Releases the guards at the end of Traitement or TraitementEtape and, when the run failed
+  // after the guard was taken, removes the temporaries.
+  void Termine();
   bool Existe(const std::string& chemin);
   void Supprime(const std::string& chemin);
   void Copie(const std::string& source, const std::string& destination);
+  void Compacte(const std::string& source, const std::string& destination);
+  void Remplace(const std::string& source, const std::string& cible, platform::dao::WriteGuard* garde);
+
+  // Held from the first look at the live database to its replacement (GardeBase).
+  std::optional<platform::dao::WriteGuard> Garde;
+  std::optional<platform::FileLockHolder> VerrouTenu;
+  std::string CheminVerrouTenu;
+  bool TemporairesANous = false;  // the folder's temporaries are this run's to remove
 
   platform::Environment* env_;
   const pipeline::ProgramState* state_;

@@ -3,6 +3,9 @@
 // the call through ErreurInstallation ("Traitement").
 #include "pipeline/frm_attente.h"
 #include "pipeline/remplacement.h"
+#include "pipeline/restes.h"
+#include "platform/dao/dao_error.h"
+#include "platform/localfs.h"
 #include "platform/vbfiles.h"
 #include "platform/vbstring.h"
 
@@ -21,6 +24,8 @@ void FrmAttente::Traitement() {
   TransactionOuverte = false;
   BaseOuverte = false;
   Succes = true;
+  JournalBaseCree = false;
+  TemporairesANous = false;
   piege("Traitement", [&] {
     OuvreJournalBase();
     setCaption("Installation base QUELIS - " + state_->VersionCourte +
@@ -34,6 +39,7 @@ void FrmAttente::Traitement() {
     }
     EcritFin();
   });
+  Termine();
 }
 
 void FrmAttente::ConstruitChemins() {
@@ -67,7 +73,10 @@ void FrmAttente::BrancheMiseAJour() {
   if (!Existe(CheminBase)) {
     throw platform::applicationError(kErrBaseAbsente, "La base est absente : " + CheminBase);
   }
-  VerifieVerrou(platform::Replace(CheminBase, ".mdb", ".ldb"));
+  const std::string verrou = platform::Replace(CheminBase, ".mdb", ".ldb");
+  VerifieVerrou(verrou);
+  GardeBase(verrou);
+  NettoieRestes();
   VerifieVersion();
   CopieTemporaire();
 
@@ -91,7 +100,7 @@ void FrmAttente::BrancheMiseAJour() {
                        state_->TitreMessage);
     }
   } else {
-    // The temporary copy stays for inspection; the live database was never touched.
+    // The live database was never touched; the temporary copy goes at the end (Termine).
     Message("Installation de la base terminée -> échec");
     if (Interactif) {
       desktop().msgBox("Installation de la base " + LibelleEnCours + " terminée en échec", ui::vbOKOnly,
@@ -114,29 +123,121 @@ void FrmAttente::VerifieVerrou(const std::string& verrou) {
   }
 }
 
+void FrmAttente::GardeBase(const std::string& verrou) {
+  if (!platform::EqualsNoCase(verrou, CheminBase)) {
+    try {
+      VerrouTenu.emplace(env_->workstation().resolveOnDrive(verrou).local);
+      CheminVerrouTenu = verrou;
+    } catch (const std::system_error&) {
+      throw platform::applicationError(kErrFichierLdb, "Un fichier ldb est présent : " + verrou);
+    }
+  }
+  Garde.emplace(env_->workstation(), CheminBase);
+  TemporairesANous = true;
+  // The database will be replaced: a file that may not be written is refused now (3051), as
+  // the original's first opening of it, exclusive and for writing, refused it.
+  if (platform::localfs::isReadOnly(Garde->local())) throw platform::dao::daoError(3051, CheminBase);
+}
+
+void FrmAttente::LibereBase() {
+  if (Garde) Garde->release();
+  Garde.reset();
+  if (VerrouTenu) {
+    VerrouTenu.reset();
+    try {
+      SupprimeTemporaire(env_->workstation(), CheminVerrouTenu);
+    } catch (const platform::Error&) {
+      // Someone took it the moment it was let go: theirs now.
+    }
+  }
+  CheminVerrouTenu.clear();
+}
+
+std::vector<std::string> FrmAttente::Temporaires() const {
+  std::vector<std::string> chemins = FichiersTemporaires(
+      env_->workstation(), DossierBases,
+      {platform::LastComponent(CheminTemp), platform::LastComponent(CheminCompact)}, CheminBase);
+  if (!DossierRAZ.empty()) {
+    for (std::string& c : FichiersTemporaires(env_->workstation(), DossierRAZ,
+                                              {platform::LastComponent(CheminTempRAZ),
+                                               platform::LastComponent(CheminCompactRAZ)},
+                                              CheminBaseRAZ))
+      chemins.push_back(std::move(c));
+  }
+  return chemins;
+}
+
+void FrmAttente::NettoieRestes() {
+  for (const std::string& chemin : Temporaires()) SupprimeTemporaire(env_->workstation(), chemin);
+}
+
+void FrmAttente::RetireTemporaires() {
+  if (BaseOuverte && Bd) {
+    try {
+      Bd->Close();
+    } catch (const platform::Error&) {
+      // Closed with its failure already.
+    }
+  }
+  Bd.reset();
+  BaseOuverte = false;
+  if (TransactionOuverte) {
+    try {
+      moteur_->Rollback();
+    } catch (const platform::Error&) {
+      // The level went with its database.
+    }
+    TransactionOuverte = false;
+  }
+  for (const std::string& chemin : Temporaires()) {
+    try {
+      SupprimeTemporaire(env_->workstation(), chemin);
+    } catch (const platform::Error&) {
+      // Held by another process, or refused: a later run finds it and says so.
+    }
+  }
+}
+
+void FrmAttente::Termine() {
+  if (!Succes && TemporairesANous) {
+    try {
+      RetireTemporaires();
+    } catch (const platform::Error&) {
+      // The folder itself cannot be listed any more: nothing can be removed.
+    }
+  }
+  LibereBase();
+}
+
 void FrmAttente::CopieTemporaire() {
   Message("Copie vers base temporaire...");
   if (Existe(CheminTemp)) Supprime(CheminTemp);
   Copie(CheminBase, CheminTemp);
 
   Message("Réparation de la base temporaire...");
-  moteur_->RepairDatabase(CheminTemp);
+  try {
+    moteur_->RepairDatabase(CheminTemp);
+  } catch (const platform::Error& e) {
+    throw ErreurSurFichier(e, "réparation de " + CheminTemp);
+  }
 }
 
 void FrmAttente::RemplaceParCopie() {
   Message("Compactage base temporaire");
   if (Existe(CheminCompact)) Supprime(CheminCompact);
-  moteur_->CompactDatabase(CheminTemp, CheminCompact);
+  Compacte(CheminTemp, CheminCompact);
 
   Message("Suppression bases temporaires");
   Supprime(CheminTemp);
-  RemplaceFichier(env_->workstation(), CheminCompact, CheminBase);
+  Remplace(CheminCompact, CheminBase, Garde ? &*Garde : nullptr);
 }
 
-// The version gate, on the live database opened exclusively and closed again.
+// The version gate, on the live database opened and closed again. The form holds it against
+// writers already (GardeBase), so it is opened for reading beside that hold, where the
+// original opened it exclusively for writing.
 void FrmAttente::VerifieVersion() {
   Espace.emplace(moteur_->Workspaces(0));
-  Bd.emplace(Espace->OpenDatabase(CheminBase, true));
+  Bd.emplace(Espace->OpenDatabase(CheminBase, false, true));
   BaseOuverte = true;
   dao::Recordset rs = Bd->OpenRecordset("VERSION", dao::dbOpenDynaset);
   const dao::Variant livers = rs("livers");
@@ -166,11 +267,11 @@ void FrmAttente::MiseAJourRAZ() {
 
   Message("Compactage base RAZ temporaire");
   if (Existe(CheminCompactRAZ)) Supprime(CheminCompactRAZ);
-  moteur_->CompactDatabase(CheminTempRAZ, CheminCompactRAZ);
+  Compacte(CheminTempRAZ, CheminCompactRAZ);
 
   Message("Suppression bases RAZ temporaires");
   Supprime(CheminTempRAZ);
-  RemplaceFichier(env_->workstation(), CheminCompactRAZ, CheminBaseRAZ);
+  Remplace(CheminCompactRAZ, CheminBaseRAZ, nullptr);
 }
 
 void FrmAttente::BrancheEcole() {
@@ -204,10 +305,36 @@ void FrmAttente::EcritFin() {
 
 bool FrmAttente::Existe(const std::string& chemin) { return !env_->files().Dir(chemin).empty(); }
 
-void FrmAttente::Supprime(const std::string& chemin) { env_->files().Kill(chemin); }
+void FrmAttente::Supprime(const std::string& chemin) {
+  try {
+    env_->files().Kill(chemin);
+  } catch (const platform::Error& e) {
+    throw ErreurSurFichier(e, chemin);
+  }
+}
 
 void FrmAttente::Copie(const std::string& source, const std::string& destination) {
-  env_->files().FileCopy(source, destination);
+  try {
+    env_->files().FileCopy(source, destination);
+  } catch (const platform::Error& e) {
+    throw ErreurSurFichier(e, "copie de " + source + " vers " + destination);
+  }
+}
+
+void FrmAttente::Compacte(const std::string& source, const std::string& destination) {
+  try {
+    moteur_->CompactDatabase(source, destination);
+  } catch (const platform::Error& e) {
+    throw ErreurSurFichier(e, "compactage de " + source + " vers " + destination);
+  }
+}
+
+void FrmAttente::Remplace(const std::string& source, const std::string& cible, platform::dao::WriteGuard* garde) {
+  try {
+    RemplaceFichier(env_->workstation(), source, cible, garde);
+  } catch (const platform::Error& e) {
+    throw ErreurSurFichier(e, "remplacement de " + cible + " par " + source);
+  }
 }
 
 }  // namespace pipeline

@@ -2,28 +2,18 @@
 // update, so that a maintainer can try a step of a future update script on a copy of a real
 // database without risk to it.
 #include "pipeline/frm_attente.h"
+#include "pipeline/restes.h"
 #include "platform/vbstring.h"
 
 namespace pipeline {
-namespace {
-
-// Access's lock file: the database's name with its extension, whatever its case, made ".ldb".
-std::string NomVerrou(const std::string& base) {
-  const std::size_t dossier = base.find_last_of('\\');
-  const std::size_t point = base.find_last_of('.');
-  if (point == std::string::npos || (dossier != std::string::npos && point < dossier)) return base + ".ldb";
-  return base.substr(0, point) + ".ldb";
-}
-
-}  // namespace
-
 void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::string& nom,
                                  const steps::EtapePrete& etape) {
   setMousePointer(ui::vbHourglass);
   TransactionOuverte = false;
   BaseOuverte = false;
   Succes = true;
-  bool copieCommencee = false;  // from then on CheminTemp is ours to remove
+  JournalBaseCree = false;
+  TemporairesANous = false;
   piege("TraitementEtape", [&] {
     OuvreJournalBase();
     CheminBase = cheminBase;
@@ -37,8 +27,10 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
       throw platform::applicationError(kErrNomTemporaire,
                                        "La base porte le nom d'une copie temporaire : " + CheminBase);
     }
-    VerifieVerrou(NomVerrou(CheminBase));
-    copieCommencee = true;
+    const std::string verrou = NomVerrou(CheminBase);
+    VerifieVerrou(verrou);
+    GardeBase(verrou);
+    NettoieRestes();
     CopieTemporaire();
 
     Message("Étape " + nom + " sur la base temporaire...");
@@ -68,21 +60,8 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
     }
     EcritFin();
   });
-  // A failure before the end leaves the copy behind: removed so the next try starts clean.
-  if (!Succes && copieCommencee && Existe(CheminTemp)) {
-    if (BaseOuverte && Bd) Bd->Close();
-    Bd.reset();
-    BaseOuverte = false;
-    if (TransactionOuverte) {
-      moteur_->Rollback();
-      TransactionOuverte = false;
-    }
-    try {
-      Supprime(CheminTemp);
-    } catch (const platform::Error&) {
-      // Left for the next run, which removes it before copying.
-    }
-  }
+  // Whatever failed, the copies go and the live database is let go.
+  Termine();
 }
 
 }  // namespace pipeline

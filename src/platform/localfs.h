@@ -45,8 +45,10 @@ std::optional<std::string> readFile(const std::filesystem::path& file);
 bool isReadOnly(const std::filesystem::path& p);
 void clearReadOnly(const std::filesystem::path& p);
 
-// Copies a file's content and modification time over `to` (replaced when present).
-// Raises platform::Error: 53 source unreadable, 70 destination not writable, 61 disk full.
+// Copies a file's content, modification time and read-only attribute over `to` (replaced
+// when present), through the OS interface. Raises platform::Error: 53 source missing, 70
+// source open for writing by another program or destination not writable, 61 disk full, 57
+// device error; a failed copy leaves no destination.
 void copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
 // Puts the file `from` in place of `to` in one step (rename(2); on Windows MoveFileExW,

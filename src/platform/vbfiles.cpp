@@ -96,7 +96,8 @@ void VbFiles::FileCopy(std::string_view source, std::string_view destination) co
   const ResolvedPath to = workstation_->resolveOnDrive(destination);
   existingParent(to);
   if (to.isFolder()) fail_file_call(ErrorCode::PathFileAccessError);
-  if (IsLockedByAnother(from.local)) fail_file_call(ErrorCode::PermissionDenied);
+  // The source held open for writing by another program is refused by the copy itself (70),
+  // which admits readers beside it.
   if (to.exists() && (localfs::isReadOnly(to.local) || IsLockedByAnother(to.local))) fail_file_call(ErrorCode::PermissionDenied);
   localfs::copyFile(from.local, to.local);
 }

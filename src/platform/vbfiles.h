@@ -42,8 +42,9 @@ class VbFiles {
   // Name old As new: 53 source missing, 58 destination exists, 74 across drives,
   // 76 destination folder missing. Works for files and folders.
   void Name(std::string_view oldPath, std::string_view newPath) const;
-  // 53 source missing, 76 destination folder missing, 70 source held open by another process
-  // or destination locked or read-only; an existing destination is replaced.
+  // 53 source missing, 76 destination folder missing, 70 source open for writing (or held
+  // without sharing) by another process or destination locked or read-only, 61 disk full,
+  // 57 device error (no partial copy is left); an existing destination is replaced.
   void FileCopy(std::string_view source, std::string_view destination) const;
   // 75 when it exists, 76 when the parent is missing.
   void MkDir(std::string_view path) const;

@@ -125,9 +125,11 @@ class AcceptanceTest : public ::testing::Test {
     file(relatif + "Bases/libelle.txt", texte);
   }
 
-  Outcome run(const std::string& programFolder) {
+  // `launcher`: see RunBinary.
+  Outcome run(const std::string& programFolder, const std::string& launcher = "") {
     return RunBinary("--horloge '2013-01-15 14:30:05' --workstation '" + root.string() + "' --program-folder '" +
-                     programFolder + "'");
+                         programFolder + "'",
+                     launcher);
   }
 
   // Names below a folder of the workstation, sorted, folders with a trailing "/".

@@ -20,10 +20,11 @@ struct Outcome {
   std::string output;  // stdout and stderr together
 };
 
-// `arguments` are passed through the shell: quote them.
-inline Outcome RunBinary(const std::string& arguments) {
+// `arguments` are passed through the shell: quote them. `launcher`, when given, is a command
+// that runs the program (setpriv...).
+inline Outcome RunBinary(const std::string& arguments, const std::string& launcher = "") {
   Outcome run;
-  const std::string command = "'" + Binary().string() + "' " + arguments + " 2>&1";
+  const std::string command = launcher + (launcher.empty() ? "" : " ") + "'" + Binary().string() + "' " + arguments + " 2>&1";
   FILE* pipe = popen(command.c_str(), "r");
   if (!pipe) return run;
   std::array<char, 4096> buffer{};

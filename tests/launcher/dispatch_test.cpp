@@ -82,6 +82,30 @@ TEST_F(DispatchTest, FailedDatabaseFailsTheRunAndTheNextFolderIsStillTreated) {
   EXPECT_EQ(launcher().calls()[0].pathName, "notepad.exe C:\\QUELIS\\" + kLogName);
 }
 
+TEST_F(DispatchTest, ADatabaseWhoseOwnLogCouldNotBeMadeHasItsErrorsInTheRunLog) {
+  portable({{"0590100", "Lille"}});
+  traitement.emplace();
+  traitement->succes = false;
+  traitement->journalCree = false;
+  const std::string bases = "C:\\Quelis\\Donnees\\0590100\\Bases\\";
+  traitement->erreurs = {{"Traitement", "2147221574", "Permission refusée : " + bases + kLogName}};
+  start("C:\\QUELIS");
+  EXPECT_TRUE(form().EnErreur);
+  const std::string chemin = "C:\\Quelis\\Donnees\\0590100\\";
+  EXPECT_NE(log().find(lines(
+                {"\tTraitement de la base " + chemin + "Bases\\Quelis.mdb (Lille) - début traitement",
+                 "\t\tTraitement de la base en échec -> log liée à la base non créée : " + bases + kLogName,
+                 "\t\tProcédure : Traitement - Erreur n° 2147221574 - Permission refusée : " + bases + kLogName,
+                 "\tTraitement de la base " + chemin + "Bases\\Quelis.mdb (Lille) - fin traitement"})),
+            std::string::npos)
+      << log();
+  EXPECT_EQ(log().find("voir log liée à la base"), std::string::npos);
+  // The summary names no log that does not exist.
+  ASSERT_EQ(form().Bilan.size(), 1u);
+  EXPECT_EQ(form().Bilan[0].JournalBase, "");
+  EXPECT_EQ(form().Bilan[0].Erreurs.size(), 1u);
+}
+
 TEST_F(DispatchTest, SummaryKeepsEachFolderOutcomeAndTheLabelItEndedWith) {
   portable({{"0590100", "Lille"}, {"0620200", "Arras"}});
   // The real wait form: the first database is missing its file, the second is refused too.

@@ -124,6 +124,8 @@ class BaseMigrationEnMemoire : public BaseMigration {
 // A wait form whose database work has a scripted outcome, recording what it was given.
 struct TraitementScripte {
   bool succes = true;
+  bool journalCree = true;   // whether the database log could be created
+  std::vector<pipeline::FrmAttente::ErreurSignalee> erreurs;  // reported when it fails
   std::string libelleRendu;  // handed back as the new label when not empty
   struct Appel {
     std::string DossierBases, LibelleEnCours, DossierCourant;
@@ -141,6 +143,9 @@ class FrmAttenteScriptee : public pipeline::FrmAttente {
   void Traitement() override {
     script_->appels.push_back({DossierBases, LibelleEnCours, DossierCourant, Interactif, isShown()});
     Succes = script_->succes;
+    JournalBaseCree = script_->journalCree;
+    NomJournalBase = DossierBases + "QuelisBase_4.4.0_20130115143005.log";
+    ErreursSignalees = script_->erreurs;
     if (!script_->libelleRendu.empty()) RetourLibelle(script_->libelleRendu);
   }
 

@@ -124,11 +124,11 @@ TEST_F(MiseAJourTest, MissingBackupFailsTheUpdateAndKeepsTheLiveDatabase) {
             std::string::npos)
       << log;
   EXPECT_EQ(bytes(kBasesLocal + "Quelis.mdb"), origine);
-  // The copy stays, and the version change made inside the transaction never reached it.
-  ASSERT_TRUE(exists(kBasesLocal + "QuelMaj.mdb"));
-  f->Unload();
-  EXPECT_EQ(rows(kBases + "QuelMaj.mdb", "VERSION", {"livers"}), (std::vector<Lines>{{"4.4.0.1"}}));
+  // The failed run's copy goes with it; the database is let go.
+  EXPECT_FALSE(exists(kBasesLocal + "QuelMaj.mdb"));
   EXPECT_FALSE(exists(kBasesLocal + "QuelComp.mdb"));
+  EXPECT_FALSE(exists(kBasesLocal + "Quelis.ldb"));
+  f->Unload();
   // Interactive: the error, then the failure.
   ASSERT_EQ(boxes.shown().size(), 2u);
   EXPECT_EQ(boxes.shown()[1].text, "Installation de la base Lille terminée en échec");
@@ -191,7 +191,7 @@ TEST_F(MiseAJourTest, NullVersionPassesTheGateAndIsRefusedByTheScript) {
                              "La version de la base de données n'est pas valide : ") +
                   Lines{"Installation de la base terminée -> échec"} + kFin));
   EXPECT_EQ(bytes(kBasesLocal + "Quelis.mdb"), origine);
-  EXPECT_TRUE(exists(kBasesLocal + "QuelMaj.mdb"));
+  EXPECT_FALSE(exists(kBasesLocal + "QuelMaj.mdb"));
 }
 
 TEST_F(MiseAJourTest, LeftoversOfAnEarlierRunAreReplaced) {

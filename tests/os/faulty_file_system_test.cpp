@@ -100,6 +100,22 @@ TEST_F(FaultyFiles, SyncReadAndRenameFailuresAreCuedSeparately) {
   EXPECT_TRUE(files.exists((dir / "u.bin").string()));
 }
 
+// Code that takes the machine's services (the platform layer, the engine by default) meets
+// the faulty file system while an override is in force, and the real one again after.
+TEST_F(FaultyFiles, AnOverrideServesItToEveryoneAskingForTheMachinesFiles) {
+  os::FileSystem* real = os::system_services().files;
+  {
+    const os::Services faulty{&files, os::system_services().clock, os::system_services().random};
+    os::ServicesOverride override(faulty);
+    EXPECT_EQ(os::system_services().files, &files);
+    files.fail_write(1, os::FailureKind::DiskFull);
+    auto f = os::system_services().files->open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+    EXPECT_THROW(f->write_at(0, kFour), os::Failure);
+  }
+  EXPECT_EQ(os::system_services().files, real);
+  EXPECT_EQ(content(), "........");
+}
+
 }  // namespace
 
 }  // namespace faulty_file_system_test_cases

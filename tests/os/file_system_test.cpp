@@ -61,6 +61,28 @@ TEST_F(SystemFiles, SharingModesRefuseEachOtherAsWindowsDoes) {
   EXPECT_NO_THROW(files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive));
 }
 
+TEST_F(SystemFiles, AReadersOnlyOpenerAdmitsReadersAndKeepsWritersOut) {
+  const std::string path = file("base.mdb", "x");
+  {
+    auto guard = files.open(path, os::Access::Read, os::Sharing::ReadersOnly);
+    // Readers, shared or readers-only, open beside it.
+    auto reader = files.open(path, os::Access::Read, os::Sharing::Shared);
+    auto second = files.open(path, os::Access::Read, os::Sharing::ReadersOnly);
+    std::uint8_t byte = 0;
+    EXPECT_EQ(reader->read_at(0, std::span(&byte, 1)), 1u);
+    // A writer is refused as it is by any other opener.
+    EXPECT_EQ(kind_of([&] { files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive); }),
+              os::FailureKind::InUse);
+  }
+  {
+    // And the other way round: a writer already there keeps it out.
+    auto writer = files.open(path, os::Access::ReadWrite, os::Sharing::Exclusive);
+    EXPECT_EQ(kind_of([&] { files.open(path, os::Access::Read, os::Sharing::ReadersOnly); }),
+              os::FailureKind::HeldExclusively);
+  }
+  EXPECT_NO_THROW(files.open(path, os::Access::Read, os::Sharing::ReadersOnly));
+}
+
 TEST_F(SystemFiles, MissingFilesFoldersAndFoldersInPlaceOfFilesAreTold) {
   EXPECT_EQ(kind_of([&] { files.open((dir / "none.mdb").string(), os::Access::Read, os::Sharing::Shared); }),
             os::FailureKind::NotFound);

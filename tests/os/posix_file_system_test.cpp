@@ -41,6 +41,23 @@ TEST_F(PosixFiles, ExclusiveSharingBindsOnlyOpenersThatLock) {
   ::close(plain);
 }
 
+TEST_F(PosixFiles, AReadersOnlyOpenerIsKeptOutByAProgramHoldingTheFileWithoutSharing) {
+  const std::string path = file("base.mdb");
+  {
+    // hold_lock is how a program holds a file without sharing here (an fcntl lock): a shared
+    // reader, bound by flock alone, does not see it; a readers-only opener does.
+    auto hold = files.hold_lock(path);
+    EXPECT_NO_THROW(files.open(path, os::Access::Read, os::Sharing::Shared));
+    try {
+      files.open(path, os::Access::Read, os::Sharing::ReadersOnly);
+      ADD_FAILURE() << "opened beside a holder";
+    } catch (const os::Failure& f) {
+      EXPECT_EQ(f.kind(), os::FailureKind::HeldExclusively);
+    }
+  }
+  EXPECT_NO_THROW(files.open(path, os::Access::Read, os::Sharing::ReadersOnly));
+}
+
 TEST_F(PosixFiles, LockFilesShowTheLocksOfOtherProgramsAndProcesses) {
   const std::string by_flock = file("flock.ldb");
   const int fd = ::open(by_flock.c_str(), O_RDWR);

@@ -73,6 +73,29 @@ TEST_F(Win32Files, SharingModesBindOtherProgramsBothWays) {
   }
 }
 
+TEST_F(Win32Files, AReadersOnlyOpenerKeepsOutAccessesSharedReadWriteOpen) {
+  const std::string path = file("base.mdb");
+  {
+    auto guard = files.open(path, os::Access::Read, os::Sharing::ReadersOnly);
+    // Access opening the database shared, for reading and writing.
+    const HANDLE access = foreign_open(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_EQ(access, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+    if (access != INVALID_HANDLE_VALUE) ::CloseHandle(access);
+    // Another program reading, sharing as it likes, gets in.
+    const HANDLE reader = foreign_open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_NE(reader, INVALID_HANDLE_VALUE);
+    if (reader != INVALID_HANDLE_VALUE) ::CloseHandle(reader);
+  }
+  {
+    const HANDLE access = foreign_open(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    ASSERT_NE(access, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(kind_of([&] { files.open(path, os::Access::Read, os::Sharing::ReadersOnly); }),
+              os::FailureKind::HeldExclusively);
+    ::CloseHandle(access);
+  }
+}
+
 TEST_F(Win32Files, AHeldLockFileCannotBeDeletedUntilReleased) {
   const std::string lock = (scratch.path() / "base.ldb").string();
   {

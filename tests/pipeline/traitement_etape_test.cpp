@@ -64,6 +64,22 @@ TEST_F(TraitementEtapeTest, AStepThatChangesNothingStillSucceedsAndAMissingBaseI
   EXPECT_FALSE(restes());
 }
 
+TEST_F(TraitementEtapeTest, ADatabaseThatMayNotBeWrittenIsRefusedBeforeAnyCopy) {
+  baseVivante();
+  fs::permissions(local(kBasesLocal + "Quelis.mdb"), fs::perms::owner_write | fs::perms::group_write |
+                                                         fs::perms::others_write,
+                  fs::perm_options::remove);
+  const std::string avant = bytes(kBasesLocal + "Quelis.mdb");
+  EXPECT_FALSE(lance("CreChamp", {"FICHE", "LIFICNAT", "10", "30", "l'avis"}));
+  EXPECT_NE(read(kJournal).find("Erreur n° 2147224555\r\nLe moteur de base de données Microsoft Jet ne peut pas "
+                                "ouvrir le fichier '" + kBases + "Quelis.mdb'."),
+            std::string::npos)
+      << read(kJournal);
+  EXPECT_EQ(bytes(kBasesLocal + "Quelis.mdb"), avant);
+  EXPECT_FALSE(restes());
+  EXPECT_FALSE(exists(kBasesLocal + "Quelis.ldb"));
+}
+
 TEST_F(TraitementEtapeTest, AnyDatabaseNameWorksButThatOfATemporaryCopy) {
   baseVivante(std::string("4.4.0.1"), 24, kBases, false);
   fs::rename(local(kBasesLocal + "Quelis.mdb"), local(kBasesLocal + "COPIE.MDB"));

@@ -143,6 +143,20 @@ TEST_F(DaoOpenTest, CompactingRefusesAnExistingDestinationAMissingSourceAndAnOpe
   EXPECT_FALSE(fs::exists(local("y.mdb")));
 }
 
+// The engine names the local file it was at; the application sees the Windows path of that
+// very file, a temporary the engine made beside the one it was given included.
+TEST_F(DaoOpenTest, EngineErrorsNameTheWindowsPathOfTheFileTheyAreAbout) {
+  const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
+  platform_test::writeBytes(local("QuelComp.mdb.creation"), "");
+  EXPECT_DAO_TEXT(engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb"), 3045,
+                  "Impossible d'utiliser 'C:\\QUELIS\\Bases\\QuelComp.mdb.creation' ; fichier déjà utilisé.");
+  platform_test::makeReadOnly(local("QuelMaj.mdb"));
+  EXPECT_DAO_TEXT(engine_.OpenDatabase(path, true), 3051,
+                  "Le moteur de base de données Microsoft Jet ne peut pas ouvrir le fichier "
+                  "'C:\\QUELIS\\Bases\\QuelMaj.mdb'. Il est déjà ouvert en mode exclusif par un autre "
+                  "utilisateur, ou vous devez avoir l'autorisation de visualiser ses données.");
+}
+
 TEST_F(DaoOpenTest, RepairingAClosedSoundDatabaseKeepsItsContent) {
   const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
   const std::string before = bytesOf("QuelMaj.mdb");

@@ -1,5 +1,7 @@
 #include "platform/vbfiles.h"
 
+#include "os/faulty_file_system.h"
+#include "os/services.h"
 #include "platform_test_support.h"
 
 namespace platform_test {
@@ -87,6 +89,37 @@ TEST_F(VbFilesTest, FileCopyMkDirRmDirFileLen) {
   vb_.RmDir("C:\\S\\NOUVEAU");
   EXPECT_FALSE(fs::exists(c() / "S" / "Nouveau"));
   EXPECT_VB_ERROR(vb_.RmDir("C:\\S\\Nouveau"), 76);
+}
+
+// FileCopy reads its source beside other readers but not beside a writer, and a copy that
+// fails on the way (a full disk) is told as such and leaves no partial destination.
+TEST_F(VbFilesTest, FileCopyRefusesASourceBeingWrittenAndLeavesNoPartialCopy) {
+  writeBytes(c() / "S" / "a.mdb", std::string(200000, 'a'));
+  const std::string source = (c() / "S" / "a.mdb").string();
+  os::FileSystem& files = *os::system_services().files;
+  {
+    auto reader = files.open(source, os::Access::Read, os::Sharing::ReadersOnly);
+    vb_.FileCopy("C:\\S\\a.mdb", "C:\\S\\lue.mdb");
+    EXPECT_EQ(readBytes(c() / "S" / "lue.mdb"), std::string(200000, 'a'));
+  }
+  {
+    auto writer = files.open(source, os::Access::ReadWrite, os::Sharing::Exclusive);
+    EXPECT_VB_ERROR(vb_.FileCopy("C:\\S\\a.mdb", "C:\\S\\ecrite.mdb"), 70);
+    EXPECT_FALSE(fs::exists(c() / "S" / "ecrite.mdb"));
+  }
+  os::FaultyFileSystem faulty(files);
+  const os::Services services{&faulty, os::system_services().clock, os::system_services().random};
+  {
+    os::ServicesOverride override(services);
+    faulty.disk_full_after(100000);
+    EXPECT_VB_ERROR(vb_.FileCopy("C:\\S\\a.mdb", "C:\\S\\pleine.mdb"), 61);
+    faulty.disk_full_after(1u << 30);
+    faulty.fail_write(1, os::FailureKind::IoError);
+    EXPECT_VB_ERROR(vb_.FileCopy("C:\\S\\a.mdb", "C:\\S\\lue.mdb"), 57);
+  }
+  EXPECT_FALSE(fs::exists(c() / "S" / "pleine.mdb"));
+  EXPECT_FALSE(fs::exists(c() / "S" / "lue.mdb")) << "a destination the copy began to replace is not left half done";
+  EXPECT_EQ(readBytes(c() / "S" / "a.mdb"), std::string(200000, 'a'));
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ void repairDatabase(const platform::Workstation& workstation, std::string_view p
     try {
       jet::repair(platform::localfs::toUtf8(resolved.local));
     } catch (const jet::Error& e) {
-      rethrowWithPath(e, path);
+      rethrowWithPath(e, path, resolved.local);
     }
   });
 }
@@ -41,7 +41,12 @@ void compactDatabase(const platform::Workstation& workstation, std::string_view 
     try {
       jet::compact(platform::localfs::toUtf8(from.local), platform::localfs::toUtf8(to.local));
     } catch (const jet::Error& e) {
-      rethrowWithPath(e, e.number() == 3204 || e.number() == 3044 ? destination : source);
+      // The text names the file the engine was at: the destination (or its temporary) or the
+      // source.
+      const std::string text = e.description();
+      if (text.find(platform::localfs::toUtf8(to.local)) != std::string::npos) rethrowWithPath(e, destination, to.local);
+      if (e.number() == 3204 || e.number() == 3044) rethrowWithPath(e, destination, to.local);
+      rethrowWithPath(e, source, from.local);
     }
   });
 }

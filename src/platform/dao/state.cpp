@@ -129,8 +129,32 @@ void checkFilePresent(const ResolvedPath& resolved, std::string_view path) {
   if (!resolved.isFile()) throw jet::Error(jet::ErrorCode::FileNotFound, path);
 }
 
-// The engine names the local file in its texts; the application must see its own path.
-void rethrowWithPath(const jet::Error& e, std::string_view path) {
+namespace {
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+}
+
+}  // namespace
+
+// The engine names the local file in its texts; the application must see its own path, and
+// a file of the same folder the engine worked on (a temporary of the file) by its Windows
+// name too.
+void rethrowWithPath(const jet::Error& e, std::string_view path, const std::filesystem::path& local) {
+  if (!local.empty()) {
+    std::string text = e.description();
+    const std::string file = platform::localfs::toUtf8(local);
+    const std::string folder = platform::localfs::toUtf8(local.parent_path()) + "/";
+    if (text.find(file) != std::string::npos) {
+      replaceAll(text, file, std::string(path));
+      throw jet::Error(e.number(), text);
+    }
+    if (text.find(folder) != std::string::npos) {
+      replaceAll(text, folder, folderText(path) + "\\");
+      throw jet::Error(e.number(), text);
+    }
+  }
   switch (e.number()) {
     case 3024:
     case 3044:
@@ -153,7 +177,7 @@ jet::sql::DatabaseOpener workstationOpener(const platform::Workstation& workstat
       options.exclusive = false;
       return jet::Database::open(platform::localfs::toUtf8(resolved.local), options);
     } catch (const jet::Error& e) {
-      rethrowWithPath(e, path);
+      rethrowWithPath(e, path, resolved.local);
     }
   };
 }
@@ -177,7 +201,7 @@ std::shared_ptr<DatabaseImpl> openDatabase(const std::shared_ptr<WorkspaceImpl>&
         db->writable = jet::WritableDatabase::open(platform::localfs::toUtf8(resolved.local));
       }
     } catch (const jet::Error& e) {
-      rethrowWithPath(e, path);
+      rethrowWithPath(e, path, resolved.local);
     }
     // Like Access, announce the open database by its lock file beside it.
     db->lockFilePath = resolved.local;

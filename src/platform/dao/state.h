@@ -82,8 +82,10 @@ struct DatabaseImpl {
 // cannot name a file there), and the file checked present (3044 folder, 3024 file).
 ResolvedPath resolveDatabasePath(const platform::Workstation& workstation, std::string_view path);
 void checkFilePresent(const ResolvedPath& resolved, std::string_view path);
-// Rethrows an engine error about a file with the application's path in its text.
-[[noreturn]] void rethrowWithPath(const jet::Error& e, std::string_view path);
+// Rethrows an engine error about a file with the application's path in its text: the file
+// `local` is named `path`, and another file of its folder by its Windows name.
+[[noreturn]] void rethrowWithPath(const jet::Error& e, std::string_view path,
+                                  const std::filesystem::path& local = {});
 
 // Opens other databases named in SQL text ([;database=C:\...]) through the workstation.
 jet::sql::DatabaseOpener workstationOpener(const platform::Workstation& workstation);
