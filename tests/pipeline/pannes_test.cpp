@@ -4,6 +4,8 @@
 // the next run updates it.
 #include "pannes_fixture.h"
 
+#include "jet/api/maintenance.h"
+
 namespace pannes_cas_test {
 namespace {
 
@@ -74,6 +76,23 @@ TEST_F(PannesCasTest, AReadOnlyLiveDatabaseIsRefusedBeforeAnyCopy) {
   EXPECT_EQ(contenu(), ContenuFinal());
   fs::permissions(local(kBasesLocal + "Quelis.mdb"), fs::perms::owner_write, fs::perm_options::add);
   EXPECT_TRUE(lance().succes) << read(kJournal);
+}
+
+// A writer killed in the middle of a commit left the live database half written with its
+// journal: the update puts the old pages back before it holds and copies the file.
+TEST_F(PannesCasTest, ACommitAKilledWriterLeftHalfDoneIsUndoneBeforeTheCopy) {
+  const std::string chemin = local(kBasesLocal + "Quelis.mdb").string();
+  {
+    auto fichier = os::system_services().files->open(chemin, os::Access::ReadWrite, os::Sharing::Exclusive);
+    auto journal = jet::RollbackJournal::save(os::system_services(), chemin, *fichier, 4096, {2, 3, 4, 5});
+    const std::vector<std::uint8_t> dechet(4 * 4096, 0xA5);
+    fichier->write_at(2 * 4096, dechet);  // the kill came in the middle of these pages
+  }
+  ASSERT_TRUE(fs::exists(chemin + ".jnl"));
+  ASSERT_NE(bytes(kBasesLocal + "Quelis.mdb"), vivante);
+  EXPECT_TRUE(lance().succes) << read(kJournal);
+  EXPECT_EQ(rows(kBases + "Quelis.mdb", "VERSION", {"livers"}), (std::vector<Lines>{{"4.4.0.3"}}));
+  EXPECT_EQ(contenu(), ContenuFinal());
 }
 
 // A second run of the tool on the same database (another session, another workstation on the

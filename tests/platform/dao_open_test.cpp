@@ -4,7 +4,9 @@
 
 #include "support/linux_programs.h"
 #include "dao_test_support.h"
+#include "os/services.h"
 #include "platform/filelock.h"
+#include "platform/localfs.h"
 
 namespace {
 
@@ -147,9 +149,13 @@ TEST_F(DaoOpenTest, CompactingRefusesAnExistingDestinationAMissingSourceAndAnOpe
 // very file, a temporary the engine made beside the one it was given included.
 TEST_F(DaoOpenTest, EngineErrorsNameTheWindowsPathOfTheFileTheyAreAbout) {
   const std::string path = place("indexTestV2000.mdb", "QuelMaj.mdb");
-  platform_test::writeBytes(local("QuelComp.mdb.creation"), "");
+  // Another compaction of the same name under way holds its unfinished file.
+  platform_test::writeBytes(local("QuelComp.mdb.compactage"), "");
+  auto under_way = os::system_services().files->open(platform::localfs::toUtf8(local("QuelComp.mdb.compactage")),
+                                                     os::Access::ReadWrite, os::Sharing::Exclusive);
   EXPECT_DAO_TEXT(engine_.CompactDatabase(path, "C:\\QUELIS\\Bases\\QuelComp.mdb"), 3045,
-                  "Impossible d'utiliser 'C:\\QUELIS\\Bases\\QuelComp.mdb.creation' ; fichier déjà utilisé.");
+                  "Impossible d'utiliser 'C:\\QUELIS\\Bases\\QuelComp.mdb.compactage' ; fichier déjà utilisé.");
+  under_way.reset();
   platform_test::makeReadOnly(local("QuelMaj.mdb"));
   EXPECT_DAO_TEXT(engine_.OpenDatabase(path, true), 3051,
                   "Le moteur de base de données Microsoft Jet ne peut pas ouvrir le fichier "

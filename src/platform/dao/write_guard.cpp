@@ -1,5 +1,6 @@
 #include "platform/dao/write_guard.h"
 
+#include "jet/api/maintenance.h"
 #include "os/failure.h"
 #include "os/services.h"
 #include "platform/dao/dao_error.h"
@@ -13,6 +14,9 @@ WriteGuard::WriteGuard(const platform::Workstation& workstation, std::string_vie
     const ResolvedPath resolved = detail::resolveDatabasePath(workstation, path);
     detail::checkFilePresent(resolved, path);
     local_ = resolved.local;
+    // A commit a killed writer left half done is undone first: held against writers, the file
+    // could no longer be put right, and the copy taken of it would be half old, half new.
+    jet::recover_journal(os::system_services(), localfs::toUtf8(local_));
     try {
       file_ = os::system_services().files->open(localfs::toUtf8(local_), os::Access::Read, os::Sharing::ReadersOnly);
     } catch (const os::Failure& failure) {
