@@ -5,7 +5,8 @@
 //
 // - A file verify calls sound opens, every table (system tables included) reads in full with
 //   its long values, the catalog's properties, relationships and saved queries read, it
-//   compacts into a new file, and (when asked) mdb-export reads every table.
+//   compacts into a new file, each user table takes a row removed and written back (and the
+//   file then still checks sound), and (when asked) mdb-export reads every table.
 // - Repair of a copy either refuses with 3049 (an opening refusal keeps its own number)
 //   leaving the copy byte for byte as it was, or succeeds and the copy then checks sound;
 //   a sound file is neither changed nor written.

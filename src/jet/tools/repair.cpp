@@ -21,6 +21,7 @@
 #include "jet/tools/verify.h"
 #include "jet/tools/verify_catalog.h"
 #include "jet/tools/verify_pages.h"
+#include "jet/db/create_table.h"
 #include "jet/db/writable_database.h"
 #include "jet/storage/format.h"
 
@@ -29,13 +30,16 @@ namespace {
 
 class Repairer {
  public:
-  explicit Repairer(WritableDatabase& db) : db_(db), pager_(db.pager()), store_(db.allocator()) {}
+  explicit Repairer(WritableDatabase& db)
+      : db_(db), pager_(db.pager()), store_(db.allocator()), maps_(db.pager(), db.allocator()) {}
 
   RepairReport run() {
     Transaction tx(pager_);
-    survey();
     const std::vector<CheckedTable> tables = tables_to_check(db_.catalog());
+    survey(tables);
     for (const CheckedTable& table : tables) repair_table(table);
+    // Pages the work above took from the free ones may have been unreadable ones: look again.
+    unreadable_ = repair_detail::unreadable_data_pages(pager_);
     free_unreadable_pages();
     repair_detail::correct_free_space(pager_, unreadable_, report_.actions);
     for (const CheckedTable& table : tables) mark_used(table);
@@ -48,9 +52,20 @@ class Repairer {
  private:
   [[noreturn]] void refuse(const std::string& detail) { throw_damaged(db_.path(), detail); }
 
-  // One pass over the file: the data pages each table-definition page owns, and the pages
-  // the global map marks free.
-  void survey() {
+  // One pass over the file: the data pages each table-definition page owns, the pages the
+  // global map marks free, and the usage-map rows the definitions name.
+  void survey(const std::vector<CheckedTable>& tables) {
+    for (const CheckedTable& table : tables) {
+      try {
+        const TableDef def = read_table_def(pager_, table.page);
+        std::vector<std::uint32_t> maps{def.owned_pages, def.free_pages};
+        for (const IndexDef& index : def.indexes) maps.push_back(index.usage_map);
+        for (const LongValueMaps& lv : def.long_value_maps) maps.insert(maps.end(), {lv.owned_pages, lv.free_pages});
+        for (std::uint32_t map : maps)
+          if (map != 0) ++map_uses_[map];
+      } catch (const Error&) {
+      }
+    }
     const PageNumber count = pager_.page_count();
     // Access files whose global map this engine cannot read are left to their map: the
     // pages it calls free are then simply not looked at.
@@ -91,6 +106,7 @@ class Repairer {
 
   void repair_table(const CheckedTable& entry) {
     TableDef def = read_def(entry);
+    remake_maps(entry.name, def);
     drop_strays(entry.name, def);
     repair_usage(entry.name, def);
     Table table(pager_, entry.name, def);
@@ -137,6 +153,64 @@ class Repairer {
       report_.actions.push_back("table « " + name + " » : page " + std::to_string(p) +
                                 " rendue à la table d'utilisation de la table");
     }
+  }
+
+  // Why the usage map at `pointer` cannot serve as one (its row is not a usage map, or it
+  // serves another map too); nullopt when it can. Pages it names past the end of the file
+  // are not its row's fault.
+  std::optional<std::string> unusable_map(std::uint32_t pointer) {
+    if (map_uses_[pointer] > 1) return "partagée avec une autre table d'utilisation";
+    try {
+      const RowId where = RowId::from_pointer(pointer);
+      if (DataPage(pager_.read(where.page)).deleted(where.row)) return "ligne supprimée";
+      (void)marked_pages(pager_, where, ~PageNumber{0});
+    } catch (const Error& e) {
+      return e.description();
+    }
+    return std::nullopt;
+  }
+
+  std::uint32_t new_map(const std::vector<PageNumber>& pages) {
+    const std::uint32_t pointer = maps_.add_map();
+    for (PageNumber p : pages)
+      set_usage_bit(pager_, RowId::from_pointer(pointer), p, true, true,
+                    [this](std::vector<std::uint8_t> b) { return db_.allocator().allocate(std::move(b)); });
+    return pointer;
+  }
+
+  // A table's own maps that cannot serve are made anew: its pages from the data pages that
+  // name the table as owner, its free-space map empty (pages with room are found again as
+  // rows are written). Long-value maps that cannot serve are dropped from the definition,
+  // which Access allows (0: none listed). Index maps are not remade: the file is refused.
+  void remake_maps(const std::string& name, TableDef& def) {
+    const std::string who = "table « " + name + " »";
+    bool changed = false;
+    if (const auto why = unusable_map(def.owned_pages)) {
+      std::vector<PageNumber> pages;
+      for (PageNumber p : owned_by_[def.page])
+        if (!global_map_known_ || !free_.count(p)) pages.push_back(p);
+      def.owned_pages = new_map(pages);
+      report_.actions.push_back(who + " : table d'utilisation refaite avec les " + std::to_string(pages.size()) +
+                                " pages de données qui désignent la table (" + *why + ")");
+      changed = true;
+    }
+    if (const auto why = unusable_map(def.free_pages)) {
+      def.free_pages = new_map({});
+      report_.actions.push_back(who + " : table d'espace libre refaite, vide (" + *why + ")");
+      changed = true;
+    }
+    for (LongValueMaps& lv : def.long_value_maps) {
+      for (std::uint32_t* map : {&lv.owned_pages, &lv.free_pages}) {
+        if (*map == 0) continue;
+        if (const auto why = unusable_map(*map)) {
+          *map = 0;
+          report_.actions.push_back(who + " : table d'utilisation des valeurs longues de la colonne " +
+                                    std::to_string(lv.column_number) + " retirée de la définition (" + *why + ")");
+          changed = true;
+        }
+      }
+    }
+    if (changed) write_table_def(pager_, db_.allocator(), def);
   }
 
   // Pages a table's maps name that are not of the kind the map holds: pages the table let
@@ -310,10 +384,12 @@ class Repairer {
   WritableDatabase& db_;
   OverlayPager& pager_;
   OverlayIndexPageStore store_;
+  UsageMapPages maps_;  // rows for the usage maps made anew
   RepairReport report_;
   std::map<std::uint32_t, std::vector<PageNumber>> owned_by_;
   std::set<PageNumber> free_;
   std::set<PageNumber> unreadable_;
+  std::map<std::uint32_t, int> map_uses_;  // usage-map row -> maps the definitions give it
   std::set<PageNumber> roots_;  // index roots met so far: a root two indexes name is the first one's
   bool global_map_known_ = false;
 };

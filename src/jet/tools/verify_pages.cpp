@@ -43,10 +43,19 @@ class Claims {
   }
   bool claimed(PageNumber p) const { return owners_.count(p) != 0; }
 
+  // A usage-map row serves one map: a page a writer adds to one would appear in the other.
+  void claim_row(RowId where, const std::string& by) {
+    auto [it, fresh] = rows_.emplace(where.pointer(), by);
+    if (!fresh && it->second != by)
+      problems_.push_back("page " + std::to_string(where.page) + ", ligne " + std::to_string(where.row) +
+                          " : une même table d'utilisation sert à " + it->second + " et à " + by);
+  }
+
  private:
   std::vector<std::string>& problems_;
   const std::set<PageNumber>& free_;
   std::map<PageNumber, std::string> owners_;
+  std::map<std::uint32_t, std::string> rows_;
 };
 
 // One usage map of a table, read as the writers read it: every page it names must `fit`
@@ -56,6 +65,7 @@ class Claims {
 std::optional<std::vector<PageNumber>> check_map(Pager& pager, RowId where, const std::string& who, const std::string& map_name,
                                   const std::function<bool(const ByteView&)>& fits, const std::string& misplaced,
                                   Claims& claims, const std::string* owner, std::vector<std::string>& problems) {
+  claims.claim_row(where, who + " (" + map_name + ")");
   std::vector<PageNumber> pages;
   try {
     pages = read_usage_map(pager, where);
@@ -77,15 +87,15 @@ std::optional<std::vector<PageNumber>> check_map(Pager& pager, RowId where, cons
 // Claims the pages of one table and checks its maps; returns the data pages its
 // owned-pages map names (nullopt when it cannot be read).
 std::optional<std::vector<PageNumber>> claim_table(Pager& pager, const CheckedTable& table, Claims& claims,
-                                    std::vector<std::string>& problems) {
+                                                   std::vector<std::string>& problems) {
   const std::string who = "table « " + table.name + " »";
   const TableDef def = read_table_def(pager, table.page);
   claims.claim(def.page, who);
   for (PageNumber p : definition_pages(pager, def.page)) claims.claim(p, who + " (définition)");
   const auto own_data = [&](const ByteView& v) { return is_kind(v, PageKind::Data) && v.u32(4) == def.page; };
   const std::string not_data = "qui n'est pas une de ses pages de données";
-  const auto owned = check_map(pager, RowId::from_pointer(def.owned_pages), who,
-                                                  "table d'utilisation", own_data, not_data, claims, &who, problems);
+  const auto owned = check_map(pager, RowId::from_pointer(def.owned_pages), who, "table d'utilisation", own_data,
+                               not_data, claims, &who, problems);
   check_map(pager, RowId::from_pointer(def.free_pages), who, "table d'espace libre", own_data, not_data, claims,
             nullptr, problems);
   for (const IndexDef& index : def.indexes) {

@@ -3,7 +3,7 @@
 // - Each table's maps read in full and name pages of the right kind: its owned-pages map and
 //   its free-space map only data pages of that table, each index's map only index pages of
 //   that table, each long-value column's maps only long-value pages; no map names a page
-//   past the end of the file.
+//   past the end of the file; no two maps share a row.
 // - No page has two owners (definition pages, data pages, index pages and the bitmap pages
 //   of reference maps); no claimed page is marked free; the free-page map reaches every page
 //   in use; a data page naming a table as its owner is in that table's map or marked free.
