@@ -58,15 +58,19 @@ std::optional<std::vector<std::string>> verify(const std::string& path, int& ope
   }
 }
 
-// Everything a reader of a sound file may ask for.
-void read_everything(const std::string& path, std::vector<std::string>& broken) {
+// Everything a reader may ask for: a sound file gives all of it; a damaged one may refuse,
+// with a jet::Error.
+void read_everything(const std::string& path, bool sound, std::vector<std::string>& broken) {
+  const auto fail = [&](const std::string& what) {
+    if (sound) broken.push_back(what);
+  };
   try {
     auto db = jet::Database::open(path);
     for (const auto& name : db->table_names(true)) {
       try {
         db->table(name).scan([](jet::RowId, const jet::Row&) { return true; });
       } catch (const jet::Error& e) {
-        broken.push_back("saine mais la table « " + name + " » ne se lit pas : " + text_of(e));
+        fail("saine mais la table « " + name + " » ne se lit pas : " + text_of(e));
       }
     }
     const bool jet3 = db->header().format == jet::FileFormat::Jet3;
@@ -76,23 +80,26 @@ void read_everything(const std::string& path, std::vector<std::string>& broken) 
       } catch (const jet::Error& e) {
         // The engine does not decode the properties of Access 97 files.
         if (jet3 && e.number() == 3251) continue;
-        broken.push_back("saine mais les propriétés de « " + entry.name + " » ne se lisent pas : " + text_of(e));
+        fail("saine mais les propriétés de « " + entry.name + " » ne se lisent pas : " + text_of(e));
       }
     }
     db->catalog().relationships();
     db->catalog().query_rows();
   } catch (const jet::Error& e) {
-    broken.push_back("saine mais illisible : " + text_of(e));
+    fail("saine mais illisible : " + text_of(e));
   }
 }
 
-void compact_into_new_file(const std::string& path, const fs::path& work, std::vector<std::string>& broken) {
+// Compaction of a sound file must succeed; of a damaged one it may fail, with a jet::Error
+// and no destination left behind. Whatever it writes must check sound.
+void compact_into_new_file(const std::string& path, bool sound, const fs::path& work, std::vector<std::string>& broken) {
   const fs::path destination = work / "damage-compact.mdb";
   fs::remove(destination);
   try {
     jet::compact(path, destination.string());
   } catch (const jet::Error& e) {
-    broken.push_back("saine mais le compactage échoue : " + text_of(e));
+    if (sound) broken.push_back("saine mais le compactage échoue : " + text_of(e));
+    if (fs::exists(destination)) broken.push_back("compactage refusé mais nouvelle base laissée : " + text_of(e));
     return;
   }
   try {
@@ -163,14 +170,12 @@ Result check(const std::vector<std::uint8_t>& bytes, const fs::path& work, const
   bool jet3 = false;
   const auto problems = verify(file.string(), open_error, jet3, result);
   result.sound = problems && problems->empty();
+  if (result.opened) read_everything(file.string(), result.sound, result.broken);
   if (result.sound) {
-    read_everything(file.string(), result.broken);
-    if (!jet3) {
-      compact_into_new_file(file.string(), work, result.broken);
-      write_each_table(bytes, work, result.broken);
-    }
+    if (!jet3) write_each_table(bytes, work, result.broken);
     if (options.mdbtools) export_with_mdbtools(file.string(), result.broken);
   }
+  if (result.opened && !jet3) compact_into_new_file(file.string(), result.sound, work, result.broken);
 
   const fs::path copy = work / "damage-repair.mdb";
   write_file(copy, bytes);

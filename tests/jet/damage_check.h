@@ -7,6 +7,8 @@
 //   its long values, the catalog's properties, relationships and saved queries read, it
 //   compacts into a new file, each user table takes a row removed and written back (and the
 //   file then still checks sound), and (when asked) mdb-export reads every table.
+// - Compaction of any file it opens either fails with no new file left behind, or writes a
+//   file that checks sound.
 // - Repair of a copy either refuses with 3049 (an opening refusal keeps its own number)
 //   leaving the copy byte for byte as it was, or succeeds and the copy then checks sound;
 //   a sound file is neither changed nor written.

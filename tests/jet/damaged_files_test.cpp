@@ -7,7 +7,9 @@
 #include <functional>
 
 #include "damage_check.h"
+#include "jet/base/error.h"
 #include "jet/db/database.h"
+#include "jet/tools/compact.h"
 #include "jet/tools/index_verify.h"
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
@@ -96,6 +98,25 @@ TEST(DamagedFiles, EachFindingKeepsThePromisesOfVerifyAndRepair) {
     EXPECT_FALSE(result.sound);
     EXPECT_EQ(static_cast<int>(result.repair), static_cast<int>(c.repair)) << result.refusal;
   }
+}
+
+// Found when the sweep began to compact damaged files too: compaction carried property
+// blobs as bytes, damage included, and wrote a new file that did not check sound.
+TEST(DamagedFiles, CompactionCarriesNoDamage) {
+  jet_test::ScratchDir dir;
+  Bytes bytes = jet_test::read_file(jet_test::fixture("emptyV2000.mdb"));
+  jet_test::put32(bytes, row_at(bytes, 23, 0), pointer(23, 0));  // the properties of MSysDb
+  const std::string source = dir.write("abime.mdb", bytes);
+  const std::string destination = (dir.path() / "compacte.mdb").string();
+  try {
+    jet::compact(source, destination);
+    ADD_FAILURE() << "compacted";
+  } catch (const jet::Error& e) {
+    EXPECT_EQ(e.number(), 3049);
+    EXPECT_NE(e.description().find("objet « MSysDb » du catalogue : propriétés illisibles"), std::string::npos)
+        << e.description();
+  }
+  EXPECT_FALSE(std::filesystem::exists(destination));
 }
 
 }  // namespace

@@ -245,19 +245,34 @@ TEST(Repair, StrayPagesAndWrongFiguresArePutRight) {
   EXPECT_EQ(joined(jet::repair(damaged).actions), "");
 }
 
-// The known miss: a table whose free-space map lies past the end of the file (INSERT failed
-// with 3049 and mdbtools could not read the table). Its map is made anew, empty.
-TEST(Repair, AnUnusableFreeSpaceMapIsMadeAnew) {
+// Maps that cannot serve are made anew. The known miss: a table whose free-space map lies
+// past the end of the file (INSERT failed with 3049 and mdbtools could not read the table);
+// also a table whose map pointer names another table's map, which both then share.
+TEST(Repair, UnusableMapsAreMadeAnew) {
   QUELIS_NEEDS_MDBTOOLS();
   jet_test::ScratchDir dir;
-  const jet::TableDef def = jet::Database::open(jet_test::fixture("testV2000.mdb"))->table("Table1").def();
+  auto original = jet::Database::open(jet_test::fixture("testV2000.mdb"));
+  const jet::TableDef t1 = original->table("Table1").def();
+  const jet::TableDef t2 = original->table("Table2").def();
+  ASSERT_FALSE(original->table("Table1").data_pages().empty());
   std::vector<std::uint8_t> bytes = jet_test::read_file(jet_test::fixture("testV2000.mdb"));
-  jet_test::put32(bytes, std::size_t{def.page} * 4096 + jet::jet4_layout().tdef_free_pages,
+  const jet::FormatLayout& layout = jet::jet4_layout();
+  jet_test::put32(bytes, std::size_t{t1.page} * 4096 + layout.tdef_free_pages,
                   static_cast<std::uint32_t>(bytes.size() / 4096 + 5) << 8);
+  jet_test::put32(bytes, std::size_t{t2.page} * 4096 + layout.tdef_owned_pages, t1.owned_pages);
   const std::string copy = dir.write("copy.mdb", bytes);
-  ASSERT_NE(joined(jet_test::verify_problems(copy)).find("table d'espace libre illisible"), std::string::npos);
+  const std::string before = joined(jet_test::verify_problems(copy));
+  EXPECT_NE(before.find("table « Table1 » : table d'espace libre illisible"), std::string::npos) << before;
+  EXPECT_NE(before.find("une même table d'utilisation sert à table « Table1 » (table d'utilisation) et à table « Table2 »"),
+            std::string::npos)
+      << before;
   const std::string actions = joined(jet::repair(copy).actions);
-  EXPECT_NE(actions.find("table « Table1 » : table d'espace libre refaite, vide"), std::string::npos) << actions;
+  for (const std::string& expected : std::vector<std::string>{
+           "table « Table1 » : table d'espace libre refaite, vide",
+           "table « Table1 » : table d'utilisation refaite avec les " +
+               std::to_string(original->table("Table1").data_pages().size()) + " pages de données",
+           "table « Table2 » : table d'utilisation refaite avec les "})
+    EXPECT_NE(actions.find(expected), std::string::npos) << expected << " not in\n" << actions;
   expect_repaired_like(jet_test::fixture("testV2000.mdb"), copy);
 }
 

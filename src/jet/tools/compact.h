@@ -11,6 +11,8 @@
 // Column numbers are renumbered from 0 in column order: the gaps left by deleted columns
 // are closed, as Access does when it compacts; the order of the columns is kept.
 //
+// The new file must pass the whole-database check (verify.h): damage of the source that
+// reading lets through (a property blob carried as bytes) fails the compaction.
 // The source is opened shared and read-only and never modified. The destination must not
 // exist (3204) and its folder must (3044). On any failure no destination is left behind and
 // the error says what could not be carried.

@@ -62,9 +62,11 @@ class Claims {
 // (else the sentence `misplaced` is reported for it); with `owner`, those pages are claimed
 // for that owner. Its bitmap pages are claimed in any case. Returns the pages it names
 // (nullopt when it cannot be read).
-std::optional<std::vector<PageNumber>> check_map(Pager& pager, RowId where, const std::string& who, const std::string& map_name,
-                                  const std::function<bool(const ByteView&)>& fits, const std::string& misplaced,
-                                  Claims& claims, const std::string* owner, std::vector<std::string>& problems) {
+std::optional<std::vector<PageNumber>> check_map(Pager& pager, RowId where, const std::string& who,
+                                                 const std::string& map_name,
+                                                 const std::function<bool(const ByteView&)>& fits,
+                                                 const std::string& misplaced, Claims& claims,
+                                                 const std::string* owner, std::vector<std::string>& problems) {
   claims.claim_row(where, who + " (" + map_name + ")");
   std::vector<PageNumber> pages;
   try {
