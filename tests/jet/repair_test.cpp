@@ -4,6 +4,7 @@
 // byte for byte as it was.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <functional>
 
@@ -16,7 +17,10 @@
 #include "jet/record/usage_map_write.h"
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
+#include "jet/record/table_def.h"
+#include "jet/storage/format_layout.h"
 #include "jet_test_support.h"
+#include "page_builder.h"
 #include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
@@ -175,6 +179,127 @@ TEST(Repair, FilesThatCannotBeOpenedAreRefused) {
   const std::string copy = copy_fixture(dir, "emptyV2000.mdb");
   auto holder = jet::Database::open(copy);
   EXPECT_EQ(error_of([&] { jet::repair(copy); }), 3045);
+}
+
+// Page-level damage the whole-database check reports and repair puts right: a page the
+// table's map names that is not one of its data pages, a data page recording a wrong free
+// space, an unreadable data page no table reads, an index whose root is another table's page.
+TEST(Repair, StrayPagesAndWrongFiguresArePutRight) {
+  QUELIS_NEEDS_MDBTOOLS();
+  jet_test::ScratchDir dir;
+  const std::string name = "indexTestV2000.mdb";
+  const std::string copy = copy_fixture(dir, name);
+  jet::PageNumber stray = 0, data = 0, spare = 0, root_at = 0, foreign = 0;
+  std::uint32_t owner = 0;
+  {
+    auto db = jet::WritableDatabase::open(copy);
+    const jet::Table t1 = db->table("Table1");
+    const jet::Table t2 = db->table("Table2");
+    ASSERT_FALSE(t1.def().indexes.empty());
+    ASSERT_FALSE(t2.data_pages().empty());
+    stray = t1.def().indexes[0].root_page;  // an index page of the table, listed as a data page
+    data = t1.data_pages().front();
+    foreign = t2.data_pages().front();
+    owner = t2.def().page;
+    root_at = t1.def().page;
+    const auto free_pages = jet::marked_pages(db->pager(), jet::kGlobalUsageMap, db->pager().page_count());
+    for (jet::PageNumber p : free_pages)
+      if (p >= 2) spare = p;
+    ASSERT_NE(spare, 0u) << "the fixture has no free page";
+    jet::Transaction tx(db->pager());
+    ASSERT_TRUE(jet::set_usage_bit(db->pager(), jet::RowId::from_pointer(t1.def().owned_pages), stray, true));
+    tx.commit();
+  }
+  std::vector<std::uint8_t> bytes = jet_test::read_file(copy);
+  jet_test::put16(bytes, std::size_t{data} * 4096 + 2, 4);
+  // A free page made into a data page of Table2 with an impossible row count.
+  std::fill_n(bytes.begin() + static_cast<long>(std::size_t{spare} * 4096), 4096, 0);
+  bytes[std::size_t{spare} * 4096] = 0x01;
+  jet_test::put32(bytes, std::size_t{spare} * 4096 + 4, owner);
+  jet_test::put16(bytes, std::size_t{spare} * 4096 + 12, 0x7FFF);
+  // Table1's first index rooted on a data page of Table2 (its definition fits one page; the
+  // root follows the index's usage-map pointer there).
+  const jet::TableDef def = jet::Database::open(jet_test::fixture(name))->table("Table1").def();
+  const std::uint32_t map = def.indexes[0].usage_map, root = def.indexes[0].root_page;
+  std::size_t field = 0;
+  for (std::size_t at = std::size_t{root_at} * 4096; at + 8 <= std::size_t{root_at + 1} * 4096 && !field; ++at)
+    if (std::memcmp(&bytes[at], &map, 4) == 0 && std::memcmp(&bytes[at + 4], &root, 4) == 0) field = at + 4;
+  ASSERT_NE(field, 0u);
+  jet_test::put32(bytes, field, foreign);
+  const std::string damaged = dir.write("damaged.mdb", bytes);
+  const std::string before = joined(jet_test::verify_problems(damaged));
+  for (const std::string& expected : std::vector<std::string>{
+           "compte la page " + std::to_string(stray) + ", qui n'est pas une de ses pages de données",
+        "page " + std::to_string(data) + " : espace libre annoncé 4", "nombre de lignes impossible (32767)",
+        "page " + std::to_string(foreign)})
+    EXPECT_NE(before.find(expected), std::string::npos) << expected << " not in\n" << before;
+
+  const std::string actions = joined(jet::repair(damaged).actions);
+  for (const std::string& expected : std::vector<std::string>{
+           "table « Table1 » : page " + std::to_string(stray) + " retirée de sa table d'utilisation",
+        "page " + std::to_string(data) + " : espace libre corrigé (annoncé 4, réel ",
+        "page " + std::to_string(spare) + " : page de données illisible vidée et libérée",
+        "sa racine passe de la page " + std::to_string(foreign) + " à la page "})
+    EXPECT_NE(actions.find(expected), std::string::npos) << expected << " not in\n" << actions;
+  expect_repaired_like(jet_test::fixture(name), damaged);
+  EXPECT_EQ(joined(jet::repair(damaged).actions), "");
+}
+
+// Maps that cannot serve are made anew. The known miss: a table whose free-space map lies
+// past the end of the file (INSERT failed with 3049 and mdbtools could not read the table);
+// also a table whose map pointer names another table's map, which both then share.
+TEST(Repair, UnusableMapsAreMadeAnew) {
+  QUELIS_NEEDS_MDBTOOLS();
+  jet_test::ScratchDir dir;
+  auto original = jet::Database::open(jet_test::fixture("testV2000.mdb"));
+  const jet::TableDef t1 = original->table("Table1").def();
+  const jet::TableDef t2 = original->table("Table2").def();
+  ASSERT_FALSE(original->table("Table1").data_pages().empty());
+  std::vector<std::uint8_t> bytes = jet_test::read_file(jet_test::fixture("testV2000.mdb"));
+  const jet::FormatLayout& layout = jet::jet4_layout();
+  jet_test::put32(bytes, std::size_t{t1.page} * 4096 + layout.tdef_free_pages,
+                  static_cast<std::uint32_t>(bytes.size() / 4096 + 5) << 8);
+  jet_test::put32(bytes, std::size_t{t2.page} * 4096 + layout.tdef_owned_pages, t1.owned_pages);
+  const std::string copy = dir.write("copy.mdb", bytes);
+  const std::string before = joined(jet_test::verify_problems(copy));
+  EXPECT_NE(before.find("table « Table1 » : table d'espace libre illisible"), std::string::npos) << before;
+  EXPECT_NE(before.find("une même table d'utilisation sert à table « Table1 » (table d'utilisation) et à table « Table2 »"),
+            std::string::npos)
+      << before;
+  const std::string actions = joined(jet::repair(copy).actions);
+  for (const std::string& expected : std::vector<std::string>{
+           "table « Table1 » : table d'espace libre refaite, vide",
+           "table « Table1 » : table d'utilisation refaite avec les " +
+               std::to_string(original->table("Table1").data_pages().size()) + " pages de données",
+           "table « Table2 » : table d'utilisation refaite avec les "})
+    EXPECT_NE(actions.find(expected), std::string::npos) << expected << " not in\n" << actions;
+  expect_repaired_like(jet_test::fixture("testV2000.mdb"), copy);
+}
+
+// Damage repair cannot mend: refused with the file as it was, where it once reported
+// nothing to repair.
+TEST(Repair, WhatTheCheckStillFindsIsRefused) {
+  jet_test::ScratchDir dir;
+  const auto catalog_page = jet::Database::open(jet_test::fixture("testV2000.mdb"))->table("MSysObjects").data_pages().at(0);
+  const std::vector<std::function<void(std::vector<std::uint8_t>&)>> damages{
+      // the catalog's data page lost: the tables are gone
+      [&](std::vector<std::uint8_t>& b) { std::fill_n(b.begin() + static_cast<long>(catalog_page) * 4096, 4096, 0); },
+      // the properties of an object that no longer decode
+      [&](std::vector<std::uint8_t>& b) {
+        const std::vector<std::uint8_t> magic{'M', 'R', '2', 0};
+        const auto at = std::search(b.begin(), b.end(), magic.begin(), magic.end());
+        ASSERT_NE(at, b.end());
+        *at = 'X';
+      }};
+  for (std::size_t i = 0; i < damages.size(); ++i) {
+    SCOPED_TRACE(i);
+    std::vector<std::uint8_t> bytes = jet_test::read_file(jet_test::fixture("testV2000.mdb"));
+    damages[i](bytes);
+    const std::string copy = dir.write("copy" + std::to_string(i) + ".mdb", bytes);
+    ASSERT_NE(joined(jet_test::verify_problems(copy)), "");
+    EXPECT_EQ(error_of([&] { jet::repair(copy); }), 3049);
+    EXPECT_TRUE(jet_test::read_file(copy) == bytes) << "a refused repair changed the file";
+  }
 }
 
 }  // namespace

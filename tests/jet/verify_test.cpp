@@ -9,8 +9,11 @@
 #include "jet/record/usage_map_write.h"
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
+#include "jet/record/table_def.h"
+#include "jet/storage/format_layout.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace verify_test_cases {
@@ -18,6 +21,16 @@ namespace verify_test_cases {
 namespace {
 
 using jet_test::Bytes;
+
+// Where things are in an untouched fixture, found by the engine.
+jet::TableDef definition_of(const std::string& fixture, const std::string& table) {
+  auto db = jet::Database::open(jet_test::fixture(fixture));
+  return db->table(table).def();
+}
+std::vector<jet::PageNumber> data_pages_of(const std::string& fixture, const std::string& table) {
+  auto db = jet::Database::open(jet_test::fixture(fixture));
+  return db->table(table).data_pages();
+}
 
 std::string joined(const std::vector<std::string>& problems) {
   std::string s;
@@ -149,6 +162,102 @@ TEST(JetVerify, PageListedByTwoTablesMaps) {
   EXPECT_NE(report.find(expected), std::string::npos) << report;
   EXPECT_NE(report.find("Table1"), std::string::npos) << report;
   EXPECT_NE(report.find("et par table « Table"), std::string::npos) << report;
+}
+
+// Damage that leaves every table the engine reads consistent but breaks other readers and
+// writers: each must be reported, since a file called sound must read and write in full.
+TEST(JetVerify, LostCatalogRowsShowAsMissingSystemTables) {
+  Planted copy("testV2000.mdb");
+  const std::vector<jet::PageNumber> catalog_pages = data_pages_of("testV2000.mdb", "MSysObjects");
+  ASSERT_EQ(catalog_pages.size(), 1u);
+  std::fill_n(copy.page(catalog_pages[0]), 4096, 0);
+  const std::string report = joined(copy.verify());
+  // The catalog now reads empty: the tables are gone for every command (3078).
+  EXPECT_EQ(jet_test::error_of([&] { jet::Database::open(copy.path)->table("Table1"); }), 3078);
+  EXPECT_NE(report.find("le catalogue ne décrit pas la table système « MSysQueries »"), std::string::npos) << report;
+  EXPECT_NE(report.find("table « MSysObjects » : sa table d'utilisation compte la page " +
+                        std::to_string(catalog_pages[0]) + ", qui n'est pas une de ses pages de données"),
+            std::string::npos)
+      << report;
+}
+
+TEST(JetVerify, FreeSpaceMapPastTheEndOfTheFile) {
+  QUELIS_NEEDS_MDBTOOLS();
+  Planted copy("testV2000.mdb");
+  const jet::TableDef def = definition_of("testV2000.mdb", "Table1");
+  const auto pages = static_cast<std::uint32_t>(copy.bytes.size() / 4096);
+  jet_test::put32(copy.bytes, std::size_t{def.page} * 4096 + jet::jet4_layout().tdef_free_pages, (pages + 5) << 8);
+  const std::string report = joined(copy.verify());
+  EXPECT_NE(report.find("table « Table1 » : table d'espace libre illisible"), std::string::npos) << report;
+  EXPECT_NE(report.find("au-delà de la fin du fichier"), std::string::npos) << report;
+  // What the check stands for: mdbtools cannot read the table.
+  bool exported = true;
+  jet_test::run("mdb-export " + jet_test::shell_quote(copy.path) + " Table1 2>&1", &exported);
+  EXPECT_FALSE(exported);
+}
+
+TEST(JetVerify, ImpossibleBoundsOfADeletedRow) {
+  Planted copy("delTestV2000.mdb");
+  jet::PageNumber page = 0;
+  std::uint16_t slot = 0;
+  {
+    auto db = jet::Database::open(jet_test::fixture("delTestV2000.mdb"));
+    for (const auto& name : db->table_names()) {
+      const jet::Table table = db->table(name);
+      for (jet::PageNumber p : table.data_pages()) {
+        const jet::DataPage data(db->pager().read(p));
+        for (std::uint16_t r = 0; r < data.row_count() && page == 0; ++r)
+          if (data.deleted(r)) page = p, slot = r;
+      }
+    }
+  }
+  ASSERT_NE(page, 0u) << "no deleted row in the fixture";
+  // Readers skip a deleted row, but a writer putting a row on the page works with every one.
+  jet_test::put16(copy.bytes, std::size_t{page} * 4096 + 14 + 2 * std::size_t{slot}, 0x8000 | 0x0010);
+  const std::string report = joined(copy.verify());
+  EXPECT_NE(report.find("page " + std::to_string(page) + " : "), std::string::npos) << report;
+  EXPECT_NE(report.find("ligne " + std::to_string(slot) + " aux bornes incohérentes"), std::string::npos) << report;
+}
+
+TEST(JetVerify, MapsNamingPagesOfTheWrongKind) {
+  jet_test::ScratchDir dir;
+  const std::string path = jet_test::copy_fixture(dir, "compIndexTestV2000.mdb");
+  jet::PageNumber forgotten = 0, listed = 0;
+  {
+    auto db = jet::WritableDatabase::open(path);
+    const jet::Table t = db->table("Table1");
+    ASSERT_GE(t.data_pages().size(), 2u);
+    ASSERT_FALSE(t.def().indexes.empty());
+    forgotten = t.data_pages().back();
+    listed = t.data_pages().front();
+    jet::Transaction tx(db->pager());
+    // The table's map forgets one of its pages; an index's map lists one of its data pages.
+    ASSERT_TRUE(jet::set_usage_bit(db->pager(), jet::RowId::from_pointer(t.def().owned_pages), forgotten, false));
+    ASSERT_TRUE(jet::set_usage_bit(db->pager(), jet::RowId::from_pointer(t.def().indexes[0].usage_map), listed, true));
+    tx.commit();
+  }
+  const std::string report = joined(jet_test::verify_problems(path));
+  EXPECT_NE(report.find("page " + std::to_string(forgotten) +
+                        " : page de données de la table « Table1 » absente de sa table d'utilisation"),
+            std::string::npos)
+      << report;
+  EXPECT_NE(report.find("table « Table1 », index 0 : sa table d'utilisation compte la page " + std::to_string(listed) +
+                        ", qui n'est pas une de ses pages d'index"),
+            std::string::npos)
+      << report;
+}
+
+TEST(JetVerify, PropertiesThatDoNotDecode) {
+  for (const std::string magic : {"XR2", "KKD"}) {
+    SCOPED_TRACE(magic);
+    Planted copy("testV2000.mdb");
+    const Bytes jet4{'M', 'R', '2', 0};
+    auto at = std::search(copy.bytes.begin(), copy.bytes.end(), jet4.begin(), jet4.end());
+    ASSERT_NE(at, copy.bytes.end());
+    std::copy(magic.begin(), magic.end(), at);  // a damaged blob, then one in Access 97's form
+    const std::string report = joined(copy.verify());
+    EXPECT_NE(report.find("du catalogue : propriétés illisibles"), std::string::npos) << report;
+  }
 }
 
 }  // namespace

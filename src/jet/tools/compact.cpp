@@ -10,6 +10,7 @@
 #include "jet/storage/database_file.h"
 #include "jet/storage/leftover.h"
 #include "jet/storage/transaction.h"
+#include "jet/tools/verify_catalog.h"
 
 namespace jet {
 namespace {
@@ -89,7 +90,7 @@ class Compactor {
     report_.queries = 0;
     for (const auto& r : source_rows)
       if (r.type == kQueryType) ++report_.queries;
-    check_counts();
+    check_carried();
     return report_;
   }
 
@@ -171,10 +172,11 @@ class Compactor {
         [&](const TableDef& def, Row& row) { return map_object_id(def, row, "ObjectId"); }, true);
   }
 
-  // Every table holds as many rows as the source's. The new file is not verified in full
-  // here (its indexes are built from the very rows it received): whoever relies on it checks
-  // it once, where that protects its user.
-  void check_counts() {
+  // Every table holds as many rows as the source's, and every catalog object's properties
+  // decode (a damaged blob of the source is carried as bytes). The new file is not verified
+  // in full here: its indexes are built from the very rows it received, and whoever relies
+  // on it checks it once, where that protects its user.
+  void check_carried() {
     for (const CatalogEntry* entry : source_.catalog().tables(true)) {
       if (engine_table(entry->name) || entry->name == "MSysACEs") continue;
       const std::uint64_t expected = source_.table(entry->name).count_rows();
@@ -182,6 +184,9 @@ class Compactor {
         cannot_carry("la table " + entry->name + " n'a pas reçu toutes ses lignes");
       }
     }
+    std::vector<std::string> problems;
+    verify_catalog(destination_.catalog(), destination_.pager().layout(), problems);
+    if (!problems.empty()) cannot_carry("la nouvelle base ne se vérifie pas : " + problems.front());
   }
 
   Database& source_;

@@ -11,6 +11,10 @@
 // Column numbers are renumbered from 0 in column order: the gaps left by deleted columns
 // are closed, as Access does when it compacts; the order of the columns is kept.
 //
+// Every table of the new file must hold as many rows as the source's and every catalog
+// object's properties must decode: damage of the source that reading lets through (a
+// property blob carried as bytes) fails the compaction. The new file is not verified in full
+// (its indexes are built from the rows it received): `jet verify` does that when wanted.
 // The source is opened shared and read-only and never modified. The destination must not
 // exist (3204) and its folder must (3044). The new file is written as
 // compaction_path(destination) and renamed to `destination` once complete and synchronised:

@@ -6,6 +6,7 @@
 #include "jet/base/error.h"
 #include "jet/record/long_value.h"
 #include "jet/record/table_def.h"
+#include "jet/tools/verify_catalog.h"
 #include "jet/tools/verify_pages.h"
 
 namespace jet {
@@ -89,20 +90,24 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
   return problems;
 }
 
-std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index) {
+std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, const IndexChecker& check_index) {
   std::vector<std::string> problems;
-  verify_pages(db, problems);
-  Pager& pager = db.pager();
-  for (const CatalogEntry* entry : db.catalog().tables(true)) {
+  verify_catalog(catalog, pager.layout(), problems);
+  verify_pages(pager, catalog, problems);
+  for (const CheckedTable& checked : tables_to_check(catalog)) {
     try {
-      const Table table(pager, entry->name, read_table_def(pager, entry->table_page()));
+      const Table table(pager, checked.name, read_table_def(pager, checked.page));
       auto found = verify_table(table, check_index);
       problems.insert(problems.end(), found.begin(), found.end());
     } catch (const Error& e) {
-      problems.push_back("table « " + entry->name + " » : " + e.description());
+      problems.push_back("table « " + checked.name + " » : " + e.description());
     }
   }
   return problems;
+}
+
+std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index) {
+  return verify_database(db.pager(), db.catalog(), check_index);
 }
 
 }  // namespace jet

@@ -1,5 +1,7 @@
-// Whole-database consistency check: catalog, every table definition, usage map, data page,
-// row, moved row and long value, and (through a caller-supplied checker) every index.
+// Whole-database consistency check: catalog (system tables present, properties readable),
+// every table definition, usage map, data page, row, moved row and long value, and (through
+// a caller-supplied checker) every index. A database it calls sound can be read in full by
+// every command of the engine and by mdbtools, compacted and written to.
 // Each problem is one French sentence naming the table, page and row concerned; an empty
 // result means the database is sound. Never throws for damage it can describe.
 #pragma once
@@ -15,6 +17,10 @@ namespace jet {
 using IndexChecker = std::function<std::vector<std::string>(const Table&, const IndexDef&)>;
 
 std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index = {});
+
+// The same checks on the pages `pager` serves (an open transaction's overlay included),
+// `catalog` read from them.
+std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, const IndexChecker& check_index = {});
 
 // The same checks for one table.
 std::vector<std::string> verify_table(const Table& table, const IndexChecker& check_index = {});

@@ -1,0 +1,124 @@
+// Damaged files that once broke a promise of verify or repair, found by the mutation sweep
+// (fuzz_test.cpp) or by the fuzzer (scripts/fuzz), kept as the bytes they change in a copy of
+// a fixture. Each must now keep every promise of damage_check.h, be reported by verify with
+// the sentence given, and be repaired or refused as given.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "damage_check.h"
+#include "jet/base/error.h"
+#include "jet/db/database.h"
+#include "jet/tools/compact.h"
+#include "jet/tools/index_verify.h"
+#include "jet/tools/verify.h"
+#include "jet_test_support.h"
+#include "page_builder.h"
+
+// Each test file keeps its own names, apart from the others compiled with it.
+namespace damaged_files_test_cases {
+
+namespace {
+
+using jet_test::Bytes;
+using damage_check::RepairOutcome;
+constexpr std::size_t kPage = 4096;
+
+std::size_t page_at(std::size_t page) { return page * kPage; }
+// Where row `row` of data page `page` starts.
+std::size_t row_at(const Bytes& b, std::size_t page, std::size_t row) {
+  const std::size_t slot = page_at(page) + 14 + 2 * row;
+  return page_at(page) + ((b[slot] | (b[slot + 1] << 8)) & 0x1FFF);
+}
+void copy_page(Bytes& b, std::size_t from, std::size_t to) {
+  std::copy_n(b.begin() + static_cast<long>(page_at(from)), kPage, b.begin() + static_cast<long>(page_at(to)));
+}
+void zero_page(Bytes& b, std::size_t page) { std::fill_n(b.begin() + static_cast<long>(page_at(page)), kPage, 0); }
+std::uint32_t pointer(std::uint32_t page, std::uint32_t row) { return page << 8 | row; }
+
+struct Case {
+  const char* fixture;
+  const char* damage;  // as the sweep names it
+  std::function<void(Bytes&)> apply;
+  const char* reported;  // part of what verify says
+  RepairOutcome repair;
+};
+
+// Cases named "<fixture> #<mutant>" come from the sweep's first runs, before the checks
+// they led to; the damage is the one that mutant made.
+const std::vector<Case>& cases() {
+  static const std::vector<Case> all{
+      {"emptyV2000.mdb", "#5 page 6 copiée sur la page 14 (la page du catalogue)",
+       [](Bytes& b) { copy_page(b, 6, 14); }, "le catalogue ne décrit pas la table système « MSysQueries »",
+       RepairOutcome::Refused},
+      {"emptyV2000.mdb", "#10 valeur longue 23:0 enchaînée à elle-même (propriétés de MSysDb)",
+       [](Bytes& b) { jet_test::put32(b, row_at(b, 23, 0), pointer(23, 0)); },
+       "objet « MSysDb » du catalogue : propriétés illisibles", RepairOutcome::Refused},
+      {"emptyV2000.mdb", "#19 table d'utilisation 6:20 : champ en 5 -> 21 (elle compte la page 2)",
+       [](Bytes& b) { jet_test::put32(b, row_at(b, 6, 20) + 5, 21); },
+       "page 2 revendiquée par table « MSysObjects » et par table « MSysACEs », index 0", RepairOutcome::Repaired},
+      {"emptyV2000.mdb", "#1 racine d'index en 61619 -> 18 (une page de données d'une autre table)",
+       [](Bytes& b) { jet_test::put32(b, 61619, 18); }, "index", RepairOutcome::Repaired},
+      {"fixedNumericTestV2000.mdb", "#10 pointeur de table d'utilisation en 9012 -> 9:1 (une page d'index)",
+       [](Bytes& b) { jet_test::put32(b, 9012, pointer(9, 1)); },
+       "table « MSysObjects », index 0 : table d'utilisation illisible", RepairOutcome::Refused},
+      {"queryTestV2000.mdb", "#13 page 20 copiée sur la page 31 (une page de données hors de sa table)",
+       [](Bytes& b) { copy_page(b, 20, 31); },
+       "page 31 : page de données de la table « MSysAccessObjects » absente de sa table d'utilisation",
+       RepairOutcome::Refused},
+      {"compIndexTestV2000.mdb", "#21 table d'utilisation 6:30 : champ en 5 -> 15",
+       [](Bytes& b) { jet_test::put32(b, row_at(b, 6, 30) + 5, 15); }, "revendiquée par", RepairOutcome::Repaired},
+      {"overflowTestV2000.mdb", "#12 page 33 : nombre de lignes 2",
+       [](Bytes& b) { jet_test::put16(b, page_at(33) + 12, 2); }, "(page 33 : ligne 1 aux bornes incohérentes",
+       RepairOutcome::Refused},
+      {"delTestV2000.mdb", "#3 page 21 mise à zéro", [](Bytes& b) { zero_page(b, 21); },
+       "qui n'est pas une de ses pages de données", RepairOutcome::Repaired},
+      {"testV2000.mdb", "page 553 : nombre de lignes 32767",
+       [](Bytes& b) { jet_test::put16(b, page_at(553) + 12, 0x7FFF); },
+       "nombre de lignes impossible (32767)", RepairOutcome::Refused},
+  };
+  return all;
+}
+
+TEST(DamagedFiles, EachFindingKeepsThePromisesOfVerifyAndRepair) {
+  jet_test::ScratchDir dir;
+  for (const Case& c : cases()) {
+    SCOPED_TRACE(std::string(c.fixture) + " " + c.damage);
+    Bytes bytes = jet_test::read_file(jet_test::fixture(c.fixture));
+    c.apply(bytes);
+    const std::string path = dir.write("abime.mdb", bytes);
+    std::string report;
+    {
+      auto db = jet::Database::open(path);
+      report = jet_test::joined(jet::verify_database(*db, jet::verify_index));
+    }
+    EXPECT_NE(report.find(c.reported), std::string::npos) << report;
+    const damage_check::Result result = damage_check::check(bytes, dir.path());
+    EXPECT_EQ(jet_test::joined(result.broken), "");
+    EXPECT_FALSE(result.sound);
+    EXPECT_EQ(static_cast<int>(result.repair), static_cast<int>(c.repair)) << result.refusal;
+  }
+}
+
+// Found when the sweep began to compact damaged files too: compaction carried property
+// blobs as bytes, damage included, and wrote a new file that did not check sound.
+TEST(DamagedFiles, CompactionCarriesNoDamage) {
+  jet_test::ScratchDir dir;
+  Bytes bytes = jet_test::read_file(jet_test::fixture("emptyV2000.mdb"));
+  jet_test::put32(bytes, row_at(bytes, 23, 0), pointer(23, 0));  // the properties of MSysDb
+  const std::string source = dir.write("abime.mdb", bytes);
+  const std::string destination = (dir.path() / "compacte.mdb").string();
+  try {
+    jet::compact(source, destination);
+    ADD_FAILURE() << "compacted";
+  } catch (const jet::Error& e) {
+    EXPECT_EQ(e.number(), 3049);
+    EXPECT_NE(e.description().find("objet « MSysDb » du catalogue : propriétés illisibles"), std::string::npos)
+        << e.description();
+  }
+  EXPECT_FALSE(std::filesystem::exists(destination));
+}
+
+}  // namespace
+
+}  // namespace damaged_files_test_cases
