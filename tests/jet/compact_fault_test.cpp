@@ -7,6 +7,10 @@
 #include <filesystem>
 
 #include "jet/base/error.h"
+#include "jet/db/create_database.h"
+#include "jet/db/writable_database.h"
+#include "jet/exec/executor.h"
+#include "jet/storage/transaction.h"
 #include "jet/storage/rollback_journal.h"
 #include "jet/tools/compact.h"
 #include "jet/tools/diff.h"
@@ -70,6 +74,43 @@ TEST(CompactFaults, EveryFailingWriteSyncOrRenameLeavesNoDestinationAndNothingEl
     EXPECT_FALSE(fs::exists(destination));
     EXPECT_EQ(others(dir, "source.mdb"), std::vector<std::string>{});
   }
+}
+
+// Writes rows without touching any index, as a damaged file may hold them.
+class IndexesLeftAlone final : public jet::IndexHook {
+ public:
+  void check(const jet::TableDef&, const jet::Row*, const jet::Row*, std::optional<jet::RowId>) override {}
+  void apply(const jet::TableDef&, const jet::Row*, const jet::Row*, jet::RowId) override {}
+};
+
+TEST(CompactFaults, RowsThatBreakAUniqueIndexAreRefusedNotCarried) {
+  jet_test::ScratchDir dir;
+  // A unique index over two Nulls (which never collide), and, when asked, a row written
+  // past the index with the key of another (as 'a' and 'A' are one key).
+  auto make = [&](const std::string& name, bool duplicate) {
+    const std::string path = (dir.path() / name).string();
+    auto db = jet::create_database(path);
+    jet::sql::Executor sql(*db);
+    sql.execute("CREATE TABLE T (ID LONG, CODE TEXT(10))");
+    sql.execute("CREATE UNIQUE INDEX ParCode ON T (CODE)");
+    sql.execute("INSERT INTO T (ID, CODE) VALUES (1, 'A')");
+    sql.execute("INSERT INTO T (ID, CODE) VALUES (2, NULL)");
+    sql.execute("INSERT INTO T (ID, CODE) VALUES (3, NULL)");
+    if (duplicate) {
+      IndexesLeftAlone none;
+      jet::Transaction t(db->pager());
+      db->writer("T", &none).insert({jet::Value::long_(4), jet::Value::text("a")});
+      t.commit();
+    }
+    return path;
+  };
+  const std::string damaged = make("damaged.mdb", true), sound = make("sound.mdb", false);
+  const std::string destination = (dir.path() / "out.mdb").string();
+  EXPECT_EQ(jet_test::error_of([&] { jet::compact(damaged, destination); }), 3049);
+  EXPECT_FALSE(fs::exists(destination));
+
+  jet::compact(sound, destination);
+  EXPECT_EQ(jet_test::joined(jet_test::verify_problems(destination)), "");
 }
 
 TEST(CompactFaults, AnUnfinishedFileOfAKilledCompactionIsClearedUnlessHeld) {

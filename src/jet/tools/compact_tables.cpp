@@ -85,6 +85,28 @@ const IndexDef* source_index(const TableDef& source, const TableDef& def, const 
 // Builds the indexes of the filled table. A row whose key cannot be computed carries the
 // entry the source's matching index holds for the row it was copied from (`copied_from`:
 // destination row pointer -> source row).
+// Rows of a damaged source can break a unique index (two rows of one key): carried as they
+// are, they would give a new file that does not check sound.
+void refuse_duplicates(WritableDatabase& db, const std::string& table, const TableDef& def, const IndexDef& index,
+                       const std::vector<IndexNodeItem>& sorted) {
+  if (!index.unique()) return;
+  const std::vector<KeyColumn> columns = key_columns(def, index);
+  const auto has_null = [&](const std::vector<std::uint8_t>& key) {
+    try {
+      KeyReader r(key);
+      for (const KeyColumn& c : columns)
+        if (r.next(c).is_null) return true;
+    } catch (const Error&) {
+    }
+    return false;
+  };
+  for (std::size_t i = 1; i < sorted.size(); ++i) {
+    if (compare_keys(sorted[i - 1].key, sorted[i].key) == 0 && !has_null(sorted[i].key)) {
+      cannot_carry(db.path(), "clé en double dans un index unique de la table « " + table + " »");
+    }
+  }
+}
+
 void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name, const Table& source,
                      const std::unordered_map<std::uint32_t, RowId>& copied_from, GatheredIndexes& gathered) {
   const TableDef def = read_table_def(db.pager(), page);
@@ -96,6 +118,7 @@ void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& n
       std::sort(entries->begin(), entries->end(), [](const IndexNodeItem& a, const IndexNodeItem& b) {
         return compare_entries(a.key, a.row, b.key, b.row) < 0;
       });
+      refuse_duplicates(db, name, def, index, *entries);
       store.select_index(index);
       build_index_tree(store, def.page, index.root_page, *entries);
       continue;
