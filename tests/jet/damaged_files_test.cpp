@@ -4,16 +4,19 @@
 // the sentence given, and be repaired or refused as given.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "damage_check.h"
 #include "jet/base/error.h"
 #include "jet/db/database.h"
 #include "jet/tools/compact.h"
+#include "jet/tools/repair.h"
 #include "jet/tools/index_verify.h"
 #include "jet/tools/verify.h"
 #include "jet_test_support.h"
 #include "page_builder.h"
+#include "support/linux_programs.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace damaged_files_test_cases {
@@ -73,6 +76,21 @@ const std::vector<Case>& cases() {
        RepairOutcome::Refused},
       {"delTestV2000.mdb", "#3 page 21 mise à zéro", [](Bytes& b) { zero_page(b, 21); },
        "qui n'est pas une de ses pages de données", RepairOutcome::Repaired},
+      {"test2V2000.mdb", "#53 d'un balayage de 180 copies par fichier : page 28 copiée sur la page 58",
+       [](Bytes& b) { copy_page(b, 28, 58); },
+       "la valeur longue de la colonne « RESERVED_BINARY_DATA » ne termine pas sa chaîne", RepairOutcome::Repaired},
+      {"test2V2000.mdb", "#73 d'un balayage de 180 copies par fichier : valeur longue 33:0 enchaînée à elle-même",
+       [](Bytes& b) { jet_test::put32(b, row_at(b, 33, 0), pointer(33, 0)); },
+       "(sa dernière ligne, page 33 ligne 0, désigne encore la page 33 ligne 0)", RepairOutcome::Repaired},
+      {"fixedNumericTestV2000.mdb",
+       "#130 d'un balayage de 180 copies par fichier : un caractère de contrôle dans le nom d'une colonne",
+       [](Bytes& b) {
+         const Bytes name{'c', 0, 'o', 0, 'l', 0, '2', 0};
+         const auto at = std::search(b.begin(), b.end(), name.begin(), name.end());
+         ASSERT_NE(at, b.end());
+         at[6] = 0x01;
+       },
+       "table « test » : définition impossible à recréer", RepairOutcome::Refused},
       {"testV2000.mdb", "page 553 : nombre de lignes 32767",
        [](Bytes& b) { jet_test::put16(b, page_at(553) + 12, 0x7FFF); },
        "nombre de lignes impossible (32767)", RepairOutcome::Refused},
@@ -98,6 +116,23 @@ TEST(DamagedFiles, EachFindingKeepsThePromisesOfVerifyAndRepair) {
     EXPECT_FALSE(result.sound);
     EXPECT_EQ(static_cast<int>(result.repair), static_cast<int>(c.repair)) << result.refusal;
   }
+}
+
+// A chain whose last row loops back on itself: the engine reads up to the declared length,
+// mdb-export followed the pointer for ever. Repair ends the chain; mdbtools then reads.
+TEST(DamagedFiles, ChainsThatDoNotEndAreEnded) {
+  QUELIS_NEEDS_MDBTOOLS();
+  jet_test::ScratchDir dir;
+  Bytes bytes = jet_test::read_file(jet_test::fixture("test2V2000.mdb"));
+  jet_test::put32(bytes, row_at(bytes, 33, 0), pointer(33, 0));
+  const std::string path = dir.write("abime.mdb", bytes);
+  const std::string actions = jet_test::joined(jet::repair(path).actions);
+  EXPECT_NE(actions.find("chaîne de la valeur longue de la colonne « LvProp » terminée à la page 33 ligne 0"),
+            std::string::npos)
+      << actions;
+  EXPECT_EQ(jet_test::joined(jet_test::verify_problems(path)), "");
+  EXPECT_EQ(jet_test::mdb_export(path, "MSysObjects"),
+            jet_test::mdb_export(jet_test::fixture("test2V2000.mdb"), "MSysObjects"));
 }
 
 // Found when the sweep began to compact damaged files too: compaction carried property
