@@ -175,7 +175,8 @@ Result check(const std::vector<std::uint8_t>& bytes, const fs::path& work, const
     if (!jet3) write_each_table(bytes, work, result.broken);
     if (options.mdbtools) export_with_mdbtools(file.string(), result.broken);
   }
-  if (result.opened && !jet3) compact_into_new_file(file.string(), result.sound, work, result.broken);
+  if (result.opened && !jet3 && (result.sound || options.compact_damaged))
+    compact_into_new_file(file.string(), result.sound, work, result.broken);
 
   const fs::path copy = work / "damage-repair.mdb";
   write_file(copy, bytes);

@@ -24,7 +24,8 @@
 namespace damage_check {
 
 struct Options {
-  bool mdbtools = false;  // run mdb-export on every table of a file verify calls sound
+  bool mdbtools = false;           // run mdb-export on every table of a file verify calls sound
+  bool compact_damaged = true;     // compact the files verify finds damaged too
 };
 
 enum class RepairOutcome { Refused, Repaired, NothingToDo };

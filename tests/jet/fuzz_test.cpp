@@ -2,9 +2,10 @@
 // flipped, pages zeroed or copied over others, impossible row counts and row offsets,
 // cycles in long-value chains, usage-map pointers sent elsewhere or past the end, files cut
 // short). Each copy goes through damage_check: a copy verify calls sound must read in full,
-// compact and (for a sample) export with mdbtools; repair either refuses it untouched or
-// leaves it sound. Each fixture's mutants come from a generator started from the fixture's
-// name, so every run tries the same files and a failure names the mutant that shows it.
+// compact, take writes and (for a sample) export with mdbtools; a damaged copy must fail
+// cleanly (a sample is compacted too); repair either refuses it untouched or leaves it
+// sound. Each fixture's mutants come from a generator started from the fixture's name, so
+// every run tries the same files and a failure names the mutant that shows it.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -115,6 +116,7 @@ class Mutator {
         if (targets_.data_pages.empty()) return "rien";
         const jet::PageNumber p = any(targets_.data_pages);
         const std::size_t at = std::size_t{p} * kPage;
+        if (at + kPage > bytes.size()) return "rien (page coupée)";
         const std::uint16_t rows = get16(bytes, at + 12);
         if (pick(4) == 0) {
           const std::uint16_t count = std::array<std::uint16_t, 4>{0x7FFF, 257, static_cast<std::uint16_t>(rows + 1), 0}[pick(4)];
@@ -133,6 +135,7 @@ class Mutator {
         const auto [p, r] = any(targets_.lv_rows);
         const auto [to_page, to_row] = pick(2) ? std::pair<jet::PageNumber, int>{p, r} : any(targets_.lv_rows);
         const std::size_t slot_at = std::size_t{p} * kPage + 14 + 2 * static_cast<std::size_t>(r);
+        if (std::size_t{p + 1} * kPage > bytes.size()) return "rien (page coupée)";
         const std::size_t row_at = std::size_t{p} * kPage + (get16(bytes, slot_at) & 0x1FFF);
         if (row_at + 4 > bytes.size()) return "rien";
         jet_test::put32(bytes, row_at, (to_page << 8) | static_cast<std::uint32_t>(to_row));
@@ -143,6 +146,7 @@ class Mutator {
         if (pick(2) == 0 && !targets_.map_pointers.empty()) {
           const std::size_t at = any(targets_.map_pointers);
           const std::uint32_t to = row_pointer(pages);
+          if (at + 4 > bytes.size()) return "rien (page coupée)";
           jet_test::put32(bytes, at, to);
           return "pointeur de table d'utilisation en " + std::to_string(at) + " -> " + std::to_string(to >> 8) + ":" +
                  std::to_string(to & 0xFF);
@@ -174,6 +178,7 @@ class Mutator {
         if (targets_.root_pointers.empty()) return "rien";
         const std::size_t at = any(targets_.root_pointers);
         const auto to = static_cast<std::uint32_t>(pick(pages + 3));
+        if (at + 4 > bytes.size()) return "rien (page coupée)";
         jet_test::put32(bytes, at, to);
         return "racine d'index en " + std::to_string(at) + " -> " + std::to_string(to);
       }
@@ -221,9 +226,11 @@ TEST(JetFuzz, MutatedCopiesKeepTheToolsPromises) {
     for (int i = 0; i < source.mutants; ++i) {
       auto [bytes, what] = mutator.next();
       ++mutants;
-      // mdb-export costs a process per table: every other sound copy is exported.
+      // mdb-export costs a process per table: every other sound copy is exported; a damaged
+      // copy is compacted one time in three (each compaction is a new database).
       damage_check::Options options;
       options.mdbtools = sound % 2 == 0;
+      options.compact_damaged = i % 3 == 0;
       const damage_check::Result result = damage_check::check(bytes, dir.path(), options);
       if (result.sound) {
         ++sound;

@@ -1,5 +1,6 @@
 #include "jet/record/long_value.h"
 
+#include <functional>
 #include <set>
 #include <string>
 
@@ -16,6 +17,30 @@ ByteView long_value_row(Pager& pager, RowId id, Page& keep) {
   if (id.row >= page.row_count() || page.deleted(id.row) || page.overflow(id.row))
     keep.view().damaged("valeur longue introuvable à la ligne " + std::to_string(id.row));
   return page.row_bytes(id.row);
+}
+
+// Walks the rows of a chained value, handing each its share of the data, until the declared
+// length is read; returns the rows and the last row's next pointer.
+LongValueChain walk_chain(Pager& pager, const ByteView& field, const LongValueRef& ref,
+                          const std::function<void(const ByteView&)>& take_part) {
+  LongValueChain chain;
+  std::set<std::uint32_t> seen;
+  std::uint32_t pointer = ref.pointer;
+  std::size_t read = 0;
+  Page keep;
+  while (read < ref.length) {
+    if (pointer == 0) field.damaged("chaîne de valeur longue interrompue");
+    if (!seen.insert(pointer).second) field.damaged("chaîne de valeur longue circulaire");
+    const ByteView row = long_value_row(pager, RowId::from_pointer(pointer), keep);
+    chain.rows.push_back(pointer);
+    const std::uint32_t next = row.u32(0);
+    const std::size_t take = std::min<std::size_t>(row.size() - 4, ref.length - read);
+    take_part(row.sub(4, take));
+    read += take;
+    pointer = next;
+  }
+  chain.next = pointer;
+  return chain;
 }
 
 }  // namespace
@@ -48,22 +73,18 @@ std::vector<std::uint8_t> read_long_value(Pager& pager, const ByteView& field) {
     case LongValueStorage::Chain: {
       std::vector<std::uint8_t> out;
       out.reserve(ref.length);
-      std::set<std::uint32_t> seen;
-      std::uint32_t pointer = ref.pointer;
-      while (out.size() < ref.length) {
-        if (pointer == 0) field.damaged("chaîne de valeur longue interrompue");
-        if (!seen.insert(pointer).second) field.damaged("chaîne de valeur longue circulaire");
-        const ByteView row = long_value_row(pager, RowId::from_pointer(pointer), keep);
-        const std::uint32_t next = row.u32(0);
-        const std::size_t take = std::min<std::size_t>(row.size() - 4, ref.length - out.size());
-        const ByteView part = row.sub(4, take);
-        out.insert(out.end(), part.data(), part.data() + part.size());
-        pointer = next;
-      }
+      walk_chain(pager, field, ref, [&](const ByteView& part) { out.insert(out.end(), part.data(), part.data() + part.size()); });
       return out;
     }
   }
   return {};
+}
+
+LongValueChain long_value_chain(Pager& pager, const ByteView& field) {
+  const LongValueRef ref = parse_long_value_ref(field);
+  if (ref.storage != LongValueStorage::Chain) return {};
+  if (ref.length > pager.page_count() * pager.page_size()) field.damaged("longueur de valeur longue impossible");
+  return walk_chain(pager, field, ref, [](const ByteView&) {});
 }
 
 }  // namespace jet

@@ -1,5 +1,7 @@
 #include "jet/record/row_frame.h"
 
+#include <string>
+
 namespace jet {
 namespace {
 
@@ -9,6 +11,15 @@ void read_wide(const ByteView& bytes, RowFrame& f) {
   if (std::size_t{f.var_count} * 2 + 4 > f.mask_at) bytes.damaged("table des colonnes variables hors de la ligne");
   f.var_table = f.mask_at - 4;  // variable column 0; column i at var_table - 2*i
   f.fixed_end = bytes.u16(f.var_table);
+  // Every offset, a Null column's too, in order and short of the offset table: other readers
+  // (mdbtools) check them all and drop the row otherwise.
+  const std::size_t table_start = f.var_table - 2 * std::size_t{f.var_count};
+  for (std::size_t i = 0, previous = 0; i <= f.var_count; ++i) {
+    const std::size_t offset = bytes.u16(f.var_table - 2 * i);
+    if (offset < previous || offset > table_start)
+      bytes.damaged("décalage de colonne variable incohérent (" + std::to_string(offset) + ")");
+    previous = offset;
+  }
 }
 
 // One-byte offsets: the jump table says where each passes a 256-byte boundary.

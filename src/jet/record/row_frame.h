@@ -33,7 +33,7 @@ struct RowFrame {
 
 // Reads the frame of `bytes` (one live row); `has_variable` when the table has variable
 // columns (a row of a table without any keeps no offset table). Throws 3049 on a frame
-// that does not fit in the row.
+// that does not fit in the row, or variable offsets out of order or past their table.
 RowFrame read_row_frame(const ByteView& bytes, const FormatLayout& layout, bool has_variable);
 
 }  // namespace jet

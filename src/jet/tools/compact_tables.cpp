@@ -221,33 +221,29 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
   return copied;
 }
 
-CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
-                         CompactReport& report) {
-  const Table table = source.table(entry.name);
-  const TableDef& def = table.def();
-  TableDesign design = design_of(entry.name, def, entry.property_set());
+CarriedDesign carried_design(const std::string& path, const std::string& name, const TableDef& def,
+                             const PropertySet& properties) {
+  CarriedDesign carried;
+  TableDesign& design = carried.design;
+  design = design_of(name, def, properties);
   // Access's own tables hold columns a table design may not state: long binaries of a type
   // code of their own (MSysAccessObjects.Data, 3992 bytes). They are created as binaries of
   // the largest stated size, filled, then given their stored type and size back.
-  std::map<std::string, std::pair<ColumnType, std::uint16_t>> restated;
   for (ColumnDesign& c : design.columns) {
     const ColumnDef* column = def.find_column(c.name);
     const bool binary_like = c.type == ColumnType::Binary || static_cast<std::uint8_t>(c.type) == 0x11;
     if (column && binary_like && (c.type != ColumnType::Binary || column->length > 255)) {
-      restated[c.name] = {column->type, column->length};
+      carried.restated[c.name] = {column->type, column->length};
       c.type = ColumnType::Binary;
       c.size = 255;
     }
   }
-  CarriedTable carried;
-  carried.name = entry.name;
-  carried.source_page = def.page;
   // Foreign-key indexes are made as plain indexes with the same columns and rules, then
   // turned into foreign keys once every table exists (finish_foreign_keys).
   for (const LogicalIndex& logical : def.logical_indexes) {
     if (logical.kind != IndexKind::ForeignKey) continue;
     const IndexDef* real = def.real_index(logical.real_index);
-    if (!real) cannot_carry(source.path(), "index « " + logical.name + " » sans index physique");
+    if (!real) cannot_carry(path, "index « " + logical.name + " » sans index physique");
     IndexDesign index;
     index.name = kPlaceholder + std::to_string(carried.foreign_keys.size());
     index.unique = real->unique();
@@ -255,12 +251,27 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
     index.required = real->required();
     for (const IndexColumn& ic : real->columns) {
       const ColumnDef* c = def.column_by_number(ic.column_number);
-      if (!c) cannot_carry(source.path(), "index « " + logical.name + " » sur une colonne absente");
+      if (!c) cannot_carry(path, "index « " + logical.name + " » sur une colonne absente");
       index.columns.push_back({c->name, !ic.ascending});
     }
     carried.foreign_keys[index.name] = logical.name;
     design.indexes.push_back(std::move(index));
   }
+  validate(design);
+  return carried;
+}
+
+CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
+                         CompactReport& report) {
+  const Table table = source.table(entry.name);
+  const TableDef& def = table.def();
+  CarriedDesign built = carried_design(source.path(), entry.name, def, entry.property_set());
+  const TableDesign& design = built.design;
+  const auto& restated = built.restated;
+  CarriedTable carried;
+  carried.name = entry.name;
+  carried.source_page = def.page;
+  carried.foreign_keys = std::move(built.foreign_keys);
 
   Transaction tx(destination.pager());
   carried.page = destination.create_table(design);

@@ -10,6 +10,7 @@
 #include "jet/btree/btree_write_overlay.h"
 #include "jet/btree/btree_write_page.h"
 #include "jet/record/data_page.h"
+#include "jet/base/bytes.h"
 #include "jet/base/error.h"
 #include "jet/record/free_page_map.h"
 #include "jet/btree/index_stored_key.h"
@@ -17,6 +18,7 @@
 #include "jet/storage/transaction.h"
 #include "jet/record/tdef_encode.h"
 #include "jet/record/usage_map_write.h"
+#include "jet/tools/long_value_chains.h"
 #include "jet/tools/repair_pages.h"
 #include "jet/tools/verify.h"
 #include "jet/tools/verify_catalog.h"
@@ -118,6 +120,7 @@ class Repairer {
     } catch (const Error& e) {
       refuse("table « " + entry.name + " » : " + e.description());
     }
+    end_open_chains(entry.name, def);
     // Rows, moved rows and long values: nothing of these can be rebuilt.
     TableDef counted = def;
     counted.row_count = static_cast<std::uint32_t>(live);
@@ -154,6 +157,22 @@ class Repairer {
                     [this](std::vector<std::uint8_t> b) { return db_.allocator().allocate(std::move(b)); });
       report_.actions.push_back("table « " + name + " » : page " + std::to_string(p) +
                                 " rendue à la table d'utilisation de la table");
+    }
+  }
+
+  // Long-value chains whose last row still names a next one end there: the value is read up
+  // to its declared length, and nothing of it changes.
+  void end_open_chains(const std::string& name, const TableDef& def) {
+    for (const OpenChain& open : open_chains(Table(pager_, name, def))) {
+      const Page page = pager_.read(open.last.page);
+      const RowSpan span = row_span(page, open.last.row);
+      std::vector<std::uint8_t> bytes = page.view().copy();
+      store_le32(bytes, span.offset, 0);
+      pager_.write(open.last.page, std::move(bytes));
+      report_.actions.push_back("table « " + name + " », page " + std::to_string(open.row.page) + ", ligne " +
+                                std::to_string(open.row.row) + " : chaîne de la valeur longue de la colonne « " +
+                                open.column + " » terminée à la page " + std::to_string(open.last.page) + " ligne " +
+                                std::to_string(open.last.row));
     }
   }
 

@@ -6,6 +6,8 @@
 #include "jet/base/error.h"
 #include "jet/record/long_value.h"
 #include "jet/record/table_def.h"
+#include "jet/tools/compact_internal.h"
+#include "jet/tools/long_value_chains.h"
 #include "jet/tools/verify_catalog.h"
 #include "jet/tools/verify_pages.h"
 
@@ -36,6 +38,25 @@ void check_overflow(const Table& table, const DataPage& page, std::uint16_t row,
                        std::to_string(target.page) + " ligne " + std::to_string(target.row) +
                        " est déjà désignée par une autre ligne");
   decode_row(table.pager(), table.def(), *bytes);
+}
+
+// Compaction recreates every table the engine does not make itself from its design: a
+// definition that reads but that no design can express (a name Jet refuses, a type or size
+// out of range) is damage. Access 97 files are not compacted.
+void check_recreatable(Pager& pager, const Catalog& catalog, const Table& table, std::vector<std::string>& problems) {
+  const CatalogEntry* entry = catalog.find_table(table.name());
+  if (pager.layout().format != FileFormat::Jet4 || !entry || compact_detail::engine_table(table.name())) return;
+  PropertySet properties;
+  try {
+    properties = entry->property_set();
+  } catch (const Error&) {
+    return;  // reported with the catalog
+  }
+  try {
+    compact_detail::carried_design(pager.file_name(), table.name(), table.def(), properties);
+  } catch (const Error& e) {
+    problems.push_back("table « " + table.name() + " » : définition impossible à recréer : " + e.description());
+  }
 }
 
 }  // namespace
@@ -72,6 +93,12 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
       problems.push_back(where(table, p) + " : " + e.description());
     }
   }
+  for (const OpenChain& open : open_chains(table))
+    problems.push_back(where(table, open.row.page, open.row.row) + " : la valeur longue de la colonne « " + open.column +
+                       " » ne termine pas sa chaîne (sa dernière ligne, page " + std::to_string(open.last.page) +
+                       " ligne " + std::to_string(open.last.row) + ", désigne encore la page " +
+                       std::to_string(RowId::from_pointer(open.next).page) + " ligne " +
+                       std::to_string(RowId::from_pointer(open.next).row) + ")");
   // Access keeps the count of its own system tables loosely (it lags behind inserts until
   // the next compaction), so only user tables are held to it.
   if (!table.def().system && live != table.def().row_count)
@@ -99,6 +126,7 @@ std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, c
       const Table table(pager, checked.name, read_table_def(pager, checked.page));
       auto found = verify_table(table, check_index);
       problems.insert(problems.end(), found.begin(), found.end());
+      check_recreatable(pager, catalog, table, problems);
     } catch (const Error& e) {
       problems.push_back("table « " + checked.name + " » : " + e.description());
     }

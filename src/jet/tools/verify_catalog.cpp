@@ -1,6 +1,9 @@
 #include "jet/tools/verify_catalog.h"
 
+#include <map>
+
 #include "jet/base/error.h"
+#include "jet/base/names.h"
 #include "jet/storage/format.h"
 
 namespace jet {
@@ -20,6 +23,12 @@ void verify_catalog(const Catalog& catalog, const FormatLayout& layout, std::vec
   for (const char* name : {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"})
     if (!catalog.find_table(name))
       problems.push_back(std::string("le catalogue ne décrit pas la table système « ") + name + " »");
+  // Tables and queries share one name space: compaction recreates them by name.
+  std::map<std::string, int> names;
+  for (const CatalogEntry& entry : catalog.entries())
+    if (entry.type == static_cast<std::int16_t>(ObjectType::Table) || entry.type == static_cast<std::int16_t>(ObjectType::Query))
+      if (++names[fold_name(entry.name)] == 2)
+        problems.push_back("le catalogue nomme « " + entry.name + " » plusieurs tables ou requêtes");
   for (const CatalogEntry& entry : catalog.entries()) {
     try {
       entry.property_set();

@@ -1,6 +1,6 @@
 // The whole-database check, catalog side: the four tables every Jet database holds
-// (MSysObjects, MSysACEs, MSysQueries, MSysRelationships) are listed, and every object's
-// properties decode (those of Access 97 files are not decoded: only damage counts there).
+// (MSysObjects, MSysACEs, MSysQueries, MSysRelationships) are listed, no two tables or
+// queries share a name, and every object's properties decode (those of Access 97 files are not decoded: only damage counts there).
 // A catalog data page lost or overwritten drops rows silently when the catalog is read, so
 // the system tables going missing is how such damage shows here.
 #pragma once
