@@ -103,6 +103,10 @@ const std::vector<Case>& cases() {
          jet_test::put16(b, row_end(b, 14, 6) - 3 - 4 - 2 * 7, 165);
        },
        "page 14 : décalage de colonne variable incohérent (165)", RepairOutcome::Refused},
+      {"fixedNumericTestV2000.mdb",
+       "#119 d'un balayage de 180 copies par fichier : un nombre trop grand pour la précision de sa colonne",
+       [](Bytes& b) { b[page_at(28) + 4050] = 0xAE; },  // a high byte of col7 (Numeric 18) in row 0
+       "la valeur de la colonne « col7 » ne tient pas dans la colonne", RepairOutcome::Refused},
       {"testV2000.mdb", "page 553 : nombre de lignes 32767",
        [](Bytes& b) { jet_test::put16(b, page_at(553) + 12, 0x7FFF); },
        "nombre de lignes impossible (32767)", RepairOutcome::Refused},

@@ -5,6 +5,7 @@
 #include "jet/record/data_page.h"
 #include "jet/base/error.h"
 #include "jet/record/long_value.h"
+#include "jet/record/row_encode.h"
 #include "jet/record/table_def.h"
 #include "jet/tools/compact_internal.h"
 #include "jet/tools/long_value_chains.h"
@@ -18,6 +19,20 @@ std::string where(const Table& table, PageNumber page, int row = -1) {
   std::string s = "table « " + table.name() + " », page " + std::to_string(page);
   if (row >= 0) s += ", ligne " + std::to_string(row);
   return s;
+}
+
+// Each value must fit its column as a writer requires it (a text within its size, a number
+// within its precision): compaction writes every row again. Access 97 files are not written.
+void check_values(const Table& table, const Row& row, const std::string& at, std::vector<std::string>& problems) {
+  if (table.pager().layout().format != FileFormat::Jet4) return;
+  for (const ColumnDef& column : table.def().columns) {
+    try {
+      coerce_to_column(column, row[column.definition_order]);
+    } catch (const Error& e) {
+      problems.push_back(at + " : la valeur de la colonne « " + column.name + " » ne tient pas dans la colonne : " +
+                         e.description());
+    }
+  }
 }
 
 // Checks the moved row of slot `row`: it must lead to a row of the same table, decodable,
@@ -37,7 +52,8 @@ void check_overflow(const Table& table, const DataPage& page, std::uint16_t row,
     problems.push_back(where(table, page.page().number(), row) + " : la ligne déplacée vers la page " +
                        std::to_string(target.page) + " ligne " + std::to_string(target.row) +
                        " est déjà désignée par une autre ligne");
-  decode_row(table.pager(), table.def(), *bytes);
+  check_values(table, decode_row(table.pager(), table.def(), *bytes),
+               where(table, page.page().number(), row), problems);
 }
 
 // Compaction recreates every table the engine does not make itself from its design: a
@@ -84,7 +100,7 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
             check_overflow(table, page, r, problems, moved_targets);
             continue;
           }
-          decode_row(pager, table.def(), page.row_bytes(r));
+          check_values(table, decode_row(pager, table.def(), page.row_bytes(r)), where(table, p, r), problems);
         } catch (const Error& e) {
           problems.push_back(where(table, p, r) + " : " + e.description());
         }

@@ -1,7 +1,7 @@
 // Whole-database consistency check: catalog (system tables present, names distinct,
 // properties readable), every table definition (one compaction can recreate), usage map,
-// data page, row, moved row and long value (chains that end), and (through a caller-supplied
-// checker) every index. A database it calls sound can be read in full by
+// data page, row (values that fit their columns), moved row and long value (chains that
+// end), and (through a caller-supplied checker) every index. A database it calls sound can be read in full by
 // every command of the engine and by mdbtools, compacted and written to.
 // Each problem is one French sentence naming the table, page and row concerned; an empty
 // result means the database is sound. Never throws for damage it can describe.
