@@ -47,7 +47,7 @@ struct Case {
   const char* fixture;
   const char* damage;  // as the sweep names it
   std::function<void(Bytes&)> apply;
-  const char* reported;  // part of what verify says
+  const char* reported;  // words of what verify says
   RepairOutcome repair;
 };
 
