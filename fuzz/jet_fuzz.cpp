@@ -1,5 +1,6 @@
 // libFuzzer program: each input is a database file. It goes through damage_check (opening,
-// verify, reading every table, compaction, repair of a copy); a promise not kept aborts, so
+// verify, reading every table, writes to a copy of a sound file, compaction into a new file,
+// repair of a copy: tests/jet/damage_check.h); a promise not kept aborts, so
 // that libFuzzer keeps the input. jet::Error is the engine's answer to damage and is caught
 // there; any other exception, a sanitizer report or a hang (-timeout) is a finding too.
 //
@@ -14,10 +15,10 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <random>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <system_error>
 #include <vector>

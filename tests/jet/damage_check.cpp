@@ -186,7 +186,6 @@ Result check(const std::vector<std::uint8_t>& bytes, const fs::path& work, const
     if (!report.changed() && read_file(copy) != bytes) result.broken.push_back("réparation sans action mais fichier changé");
     if (result.sound && report.changed())
       result.broken.push_back("base saine mais la réparation la change : " + report.actions.front());
-    std::vector<std::string> after;
     int ignored = 0;
     bool jet3_after = false;
     Result scratch;

@@ -211,11 +211,11 @@ TEST(JetFuzz, MutatedCopiesKeepTheToolsPromises) {
   // The small files get most mutants; the large one (long-value chains over hundreds of
   // pages) a few.
   const std::vector<Source> sources{
-      {"emptyV2000.mdb", 30},          {"delTestV2000.mdb", 30},        {"overflowTestV2000.mdb", 30},
-      {"fixedNumericTestV2000.mdb", 25}, {"indexTestV2000.mdb", 30},    {"queryTestV2000.mdb", 30},
-      {"test2V2000.mdb", 30},          {"compIndexTestV2000.mdb", 30},  {"delColTestV2000.mdb", 25},
-      {"fixedTextTestV2000.mdb", 25},  {"testIndexPropertiesV2000.mdb", 30}, {"testPromotionV2000.mdb", 25},
-      {"testV2000.mdb", 8}};
+      {"emptyV2000.mdb", 25},          {"delTestV2000.mdb", 25},        {"overflowTestV2000.mdb", 25},
+      {"fixedNumericTestV2000.mdb", 20}, {"indexTestV2000.mdb", 25},    {"queryTestV2000.mdb", 25},
+      {"test2V2000.mdb", 25},          {"compIndexTestV2000.mdb", 25},  {"delColTestV2000.mdb", 20},
+      {"fixedTextTestV2000.mdb", 20},  {"testIndexPropertiesV2000.mdb", 25}, {"testPromotionV2000.mdb", 20},
+      {"testV2000.mdb", 5}};
   jet_test::ScratchDir dir;
   int mutants = 0, sound = 0, repaired = 0, refused = 0, exported = 0;
   for (const auto& source : sources) {

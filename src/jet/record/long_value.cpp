@@ -22,7 +22,7 @@ ByteView long_value_row(Pager& pager, RowId id, Page& keep) {
 // Walks the rows of a chained value, handing each its share of the data, until the declared
 // length is read; returns the rows and the last row's next pointer.
 LongValueChain walk_chain(Pager& pager, const ByteView& field, const LongValueRef& ref,
-                          const std::function<void(const ByteView&)>& take_part) {
+                          const std::function<void(const ByteView&)>& take_piece) {
   LongValueChain chain;
   std::set<std::uint32_t> seen;
   std::uint32_t pointer = ref.pointer;
@@ -35,7 +35,7 @@ LongValueChain walk_chain(Pager& pager, const ByteView& field, const LongValueRe
     chain.rows.push_back(pointer);
     const std::uint32_t next = row.u32(0);
     const std::size_t take = std::min<std::size_t>(row.size() - 4, ref.length - read);
-    take_part(row.sub(4, take));
+    take_piece(row.sub(4, take));
     read += take;
     pointer = next;
   }
@@ -73,7 +73,7 @@ std::vector<std::uint8_t> read_long_value(Pager& pager, const ByteView& field) {
     case LongValueStorage::Chain: {
       std::vector<std::uint8_t> out;
       out.reserve(ref.length);
-      walk_chain(pager, field, ref, [&](const ByteView& part) { out.insert(out.end(), part.data(), part.data() + part.size()); });
+      walk_chain(pager, field, ref, [&](const ByteView& piece) { out.insert(out.end(), piece.data(), piece.data() + piece.size()); });
       return out;
     }
   }
