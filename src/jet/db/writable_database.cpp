@@ -16,7 +16,8 @@ std::unique_ptr<WritableDatabase> WritableDatabase::open(const std::string& path
   w->db_ = Database::open(path, options);  // takes the exclusive lock
   FilePager& pager = w->db_->pager();
   w->sink_ = std::make_unique<FileSink>(pager.file(), path, pager.services());
-  w->overlay_ = std::make_unique<OverlayPager>(w->db_->pager(), w->sink_.get());
+  // Large transactions wait in "<file>.transaction" beyond the memory budget.
+  w->overlay_ = std::make_unique<OverlayPager>(w->db_->pager(), w->sink_.get(), spill_path(path));
   w->allocator_ = std::make_unique<PageAllocator>(*w->overlay_);
   w->catalog_ = std::make_unique<Catalog>(*w->overlay_);
   w->referential_ = std::make_unique<ReferentialHook>(*w);

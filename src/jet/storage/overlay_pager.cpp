@@ -1,8 +1,12 @@
 #include "jet/storage/overlay_pager.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include "jet/base/error.h"
+#include "jet/storage/database_file.h"
 
 namespace jet {
 namespace {
@@ -14,22 +18,62 @@ namespace {
 
 }  // namespace
 
-OverlayPager::OverlayPager(Pager& base, PageSink* sink)
+void PageSink::write_pages(std::size_t page_size, const std::map<PageNumber, Bytes>& pages) {
+  std::vector<PageNumber> numbers;
+  std::vector<const Bytes*> bytes;
+  for (const auto& [number, b] : pages) {
+    numbers.push_back(number);
+    bytes.push_back(&b);
+  }
+  write_pages(page_size, numbers, [&](std::size_t i) { return *bytes[i]; });
+}
+
+std::size_t OverlayPager::default_budget() {
+  static const std::size_t budget = [] {
+    const char* given = std::getenv("JET_OVERLAY_PAGES");
+    char* end = nullptr;
+    const unsigned long long n = given ? std::strtoull(given, &end, 10) : 0;
+    return given && end != given && *end == 0 && n > 0 ? static_cast<std::size_t>(n) : std::size_t{16384};
+  }();
+  return budget;
+}
+
+OverlayPager::OverlayPager(Pager& base, PageSink* sink, std::string spill, std::size_t budget)
     : base_(base), sink_(sink), name_(std::make_shared<const std::string>(base.file_name())),
       page_count_(base.page_count()) {
   // Every writer works through an overlay: formats the engine does not write stop here.
   require_writable(base.layout(), base.file_name());
   set_format(base.layout(), base.code_page());
+  if (!spill.empty()) spill_ = std::make_unique<PageSpill>(base.services(), std::move(spill), base.page_size());
+  set_budget(budget);
 }
+
+OverlayPager::~OverlayPager() = default;
 
 PageNumber OverlayPager::page_count() const noexcept { return page_count_; }
 
-const OverlayPager::Bytes* OverlayPager::find(PageNumber number) const {
+OverlayPager::Entry* OverlayPager::find(PageNumber number) {
   for (auto level = levels_.rbegin(); level != levels_.rend(); ++level) {
     if (auto it = level->pages.find(number); it != level->pages.end()) return &it->second;
   }
-  if (auto it = committed_.find(number); it != committed_.end()) return &it->second;
   return nullptr;
+}
+
+OverlayPager::Bytes OverlayPager::bytes_of(Entry& entry, bool keep) {
+  entry.used = ++clock_;
+  if (entry.bytes) return entry.bytes;
+  Bytes bytes;
+  try {
+    bytes = spill_->load(entry.slot);
+  } catch (const os::Failure& failure) {
+    throw_file_failure(failure, base_.services(), failure.path(), FileActivity::Reading);
+  }
+  if (keep) {
+    entry.bytes = bytes;
+    ++resident_;
+    make_room();
+  }
+  return bytes;
 }
 
 Page OverlayPager::read(PageNumber number) {
@@ -37,8 +81,54 @@ Page OverlayPager::read(PageNumber number) {
     throw_damaged(*name_, "page " + std::to_string(number) + " au-delà de la fin du fichier (" +
                               std::to_string(page_count_) + " pages)");
   }
-  if (const Bytes* bytes = find(number)) return Page(number, *bytes, name_, layout());
+  if (Entry* entry = find(number)) return Page(number, bytes_of(*entry, true), name_, layout());
+  if (auto it = committed_.find(number); it != committed_.end()) return Page(number, it->second, name_, layout());
   return base_.read(number);
+}
+
+void OverlayPager::discard(Entry& entry) noexcept {
+  if (entry.bytes) --resident_;
+  if (entry.slot != kNoSlot) spill_->release(entry.slot);
+  entry.bytes.reset();
+  entry.slot = kNoSlot;
+}
+
+void OverlayPager::place(PageNumber number, Bytes bytes) {
+  Entry& entry = levels_.back().pages[number];
+  discard(entry);
+  entry.bytes = std::move(bytes);
+  entry.used = ++clock_;
+  ++resident_;
+  make_room();
+}
+
+void OverlayPager::make_room() {
+  if (!spill_ || resident_ <= budget_) return;
+  // Down to three quarters of the budget at once, so that the choosing is paid rarely.
+  std::vector<std::tuple<std::uint64_t, PageNumber, Entry*>> held;
+  held.reserve(resident_);
+  for (Level& level : levels_)
+    for (auto& [number, entry] : level.pages)
+      if (entry.bytes) held.emplace_back(entry.used, number, &entry);
+  const std::size_t keep = budget_ - budget_ / 4;
+  if (held.size() <= keep) return;
+  const auto cut = held.begin() + static_cast<std::ptrdiff_t>(held.size() - keep);
+  std::nth_element(held.begin(), cut, held.end());
+  // In page order: the scratch file is then mostly written and read in runs.
+  std::sort(held.begin(), cut, [](const auto& a, const auto& b) { return std::get<1>(a) < std::get<1>(b); });
+  for (auto it = held.begin(); it != cut; ++it) {
+    Entry& entry = *std::get<2>(*it);
+    if (entry.slot == kNoSlot) {
+      try {
+        entry.slot = spill_->store(*entry.bytes);
+      } catch (const os::Failure& failure) {
+        // The page stays in memory; the statement under way fails and is rolled back.
+        throw_file_failure(failure, base_.services(), failure.path(), FileActivity::Writing);
+      }
+    }
+    entry.bytes.reset();
+    --resident_;
+  }
 }
 
 void OverlayPager::write(PageNumber number, std::vector<std::uint8_t> bytes) {
@@ -48,7 +138,7 @@ void OverlayPager::write(PageNumber number, std::vector<std::uint8_t> bytes) {
                               " au-delà de la fin du fichier");
   }
   if (bytes.size() != page_size()) refuse_overlay("page de taille incorrecte");
-  levels_.back().pages[number] = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
+  place(number, std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes)));
 }
 
 PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
@@ -56,7 +146,7 @@ PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
   if (page_count_ == 0xFFFFFF) refuse_overlay("fichier plein");  // row pointers hold 24-bit pages
   bytes.resize(page_size(), 0);
   const PageNumber number = page_count_++;
-  levels_.back().pages[number] = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
+  place(number, std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes)));
   return number;
 }
 
@@ -72,35 +162,56 @@ void OverlayPager::commit() {
   if (levels_.size() > 1) {
     Level top = std::move(levels_.back());
     levels_.pop_back();
-    for (auto& [number, bytes] : top.pages) levels_.back().pages[number] = std::move(bytes);
+    for (auto& [number, entry] : top.pages) {
+      Entry& below = levels_.back().pages[number];
+      discard(below);
+      below = entry;
+    }
     return;
   }
   Level& outer = levels_.back();
   if (!outer.pages.empty()) {
+    std::vector<PageNumber> written;
+    std::vector<Entry*> entries;
+    written.reserve(outer.pages.size());
+    entries.reserve(outer.pages.size());
+    for (auto& [number, entry] : outer.pages) {
+      written.push_back(number);
+      entries.push_back(&entry);
+    }
     // On failure the level stays open: the caller may roll it back.
     if (sink_) {
       try {
-        sink_->write_pages(page_size(), outer.pages);
+        sink_->write_pages(page_size(), written, [&](std::size_t i) { return bytes_of(*entries[i], false); });
       } catch (...) {
         write_failed_ = !sink_->file_unchanged_after_failure();
         throw;
       }
     }
-    std::vector<PageNumber> written;
-    for (const auto& entry : outer.pages) written.push_back(entry.first);
     if (sink_ && base_.refresh(written)) {
       // The base reads them from the file again: nothing to keep.
       for (PageNumber number : written) committed_.erase(number);
     } else {
-      for (auto& [number, bytes] : outer.pages) committed_[number] = bytes;
+      for (std::size_t i = 0; i < written.size(); ++i) committed_[written[i]] = bytes_of(*entries[i], false);
     }
   }
+  end_outermost();
+}
+
+void OverlayPager::end_outermost() noexcept {
   levels_.pop_back();
+  resident_ = 0;
+  if (spill_) spill_->reset();
 }
 
 void OverlayPager::rollback() {
   if (levels_.empty()) refuse_overlay("annulation sans transaction");
   page_count_ = levels_.back().page_count_at_begin;
+  if (levels_.size() == 1) {
+    end_outermost();
+    return;
+  }
+  for (auto& entry : levels_.back().pages) discard(entry.second);
   levels_.pop_back();
 }
 

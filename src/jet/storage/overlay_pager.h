@@ -8,17 +8,22 @@
 //   level below; rollback() drops only the innermost level's pages (and pages it appended).
 //   The outermost commit hands the dirty pages, in ascending page order, to the PageSink,
 //   which writes and syncs them; rollback of the outermost level leaves the file untouched.
-// - Memory grows with the number of pages changed, not with the file size.
+// - Memory is bounded: past a budget of pages held (a few tens of megabytes by default),
+//   the changed pages touched least recently wait in a scratch file beside the database
+//   (page_spill.h) and are read back when needed, so a transaction may change more pages
+//   than memory holds. Without a scratch file (memory databases), every page stays in memory.
 // - Writing outside a transaction is refused (3251): callers open one, or use an
 //   autocommit Statement (transaction.h) around a single statement.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>
 #include <vector>
 
+#include "jet/storage/page_spill.h"
 #include "jet/storage/pager.h"
 
 namespace jet {
@@ -26,11 +31,17 @@ namespace jet {
 // Where committed pages go: the database file, or nowhere (tests, scratch databases).
 class PageSink {
  public:
+  using Bytes = std::shared_ptr<const std::vector<std::uint8_t>>;
+  // The bytes of page `numbers[i]`, loaded when asked for (they may wait in a scratch file).
+  using PageLoader = std::function<Bytes(std::size_t i)>;
+
   virtual ~PageSink() = default;
-  // Writes whole pages (page order, each exactly page_size bytes), extending the file when
-  // a page lies past its end, then makes them durable. Throws jet::Error on failure.
-  virtual void write_pages(std::size_t page_size,
-                           const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) = 0;
+  // Writes whole pages (`numbers` ascending, each page exactly page_size bytes), extending
+  // the file when a page lies past its end, then makes them durable. Throws jet::Error on
+  // failure.
+  virtual void write_pages(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) = 0;
+  // The same for pages all in memory.
+  void write_pages(std::size_t page_size, const std::map<PageNumber, Bytes>& pages);
   // After write_pages threw: true when the file is known to be exactly as before the call
   // (the commit was undone), so that work may go on.
   virtual bool file_unchanged_after_failure() const noexcept { return false; }
@@ -38,9 +49,19 @@ class PageSink {
 
 class OverlayPager final : public Pager {
  public:
+  // Pages held in memory by default before the least recently used wait in the scratch
+  // file: 16,384 pages of 4 KB (64 MB). The environment variable JET_OVERLAY_PAGES, when
+  // set to a number, replaces it for the whole process (tests run with a few pages so that
+  // every transaction goes through the scratch file).
+  static std::size_t default_budget();
+
   // `base` must outlive this pager; `sink` may be null (committed pages then stay in
-  // memory, which suits scratch databases and tests).
-  OverlayPager(Pager& base, PageSink* sink);
+  // memory, which suits scratch databases and tests). With `spill` (a scratch file's path,
+  // see spill_path), pages past `budget` wait there.
+  OverlayPager(Pager& base, PageSink* sink, std::string spill = {}, std::size_t budget = default_budget());
+  ~OverlayPager() override;
+  OverlayPager(const OverlayPager&) = delete;
+  OverlayPager& operator=(const OverlayPager&) = delete;
 
   std::size_t page_size() const noexcept override { return base_.page_size(); }
   PageNumber page_count() const noexcept override;
@@ -70,14 +91,37 @@ class OverlayPager final : public Pager {
   // Committed pages served from memory: those a base pager cannot re-read (no sink, or a
   // base that cannot follow the file). Zero over a database file.
   std::size_t held_pages() const noexcept { return committed_.size(); }
+  // Changed pages held in memory, and waiting in the scratch file.
+  std::size_t resident_pages() const noexcept { return resident_; }
+  std::size_t spilled_pages() const noexcept { return spill_ ? spill_->used() : 0; }
+  void set_budget(std::size_t pages) noexcept { budget_ = pages < 2 ? 2 : pages; }
 
  private:
   using Bytes = std::shared_ptr<const std::vector<std::uint8_t>>;
+  static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
+  // A changed page: in memory, in the scratch file, or both (read back and not changed
+  // since, so that it can leave memory again without being written).
+  struct Entry {
+    Bytes bytes;
+    std::uint32_t slot = kNoSlot;
+    std::uint64_t used = 0;  // last read or write, for choosing what leaves memory
+  };
   struct Level {
-    std::map<PageNumber, Bytes> pages;
+    std::map<PageNumber, Entry> pages;
     PageNumber page_count_at_begin = 0;
   };
-  const Bytes* find(PageNumber number) const;
+  Entry* find(PageNumber number);
+  // The bytes of `entry`, read back from the scratch file when needed (kept in memory when
+  // `keep`).
+  Bytes bytes_of(Entry& entry, bool keep);
+  // Puts `bytes` as page `number` into the innermost level.
+  void place(PageNumber number, Bytes bytes);
+  // Lets go of an entry dropped or replaced.
+  void discard(Entry& entry) noexcept;
+  // Moves the least recently used pages to the scratch file while memory holds too many.
+  void make_room();
+  // Ends the outermost level: the scratch file is emptied.
+  void end_outermost() noexcept;
 
   Pager& base_;
   PageSink* sink_;
@@ -87,6 +131,10 @@ class OverlayPager final : public Pager {
   // Committed pages the base cannot serve, read in place of it.
   std::map<PageNumber, Bytes> committed_;
   PageNumber page_count_;
+  std::unique_ptr<PageSpill> spill_;
+  std::size_t budget_;
+  std::size_t resident_ = 0;  // entries of the levels holding their bytes
+  std::uint64_t clock_ = 0;
 };
 
 }  // namespace jet

@@ -18,8 +18,7 @@ constexpr std::size_t kRunBytes = 1 << 20;
 
 }  // namespace
 
-void FileSink::write_runs(std::size_t page_size,
-                          const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) {
+void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) {
   std::vector<std::uint8_t> run;
   PageNumber first = 0;
   auto flush = [&] {
@@ -27,7 +26,10 @@ void FileSink::write_runs(std::size_t page_size,
     file_->write_at(static_cast<std::uint64_t>(first) * page_size, run);
     run.clear();
   };
-  for (const auto& [number, bytes] : pages) {
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const PageNumber number = numbers[i];
+    const Bytes bytes = load(i);
+    if (bytes->size() != page_size) throw_damaged(path_, "page de taille incorrecte à l'écriture");
     const bool follows = !run.empty() && number == first + run.size() / page_size;
     if (!follows || run.size() >= kRunBytes) {
       flush();
@@ -38,15 +40,8 @@ void FileSink::write_runs(std::size_t page_size,
   flush();
 }
 
-void FileSink::write_pages(std::size_t page_size,
-                           const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) {
+void FileSink::write_pages(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) {
   restored_ = false;
-  for (const auto& [number, bytes] : pages) {
-    if (bytes->size() != page_size) throw_damaged(path_, "page de taille incorrecte à l'écriture");
-  }
-  std::vector<PageNumber> numbers;
-  numbers.reserve(pages.size());
-  for (const auto& entry : pages) numbers.push_back(entry.first);
   std::optional<RollbackJournal> journal;
   try {
     journal.emplace(RollbackJournal::save(services_, path_, *file_, page_size, numbers));
@@ -55,11 +50,7 @@ void FileSink::write_pages(std::size_t page_size,
     restored_ = true;
     throw_file_failure(failure, services_, failure.path().empty() ? path_ : failure.path(), FileActivity::Writing);
   }
-  try {
-    write_runs(page_size, pages);
-    file_->sync();
-    journal->remove();
-  } catch (const os::Failure& failure) {
+  const auto undo = [&] {
     try {
       journal->restore(*file_);
       journal->remove();
@@ -67,7 +58,18 @@ void FileSink::write_pages(std::size_t page_size,
     } catch (const os::Failure&) {
       // The journal stays: the next opening of the file puts the old pages back.
     }
+  };
+  try {
+    write_runs(page_size, numbers, load);
+    file_->sync();
+    journal->remove();
+  } catch (const os::Failure& failure) {
+    undo();
     throw_file_failure(failure, services_, path_, FileActivity::Writing);
+  } catch (...) {
+    // A page that could not be read back from the scratch file, or of the wrong size.
+    undo();
+    throw;
   }
 }
 

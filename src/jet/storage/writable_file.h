@@ -23,14 +23,13 @@ class FileSink final : public PageSink {
   FileSink(const FileSink&) = delete;
   FileSink& operator=(const FileSink&) = delete;
 
-  void write_pages(std::size_t page_size,
-                   const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages) override;
+  using PageSink::write_pages;
+  void write_pages(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) override;
   bool file_unchanged_after_failure() const noexcept override { return restored_; }
 
  private:
   // Writes the pages, consecutive ones together.
-  void write_runs(std::size_t page_size,
-                  const std::map<PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>>& pages);
+  void write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load);
 
   std::shared_ptr<os::File> file_;
   std::string path_;
