@@ -70,7 +70,7 @@ TEST(BtreeBuild, LargeBuildHasLevelsAndReplacesTheOldTree) {
 
   // Rebuilding empty frees every page but the root, which is an empty leaf again.
   const auto freed_before = store.free_pages().size();
-  jet::build_index_tree(store, table.def().page, index.root_page, {});
+  jet::build_index_tree(store, table.def().page, index.root_page, std::vector<jet::IndexNodeItem>{});
   EXPECT_EQ(store.free_pages().size() - freed_before, pages.size() - 1);
   root = jet::read_index_page(*pager, index.root_page);
   EXPECT_TRUE(root.leaf);

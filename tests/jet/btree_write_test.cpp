@@ -91,7 +91,7 @@ TEST(BtreeWrite, AscendingInsertsLeaveFullLeavesBehind) {
   }
   ASSERT_NE(multi, nullptr);
   const auto original = btree_test::scan(*pager, table.def(), *multi);
-  jet::build_index_tree(store, table.def().page, multi->root_page, {});
+  jet::build_index_tree(store, table.def().page, multi->root_page, std::vector<jet::IndexNodeItem>{});
   jet::BtreeWriter writer(store, table.def().page, multi->root_page);
   for (const auto& [key, row] : original) writer.insert(key, row);
 

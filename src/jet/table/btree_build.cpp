@@ -13,22 +13,79 @@
 namespace jet {
 namespace {
 
-// Groups items into consecutive pages, each filled while its whole entries fit.
-std::vector<std::vector<IndexNodeItem>> pack(const std::vector<IndexNodeItem>& items, bool leaf,
-                                             std::size_t room) {
-  std::vector<std::vector<IndexNodeItem>> pages(1);
-  std::size_t used = 0;
-  for (const auto& item : items) {
-    const std::size_t size = index_item_size(item, leaf);
-    if (!pages.back().empty() && used + size > room) {
-      pages.emplace_back();
-      used = 0;
+// Fills the pages of each level of a new tree in order, holding only the page being filled
+// at each level. A page's number is taken when the page after it starts (its "next" link
+// needs it); the first page of a level gets one only if a second follows, so that the one
+// page of the top level can be written on the root page instead.
+class TreeBuilder {
+ public:
+  TreeBuilder(IndexPageStore& store, PageNumber table_page, PageNumber root)
+      : store_(store), table_page_(table_page), root_(root), room_(index_entry_room(store.pager().page_size())) {}
+
+  void add(std::size_t depth, IndexNodeItem item) {
+    open_level(depth);
+    const std::size_t size = index_item_size(item, depth == 0);
+    Level& level = levels_[depth];
+    if (!level.node.items.empty() && level.used + size > room_) {
+      if (!level.split) level.node.number = store_.allocate_page();
+      const PageNumber next = store_.allocate_page();
+      level.node.next = next;
+      IndexNodeItem up{level.node.items.back().key, level.node.items.back().row, level.node.number};
+      write(level.node);
+      level.node.prev = level.node.number;
+      level.node.number = next;
+      level.node.next = 0;
+      level.node.items.clear();
+      level.used = 0;
+      level.split = true;
+      add(depth + 1, std::move(up));
     }
-    pages.back().push_back(item);
-    used += size;
+    Level& same = levels_[depth];  // `level` may have moved with the levels above added
+    same.node.items.push_back(std::move(item));
+    same.used += size;
   }
-  return pages;
-}
+
+  void finish() {
+    open_level(0);  // an index of no entry is one empty leaf
+    for (std::size_t depth = 0;; ++depth) {
+      Level& level = levels_[depth];
+      if (!level.split) {
+        level.node.number = root_;
+        write(level.node);
+        return;
+      }
+      IndexNodeItem up{level.node.items.back().key, level.node.items.back().row, level.node.number};
+      write(level.node);
+      add(depth + 1, std::move(up));
+    }
+  }
+
+ private:
+  struct Level {
+    IndexNode node;
+    std::size_t used = 0;
+    bool split = false;  // a page of this level was written: it is not the top
+  };
+  void open_level(std::size_t depth) {
+    if (depth < levels_.size()) return;
+    Level level;
+    level.node.leaf = depth == 0;
+    level.node.owner = table_page_;
+    level.node.level = static_cast<std::uint8_t>(depth);
+    levels_.push_back(std::move(level));
+  }
+  void write(const IndexNode& node) {
+    auto bytes = encode_index_node(node, store_.pager().page_size());
+    if (!bytes) throw_damaged(store_.pager().file_name(), "entrée d'index trop longue pour une page");
+    store_.write_page(node.number, std::move(*bytes));
+  }
+
+  IndexPageStore& store_;
+  PageNumber table_page_;
+  PageNumber root_;
+  std::size_t room_;
+  std::vector<Level> levels_;
+};
 
 }  // namespace
 
@@ -73,54 +130,39 @@ std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root) {
   return out;
 }
 
-void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
-                      const std::vector<IndexNodeItem>& sorted) {
+void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root, const IndexItemSource& next) {
   Pager& pager = store.pager();
-  for (std::size_t i = 1; i < sorted.size(); ++i) {
-    if (compare_entries(sorted[i - 1].key, sorted[i - 1].row, sorted[i].key, sorted[i].row) >= 0) {
-      throw_damaged(pager.file_name(), "entrées d'index à construire hors d'ordre");
-    }
-  }
   const auto old_pages = index_tree_pages(pager, root);
   for (PageNumber p : old_pages) {
     if (p != root) store.free_page(p);
   }
-
-  const std::size_t room = index_entry_room(pager.page_size());
-  std::vector<IndexNodeItem> level_items = sorted;
-  bool leaf = true;
-  std::uint8_t level = 0;
-  for (;;) {
-    auto groups = pack(level_items, leaf, room);
-    std::vector<IndexNode> nodes(groups.size());
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-      nodes[i].leaf = leaf;
-      nodes[i].owner = table_page;
-      nodes[i].level = level;
-      nodes[i].items = std::move(groups[i]);
+  TreeBuilder builder(store, table_page, root);
+  IndexNodeItem item;
+  std::vector<std::uint8_t> previous_key;
+  RowId previous_row;
+  bool first = true;
+  while (next(item)) {
+    if (!first && compare_entries(previous_key, previous_row, item.key, item.row) >= 0) {
+      throw_damaged(pager.file_name(), "entrées d'index à construire hors d'ordre");
     }
-    if (nodes.size() == 1) {
-      nodes[0].number = root;
-      auto bytes = encode_index_node(nodes[0], pager.page_size());
-      if (!bytes) throw_damaged(pager.file_name(), "entrée d'index trop longue pour une page");
-      store.write_page(root, std::move(*bytes));
-      return;
-    }
-    for (auto& n : nodes) n.number = store.allocate_page();
-    std::vector<IndexNodeItem> above;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-      nodes[i].prev = i > 0 ? nodes[i - 1].number : 0;
-      nodes[i].next = i + 1 < nodes.size() ? nodes[i + 1].number : 0;
-      auto bytes = encode_index_node(nodes[i], pager.page_size());
-      if (!bytes) throw_damaged(pager.file_name(), "entrée d'index trop longue pour une page");
-      store.write_page(nodes[i].number, std::move(*bytes));
-      const auto& last = nodes[i].items.back();
-      above.push_back({last.key, last.row, nodes[i].number});
-    }
-    level_items = std::move(above);
-    leaf = false;
-    ++level;
+    first = false;
+    previous_key.assign(item.key.begin(), item.key.end());
+    previous_row = item.row;
+    item.child = 0;
+    builder.add(0, std::move(item));
+    item = IndexNodeItem{};
   }
+  builder.finish();
+}
+
+void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
+                      const std::vector<IndexNodeItem>& sorted) {
+  std::size_t at = 0;
+  build_index_tree(store, table_page, root, [&](IndexNodeItem& item) {
+    if (at == sorted.size()) return false;
+    item = sorted[at++];
+    return true;
+  });
 }
 
 void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index,

@@ -29,7 +29,13 @@ std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const Index
 // Pages of the tree under `root` (root included), in walking order; 3049 on a damaged tree.
 std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root);
 
-// Replaces the tree under `root` by one holding `sorted` (in index order; 3049 otherwise).
+// Gives the next entry of a sequence into `item`; false once there is none left.
+using IndexItemSource = std::function<bool(IndexNodeItem& item)>;
+
+// Replaces the tree under `root` by one holding the entries `next` gives (in index order;
+// 3049 otherwise). Pages are written as they fill: one page per level is held at a time,
+// so an index of any size is built in little memory.
+void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root, const IndexItemSource& next);
 void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
                       const std::vector<IndexNodeItem>& sorted);
 

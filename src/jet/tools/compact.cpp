@@ -53,7 +53,8 @@ class ObjectPaths {
 
 class Compactor {
  public:
-  Compactor(Database& source, WritableDatabase& destination) : source_(source), destination_(destination) {}
+  Compactor(Database& source, WritableDatabase& destination, std::size_t sort_bytes)
+      : source_(source), destination_(destination), sort_bytes_(sort_bytes) {}
 
   CompactReport run() {
     // The source's catalog rows in full (owner, dates, extra bytes), read without writing.
@@ -65,7 +66,7 @@ class Compactor {
     std::vector<CarriedTable> tables;
     for (const CatalogEntry* entry : source_.catalog().tables(true)) {
       if (engine_table(entry->name)) continue;
-      tables.push_back(carry_table(source_, *entry, destination_, report_));
+      tables.push_back(carry_table(source_, *entry, destination_, report_, sort_bytes_));
     }
     finish_foreign_keys(source_, destination_, tables);
     destination_.reload_catalog();
@@ -192,6 +193,7 @@ class Compactor {
   Database& source_;
   WritableDatabase& destination_;
   CompactReport report_;
+  std::size_t sort_bytes_;
   std::map<std::int32_t, std::int32_t> ids_;  // source object id -> destination id
 };
 
@@ -207,7 +209,8 @@ void remove_leftover(const os::Services& sys, const std::string& temp) {
 
 }  // namespace
 
-CompactReport compact(const std::string& source, const std::string& destination, const os::Services* services) {
+CompactReport compact(const std::string& source, const std::string& destination, const os::Services* services,
+                      const CompactMemory& memory) {
   const os::Services& sys = services ? *services : os::system_services();
   if (sys.files->exists(destination)) throw Error(ErrorCode::DatabaseExists, destination);
   OpenOptions shared;
@@ -226,7 +229,8 @@ CompactReport compact(const std::string& source, const std::string& destination,
   remove_leftover(sys, temp);
   auto to = create_database(temp, options);  // refuses an existing file, a missing folder
   try {
-    CompactReport report = Compactor(*from, *to).run();
+    if (memory.overlay_pages) to->pager().set_budget(memory.overlay_pages);
+    CompactReport report = Compactor(*from, *to, memory.index_sort_bytes).run();
     to.reset();
     sys.files->publish_new(temp, destination);
     return report;

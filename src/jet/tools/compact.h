@@ -38,8 +38,16 @@ struct CompactReport {
   std::size_t catalog_rows = 0;  // other catalog objects carried (forms, containers...)
 };
 
+// Memory a compaction holds before it works through scratch files beside the new file
+// (changed pages, see overlay_pager.h; index entries being sorted, see index_entry_sort.h).
+// The defaults keep a compaction of any size within about 150 MB.
+struct CompactMemory {
+  std::size_t overlay_pages = 0;  // 0: the writer's default budget
+  std::size_t index_sort_bytes = std::size_t{48} << 20;
+};
+
 CompactReport compact(const std::string& source, const std::string& destination,
-                      const os::Services* services = nullptr);
+                      const os::Services* services = nullptr, const CompactMemory& memory = {});
 
 // The name the new file has while it is being written.
 std::string compaction_path(const std::string& destination);

@@ -42,8 +42,9 @@ CarriedDesign carried_design(const std::string& path, const std::string& name, c
 // Creates the table (definition, indexes, foreign-key indexes under placeholders) and
 // copies its rows in storage order, its indexes then built in bulk and its next
 // autonumber value set as in the source.
+// Index entries past `sort_bytes` wait in sorted runs in scratch files.
 CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
-                         CompactReport& report);
+                         CompactReport& report, std::size_t sort_bytes);
 
 // Gives the foreign-key indexes their names, kind and related table (all tables carried).
 void finish_foreign_keys(Database& source, WritableDatabase& destination, const std::vector<CarriedTable>& tables);
@@ -54,6 +55,7 @@ void finish_foreign_keys(Database& source, WritableDatabase& destination, const 
 // place first, the ones left over removed, so that no deleted slot is left where the
 // copied rows could have gone.
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
-                        const std::function<bool(const TableDef&, Row&)>& adjust = {}, bool overwrite = false);
+                        const std::function<bool(const TableDef&, Row&)>& adjust = {}, bool overwrite = false,
+                        std::size_t sort_bytes = std::size_t{48} << 20);
 
 }  // namespace jet::compact_detail

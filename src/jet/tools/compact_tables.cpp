@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "jet/table/btree_build.h"
+#include "jet/table/index_entry_sort.h"
 #include "jet/btree/btree_write_overlay.h"
 #include "jet/tools/compact_internal.h"
 #include "jet/base/error.h"
@@ -24,38 +25,48 @@ constexpr const char* kPlaceholder = "~cle_etrangere_";
 
 // Rows go in without index maintenance: the indexes are built in bulk once the table is
 // full, from the entries gathered here as each row goes in (reading the rows back would
-// decode every row once more per index).
+// decode every row once more per index). Entries past a memory budget wait in sorted runs in
+// scratch files beside the new database ("<name>.tri<N>").
 class GatheredIndexes final : public IndexHook {
  public:
-  explicit GatheredIndexes(const TableDef& def) : entries_(def.indexes.size()), complete_(def.indexes.size(), true) {}
+  // `budget`: bytes of entries held in memory, shared among the table's indexes.
+  GatheredIndexes(const TableDef& def, const os::Services& services, const std::string& path, std::size_t budget)
+      : complete_(def.indexes.size(), true) {
+    const std::size_t each = budget / std::max<std::size_t>(def.indexes.size(), 1);
+    for (std::size_t i = 0; i < def.indexes.size(); ++i)
+      entries_.push_back(std::make_unique<IndexEntrySort>(services, path + ".tri" + std::to_string(i), each));
+  }
 
   void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
   void apply(const TableDef& def, const Row* old_values, const Row* new_values, RowId id) override {
     for (std::size_t i = 0; i < def.indexes.size() && i < entries_.size(); ++i) {
       // Rows overwritten or removed: that index is read back from the rows instead.
       if (old_values || !new_values) {
-        complete_[i] = false;
+        drop(i);
         continue;
       }
       if (!complete_[i] || row_left_out_of_index(def, def.indexes[i], *new_values)) continue;
+      std::vector<std::uint8_t> key;
       try {
-        entries_[i].push_back({index_key_for_row(def, def.indexes[i], *new_values), id, 0});
+        key = index_key_for_row(def, def.indexes[i], *new_values);
       } catch (const Error& e) {
         if (!key_not_computable(e)) throw;
-        complete_[i] = false;  // its stored key is taken from the source
-        entries_[i].clear();
+        drop(i);  // its stored key is taken from the source
+        continue;
       }
+      entries_[i]->add({std::move(key), id, 0});
     }
   }
 
-  // The entries of index `i` of every row, or nothing when they must be read back.
-  std::optional<std::vector<IndexNodeItem>> take(std::size_t i) {
-    if (i >= entries_.size() || !complete_[i]) return std::nullopt;
-    return std::move(entries_[i]);
-  }
+  // The entries of index `i` of every row, or null when they must be read back.
+  IndexEntrySort* take(std::size_t i) { return i < entries_.size() && complete_[i] ? entries_[i].get() : nullptr; }
 
  private:
-  std::vector<std::vector<IndexNodeItem>> entries_;
+  void drop(std::size_t i) {
+    complete_[i] = false;
+    entries_[i]->clear();
+  }
+  std::vector<std::unique_ptr<IndexEntrySort>> entries_;
   std::vector<bool> complete_;
 };
 
@@ -82,52 +93,53 @@ const IndexDef* source_index(const TableDef& source, const TableDef& def, const 
   return nullptr;
 }
 
-// Builds the indexes of the filled table. A row whose key cannot be computed carries the
-// entry the source's matching index holds for the row it was copied from (`copied_from`:
-// destination row pointer -> source row).
 // Rows of a damaged source can break a unique index (two rows of one key): carried as they
-// are, they would give a new file that does not check sound.
-void refuse_duplicates(WritableDatabase& db, const std::string& table, const TableDef& def, const IndexDef& index,
-                       const std::vector<IndexNodeItem>& sorted) {
-  if (!index.unique()) return;
-  const std::vector<KeyColumn> columns = key_columns(def, index);
-  const auto has_null = [&](const std::vector<std::uint8_t>& key) {
-    try {
-      KeyReader r(key);
-      for (const KeyColumn& c : columns)
-        if (r.next(c).is_null) return true;
-    } catch (const Error&) {
-    }
-    return false;
-  };
-  for (std::size_t i = 1; i < sorted.size(); ++i) {
-    if (compare_keys(sorted[i - 1].key, sorted[i].key) == 0 && !has_null(sorted[i].key)) {
+// are, they would give a new file that does not check sound. Passes the sorted entries on,
+// refusing two neighbours of one key without a Null part.
+IndexItemSource refusing_duplicates(WritableDatabase& db, const std::string& table, const TableDef& def,
+                                    const IndexDef& index, IndexItemSource sorted) {
+  if (!index.unique()) return sorted;
+  auto previous = std::make_shared<std::optional<std::vector<std::uint8_t>>>();
+  return [&db, table, columns = key_columns(def, index), sorted = std::move(sorted), previous](IndexNodeItem& item) {
+    if (!sorted(item)) return false;
+    const auto has_null = [&](const std::vector<std::uint8_t>& key) {
+      try {
+        KeyReader r(key);
+        for (const KeyColumn& c : columns)
+          if (r.next(c).is_null) return true;
+      } catch (const Error&) {
+      }
+      return false;
+    };
+    if (*previous && compare_keys(**previous, item.key) == 0 && !has_null(item.key)) {
       cannot_carry(db.path(), "clé en double dans un index unique de la table « " + table + " »");
     }
-  }
+    *previous = item.key;
+    return true;
+  };
 }
 
+// Builds the indexes of the filled table. A row whose key cannot be computed carries the
+// entry the source's matching index holds for the row it was copied from (`copied_from`:
+// destination row pointer and source row, sorted by destination).
 void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name, const Table& source,
-                     const std::unordered_map<std::uint32_t, RowId>& copied_from, GatheredIndexes& gathered) {
+                     const std::vector<std::pair<std::uint32_t, RowId>>& copied_from, GatheredIndexes& gathered) {
   const TableDef def = read_table_def(db.pager(), page);
   OverlayIndexPageStore store(db.allocator());
   const Table table(db.pager(), name, def);
   for (std::size_t i = 0; i < def.indexes.size(); ++i) {
     const IndexDef& index = def.indexes[i];
-    if (auto entries = gathered.take(i)) {
-      std::sort(entries->begin(), entries->end(), [](const IndexNodeItem& a, const IndexNodeItem& b) {
-        return compare_entries(a.key, a.row, b.key, b.row) < 0;
-      });
-      refuse_duplicates(db, name, def, index, *entries);
+    if (IndexEntrySort* entries = gathered.take(i)) {
       store.select_index(index);
-      build_index_tree(store, def.page, index.root_page, *entries);
+      build_index_tree(store, def.page, index.root_page, refusing_duplicates(db, name, def, index, entries->sorted()));
+      entries->clear();
       continue;
     }
     const IndexDef* from = source_index(source.def(), def, index);
     std::optional<std::unordered_map<std::uint32_t, std::vector<std::uint8_t>>> held;
     const auto stored = [&](RowId row) -> std::optional<std::vector<std::uint8_t>> {
-      const auto origin = copied_from.find(row.pointer());
-      if (!from || origin == copied_from.end()) return std::nullopt;
+      const auto origin = std::lower_bound(copied_from.begin(), copied_from.end(), std::make_pair(row.pointer(), RowId{}));
+      if (!from || origin == copied_from.end() || origin->first != row.pointer()) return std::nullopt;
       if (!held) held = stored_keys_by_row(source.pager(), source.def(), *from);
       const auto it = held->find(origin->second.pointer());
       if (it == held->end()) return std::nullopt;
@@ -181,7 +193,8 @@ bool engine_table(std::string_view name) {
 }
 
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
-                        const std::function<bool(const TableDef&, Row&)>& adjust, bool overwrite) {
+                        const std::function<bool(const TableDef&, Row&)>& adjust, bool overwrite,
+                        std::size_t sort_bytes) {
   const Table from = source.table(table);
   const CatalogEntry* entry = destination.catalog().find_table(table);
   if (!entry) throw Error(ErrorCode::TableNotFound, table);
@@ -193,14 +206,14 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
     });
   std::size_t reused = 0;
   const TableDef to = read_table_def(destination.pager(), entry->table_page());
-  GatheredIndexes gathered(to);
+  GatheredIndexes gathered(to, destination.pager().services(), destination.path(), sort_bytes);
   TableWriter writer(destination.pager(), destination.allocator(), entry->name, entry->table_page(), {}, &gathered);
   // Destination position of each source column, by name.
   std::vector<std::optional<std::size_t>> position(from.def().columns.size());
   for (const ColumnDef& c : from.def().columns)
     if (const ColumnDef* d = to.find_column(c.name)) position[c.definition_order] = d->definition_order;
   std::uint64_t copied = 0;
-  std::unordered_map<std::uint32_t, RowId> copied_from;
+  std::vector<std::pair<std::uint32_t, RowId>> copied_from;
   from.scan([&](RowId id, const Row& row) {
     Row out(to.columns.size(), Value::null());
     for (std::size_t i = 0; i < row.size(); ++i)
@@ -209,14 +222,16 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
     // A row overwritten in place keeps its row id, even when its bytes move elsewhere.
     if (reused < existing.size()) {
       writer.update(existing[reused], out);
-      copied_from.emplace(existing[reused++].pointer(), id);
+      copied_from.emplace_back(existing[reused++].pointer(), id);
     } else {
-      copied_from.emplace(writer.insert(out).pointer(), id);
+      copied_from.emplace_back(writer.insert(out).pointer(), id);
     }
     ++copied;
     return true;
   });
   for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
+  std::sort(copied_from.begin(), copied_from.end(),
+            [](const auto& a, const auto& b) { return a.first < b.first; });
   rebuild_indexes(destination, entry->table_page(), entry->name, from, copied_from, gathered);
   return copied;
 }
@@ -262,7 +277,7 @@ CarriedDesign carried_design(const std::string& path, const std::string& name, c
 }
 
 CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
-                         CompactReport& report) {
+                         CompactReport& report, std::size_t sort_bytes) {
   const Table table = source.table(entry.name);
   const TableDef& def = table.def();
   CarriedDesign built = carried_design(source.path(), entry.name, def, entry.property_set());
@@ -276,7 +291,7 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
   Transaction tx(destination.pager());
   carried.page = destination.create_table(design);
   restate_columns(destination, carried.page, def, restated, true);
-  report.rows += copy_rows(source, entry.name, destination);
+  report.rows += copy_rows(source, entry.name, destination, {}, false, sort_bytes);
   restate_columns(destination, carried.page, def, restated, false);
   const TableDef written = read_table_def(destination.pager(), carried.page);
   if (written.next_autonumber != def.next_autonumber) {

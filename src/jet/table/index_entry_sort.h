@@ -1,0 +1,62 @@
+// Sorting the entries of an index being built, in bounded memory.
+//
+// Entries are gathered in memory up to a budget; past it, they are sorted and written as a
+// run to a scratch file ("<name>.tri"), and the runs are merged at the end. An index of a
+// few thousand rows never touches the disk; one of millions costs one sequential write and
+// read of its entries.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "jet/table/btree_build.h"
+#include "os/file.h"
+#include "os/services.h"
+
+namespace jet {
+
+class IndexEntrySort {
+ public:
+  // `scratch` is the scratch file's path (made only when needed, removed at destruction);
+  // `budget` the bytes of entries held in memory before a run is written.
+  IndexEntrySort(const os::Services& services, std::string scratch, std::size_t budget);
+  ~IndexEntrySort();
+  IndexEntrySort(const IndexEntrySort&) = delete;
+  IndexEntrySort& operator=(const IndexEntrySort&) = delete;
+
+  // Throws jet::Error (3026 for a full disk...) when a run cannot be written.
+  void add(IndexNodeItem item);
+  // Entries added so far.
+  std::uint64_t size() const noexcept { return added_; }
+  // Runs written to the scratch file so far.
+  std::size_t runs() const noexcept { return runs_.size(); }
+  // The entries in index order, once (nothing may be added afterwards). The source must not
+  // outlive this object.
+  IndexItemSource sorted();
+  // Drops every entry (and the scratch file).
+  void clear() noexcept;
+
+ private:
+  struct Run {
+    std::uint64_t offset = 0;
+    std::uint64_t bytes = 0;
+  };
+  void write_run();
+  [[noreturn]] void failed(const os::Failure& failure, bool writing) const;
+
+  const os::Services& services_;
+  std::string path_;
+  std::size_t budget_;
+  std::vector<IndexNodeItem> held_;
+  std::size_t held_bytes_ = 0;
+  std::uint64_t added_ = 0;
+  std::vector<Run> runs_;
+  std::unique_ptr<os::File> file_;
+  std::uint64_t end_ = 0;
+  struct Merge;
+  std::unique_ptr<Merge> merge_;
+};
+
+}  // namespace jet

@@ -1,0 +1,140 @@
+// Index entries sorted through scratch runs come out exactly as an in-memory sort gives
+// them, and a compaction held to a few pages and kilobytes carries databases whole.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <random>
+
+#include "jet/btree/index_page.h"
+#include "jet/db/create_database.h"
+#include "jet/db/writable_database.h"
+#include "jet/storage/transaction.h"
+#include "jet/table/index_entry_sort.h"
+#include "jet/tools/compact.h"
+#include "jet/tools/diff.h"
+#include "jet/tools/index_verify.h"
+#include "jet/tools/verify.h"
+#include "jet_test_support.h"
+#include "os/faulty_file_system.h"
+
+namespace index_entry_sort_test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<jet::IndexNodeItem> random_entries(std::size_t n, unsigned seed) {
+  std::mt19937 random(seed);
+  std::vector<jet::IndexNodeItem> out;
+  for (std::size_t i = 0; i < n; ++i) {
+    // Few distinct keys of varied lengths, so that equal keys are ordered by their rows.
+    std::vector<std::uint8_t> key(1 + random() % 40, static_cast<std::uint8_t>(random() % 3));
+    key[0] = static_cast<std::uint8_t>(0x7F + random() % 4);
+    out.push_back({key, jet::RowId{static_cast<jet::PageNumber>(random() % 5000), static_cast<std::uint8_t>(i % 256)}, 0});
+  }
+  return out;
+}
+
+std::vector<jet::IndexNodeItem> drain(const jet::IndexItemSource& source) {
+  std::vector<jet::IndexNodeItem> out;
+  for (jet::IndexNodeItem item; source(item);) out.push_back(item);
+  return out;
+}
+
+bool same(const std::vector<jet::IndexNodeItem>& a, const std::vector<jet::IndexNodeItem>& b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](const auto& x, const auto& y) {
+           return x.key == y.key && x.row == y.row;
+         });
+}
+
+TEST(IndexEntrySort, RunsMergeIntoTheOrderOfAnInMemorySort) {
+  jet_test::ScratchDir dir;
+  const std::string scratch = (dir.path() / "t.mdb.tri0").string();
+  for (const std::size_t count : {std::size_t{0}, std::size_t{1}, std::size_t{150}, std::size_t{20000}}) {
+    SCOPED_TRACE(count);
+    auto entries = random_entries(count, static_cast<unsigned>(count));
+    jet::IndexEntrySort sort(os::system_services(), scratch, 16 << 10);
+    for (const auto& e : entries) sort.add(e);
+    EXPECT_EQ(sort.size(), count);
+    if (count == 20000) {
+      EXPECT_GT(sort.runs(), 10u);
+      EXPECT_TRUE(fs::exists(scratch));
+    } else if (count <= 150) {
+      EXPECT_EQ(sort.runs(), 0u);  // small indexes never touch the disk
+    }
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+      return jet::compare_entries(a.key, a.row, b.key, b.row) < 0;
+    });
+    EXPECT_TRUE(same(drain(sort.sorted()), entries));
+    sort.clear();
+    EXPECT_FALSE(fs::exists(scratch));
+  }
+}
+
+TEST(IndexEntrySort, AFullDiskIsAClearErrorAndLeavesNoScratchFile) {
+  jet_test::ScratchDir dir;
+  const std::string scratch = (dir.path() / "t.mdb.tri0").string();
+  os::FaultyFileSystem files{*os::system_services().files};
+  const os::Services services{&files, os::system_services().clock, os::system_services().random};
+  files.disk_full_after(50000);
+  {
+    jet::IndexEntrySort sort(services, scratch, 16 << 10);
+    const int code = jet_test::error_of([&] {
+      for (const auto& e : random_entries(20000, 3)) sort.add(e);
+    });
+    EXPECT_EQ(code, 3026);
+  }
+  EXPECT_FALSE(fs::exists(scratch));
+}
+
+jet::TableDesign cases() {
+  jet::TableDesign design;
+  design.name = "Dossiers";
+  const auto column = [](std::string name, jet::ColumnType type, std::uint16_t size = 0) {
+    jet::ColumnDesign c;
+    c.name = std::move(name);
+    c.type = type;
+    if (size) c.size = size;
+    return c;
+  };
+  design.columns = {column("Numero", jet::ColumnType::Long), column("Commune", jet::ColumnType::Text, 60),
+                    column("Section", jet::ColumnType::Text, 10), column("Observations", jet::ColumnType::Memo)};
+  design.indexes = {{"PrimaryKey", {{"Numero", false}}, true, true, false, true},
+                    {"Lieu", {{"Commune", false}, {"Section", true}}, false, false, false, false},
+                    {"Section", {{"Section", false}}, false, false, true, false}};
+  return design;
+}
+
+TEST(IndexEntrySort, ACompactionInAFewPagesAndKilobytesCarriesTheDatabaseWhole) {
+  jet_test::ScratchDir dir;
+  const std::string source = (dir.path() / "grand.mdb").string();
+  jet::create_database(source)->create_table(cases());
+  {
+    auto db = jet::WritableDatabase::open(source);
+    jet::Transaction tx(db->pager());
+    auto writer = db->writer("Dossiers");
+    for (int i = 0; i < 4000; ++i) {
+      writer.insert({jet::Value::long_(i * 37 % 4001), jet::Value::text("Saint-Étienne-" + std::to_string(i % 97)),
+                     i % 11 == 0 ? jet::Value::null() : jet::Value::text("AB" + std::to_string(i % 13)),
+                     jet::Value::text(std::string(static_cast<std::size_t>(i % 700), 'x'))});
+    }
+    tx.commit();
+  }
+  const std::string roomy = (dir.path() / "large.mdb").string(), tight = (dir.path() / "serre.mdb").string();
+  jet::compact(source, roomy);
+  jet::CompactMemory memory;
+  memory.overlay_pages = 16;
+  memory.index_sort_bytes = 12 << 10;
+  jet::compact(source, tight, nullptr, memory);
+  EXPECT_EQ(jet_test::joined(jet::diff_files(source, tight)), "");
+  EXPECT_EQ(jet_test::joined(jet::diff_files(roomy, tight)), "");
+  EXPECT_EQ(fs::file_size(tight), fs::file_size(roomy));
+  auto db = jet::Database::open(tight);
+  EXPECT_EQ(jet_test::joined(jet::verify_database(*db, jet::verify_index)), "");
+  for (const auto& entry : fs::directory_iterator(dir.path()))
+    EXPECT_EQ(entry.path().extension().string().rfind(".tri", 0), std::string::npos) << entry.path();
+  EXPECT_FALSE(fs::exists(jet::spill_path(jet::compaction_path(tight))));
+}
+
+}  // namespace
+}  // namespace index_entry_sort_test
