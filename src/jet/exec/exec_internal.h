@@ -87,6 +87,7 @@ struct Source {
   std::vector<std::string> column_names;
   std::vector<ColumnType> column_types;
   std::vector<int> slot;  // column -> position in a stored row, -1 when not read
+  int width = 0;          // values of a stored row
   std::vector<RowId> ids;
   std::vector<std::vector<Value>> rows;
   bool all_columns = false;  // read every column (`*`, `t.*`)
@@ -173,6 +174,14 @@ class Scope {
  private:
   Binding resolve(const ColumnRef& ref, bool allow_alias);
   std::optional<std::vector<RowId>> seek_candidates(int index, const std::vector<const Expr*>& filters);
+  // Sets up a source's stored rows (empty) and their columns; the columns to decode.
+  ColumnSelection prepare(int index);
+  // Stores a row read from the source's table, kept when every filter holds for it.
+  bool keep(int index, RowId id, const Row& row, const std::vector<const Expr*>& filters);
+  // The join of `left` to the table `right` through one of its indexes (exec_index_join.cpp),
+  // or nullopt when the join must read the whole table.
+  std::optional<Relation> index_join(JoinKind kind, const Relation& left, const TableRef& right,
+                                     const std::vector<const Expr*>& on, const std::vector<const Expr*>& where);
   Relation join(JoinKind kind, Relation left, Relation right,
                 const std::vector<const Expr*>& conditions);
   void leaves(const TableRef& ref, std::vector<int>& out) const;
@@ -182,6 +191,14 @@ class Scope {
   std::set<const Expr*> applied_;  // WHERE parts every tuple made so far satisfies
   TupleResolver resolver_{*this};
   int next_leaf_ = 0;
+};
+
+// Restores a scope's current tuple on leaving.
+struct CurrentGuard {
+  Scope& scope;
+  const std::int32_t* saved;
+  explicit CurrentGuard(Scope& s) : scope(s), saved(s.current) {}
+  ~CurrentGuard() { scope.current = saved; }
 };
 
 // AND-ed parts of a condition.

@@ -14,14 +14,6 @@
 namespace jet::sql::detail {
 namespace {
 
-// Restores a scope's current tuple on leaving.
-struct CurrentGuard {
-  Scope& scope;
-  const std::int32_t* saved;
-  explicit CurrentGuard(Scope& s) : scope(s), saved(s.current) {}
-  ~CurrentGuard() { scope.current = saved; }
-};
-
 bool subset(const std::set<int>& a, const std::vector<int>& members) {
   return std::all_of(a.begin(), a.end(), [&](int s) {
     return std::find(members.begin(), members.end(), s) != members.end();
@@ -82,7 +74,7 @@ std::optional<std::vector<RowId>> Scope::seek_candidates(int index, const std::v
   return std::nullopt;
 }
 
-void Scope::load(int index, const std::vector<const Expr*>& filters) {
+ColumnSelection Scope::prepare(int index) {
   Source& s = sources[static_cast<std::size_t>(index)];
   const std::size_t n = s.column_names.size();
   s.slot.assign(n, -1);
@@ -90,43 +82,61 @@ void Scope::load(int index, const std::vector<const Expr*>& filters) {
   for (std::size_t c = 0; c < n; ++c)
     if (s.all_columns || s.is_query || run_.mentioned.count(upper(s.column_names[c])))
       s.slot[c] = next++;
+  s.width = next;
   s.rows.clear();
   s.ids.clear();
+  // Only the columns the statement mentions are decoded (long values included).
+  ColumnSelection wanted;
+  if (s.table && s.table->def().columns.size() == n) {
+    wanted.resize(n);
+    for (std::size_t c = 0; c < n; ++c) wanted[c] = s.slot[c] >= 0;
+  }
+  return wanted;
+}
 
+bool Scope::keep(int index, RowId id, const Row& row, const std::vector<const Expr*>& filters) {
+  Source& s = sources[static_cast<std::size_t>(index)];
+  std::vector<Value> values(static_cast<std::size_t>(s.width));
+  for (std::size_t c = 0; c < s.slot.size() && c < row.size(); ++c)
+    if (s.slot[c] >= 0) values[static_cast<std::size_t>(s.slot[c])] = row[c];
+  s.rows.push_back(std::move(values));
+  s.ids.push_back(id);
   CurrentGuard guard(*this);
   std::vector<std::int32_t> tuple(sources.size(), -1);
+  tuple[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(s.rows.size() - 1);
   current = tuple.data();
-  auto keep_last = [&]() {
-    tuple[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(s.rows.size() - 1);
-    for (const Expr* f : filters)
-      if (!test(*f)) return false;
-    return true;
-  };
+  for (const Expr* f : filters) {
+    if (!test(*f)) {
+      s.rows.pop_back();
+      s.ids.pop_back();
+      return false;
+    }
+  }
+  return true;
+}
+
+void Scope::load(int index, const std::vector<const Expr*>& filters) {
+  Source& s = sources[static_cast<std::size_t>(index)];
+  const ColumnSelection wanted = prepare(index);
   if (s.is_query) {
+    CurrentGuard guard(*this);
+    std::vector<std::int32_t> tuple(sources.size(), -1);
+    current = tuple.data();
     for (const auto& row : s.query_rows->rows()) {
       s.rows.push_back(row);
-      if (!keep_last()) s.rows.pop_back();
+      tuple[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(s.rows.size() - 1);
+      for (const Expr* f : filters)
+        if (!test(*f)) {
+          s.rows.pop_back();
+          break;
+        }
     }
     return;
   }
   auto take = [&](RowId id, const Row& row) {
-    std::vector<Value> values(static_cast<std::size_t>(next));
-    for (std::size_t c = 0; c < n; ++c)
-      if (s.slot[c] >= 0) values[static_cast<std::size_t>(s.slot[c])] = row[c];
-    s.rows.push_back(std::move(values));
-    s.ids.push_back(id);
-    if (!keep_last()) {
-      s.rows.pop_back();
-      s.ids.pop_back();
-    }
+    keep(index, id, row, filters);
     return true;
   };
-  // Only the columns the statement mentions are decoded (long values included).
-  ColumnSelection wanted;
-  if (s.table->def().columns.size() == n) {
-    wanted.resize(n);
-    for (std::size_t c = 0; c < n; ++c) wanted[c] = s.slot[c] >= 0;
-  }
   if (auto ids = seek_candidates(index, filters)) {
     for (const RowId id : *ids)
       if (auto row = read_row(s.table->pager(), s.table->def(), id, wanted)) take(id, *row);
@@ -138,9 +148,10 @@ void Scope::load(int index, const std::vector<const Expr*>& filters) {
 Relation Scope::join_tree(const TableRef& ref, const std::vector<const Expr*>& where) {
   if (auto* j = std::get_if<Join>(&ref.node)) {
     Relation left = join_tree(*j->left, where);
-    Relation right = join_tree(*j->right, where);
     std::vector<const Expr*> on;
     conjuncts(j->on.get(), on);
+    if (auto joined = index_join(j->kind, left, *j->right, on, where)) return std::move(*joined);
+    Relation right = join_tree(*j->right, where);
     return join(j->kind, std::move(left), std::move(right), on);
   }
   const auto* named = &std::get<NamedTable>(ref.node);

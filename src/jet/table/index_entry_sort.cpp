@@ -17,7 +17,7 @@ std::size_t held_cost(const IndexNodeItem& item) { return item.key.size() + size
 bool before(const IndexNodeItem& a, const IndexNodeItem& b) { return compare_entries(a.key, a.row, b.key, b.row) < 0; }
 
 // On the scratch file an entry is: key length (2 bytes), key, row page (4), row number (1).
-constexpr std::size_t kChunk = 1 << 18;
+constexpr std::size_t kSortChunk = 1 << 18;
 
 }  // namespace
 
@@ -87,7 +87,7 @@ void IndexEntrySort::write_run() {
       chunk.insert(chunk.end(), item.key.begin(), item.key.end());
       append_le32(chunk, item.row.page);
       chunk.push_back(item.row.row);
-      if (chunk.size() >= kChunk) flush();
+      if (chunk.size() >= kSortChunk) flush();
     }
     if (!chunk.empty()) flush();
     runs_.push_back(run);
@@ -119,7 +119,7 @@ IndexItemSource IndexEntrySort::sorted() {
       if (r.buffer.size() - r.used >= n) return true;
       r.buffer.erase(r.buffer.begin(), r.buffer.begin() + static_cast<std::ptrdiff_t>(r.used));
       r.used = 0;
-      const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(r.end - r.at, std::max(kChunk, n)));
+      const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(r.end - r.at, std::max(kSortChunk, n)));
       if (want > 0) {
         const std::size_t had = r.buffer.size();
         r.buffer.resize(had + want);
