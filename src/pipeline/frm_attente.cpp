@@ -46,7 +46,8 @@ void FrmAttente::OuvreJournalBase() {
 
 void FrmAttente::Message(std::string_view texte) {
   if (JournalBase) JournalBase->WriteLine(texte);
-  LblMessage1.setCaption(std::string(texte));
+  DernierMessage = std::string(texte);
+  LblMessage1.setCaption(DernierMessage);
   refresh();
   if (SurMessage) SurMessage(texte);
 }

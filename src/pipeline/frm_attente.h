@@ -94,6 +94,7 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
   std::function<void(const std::string&)> RetourLibelle;
   // Called after each progress line is shown, with its text: where an observer (a test) acts
   // between two stages of the work.
+  // Also called with each label text of the progress of a long step.
   std::function<void(std::string_view)> SurMessage;
 
   // Treats the database of DossierBases. Never raises a run-time error of its own steps:
@@ -118,6 +119,10 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
 
   // Shows and logs one progress line (the log only when it is open).
   void Message(std::string_view texte);
+  // Copies and compactions of files of at least this many bytes show how far they have gone
+  // on the label, after the current progress line, at every tenth of the work (" (40 %)"),
+  // so that an operator sees a long step moving. The log keeps the line alone.
+  std::int64_t SeuilAvancement = std::int64_t{32} << 20;
   // Reports the current error `err` raised in `procedure`: message box (interactive), error
   // block in the per-database log, Succes false, default mouse pointer.
   void ErreurInstallation(const std::string& procedure, const platform::Error& err) override;
@@ -187,6 +192,8 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
   void Termine();
   bool Existe(const std::string& chemin);
   void Supprime(const std::string& chemin);
+  // The progress callback of a copy or compaction of `fichier` (none for a small file).
+  std::function<void(std::uint64_t, std::uint64_t)> Avancement(const std::string& fichier);
   void Copie(const std::string& source, const std::string& destination);
   void Compacte(const std::string& source, const std::string& destination);
   void Remplace(const std::string& source, const std::string& cible, platform::dao::WriteGuard* garde);
@@ -196,6 +203,7 @@ class FrmAttente : public ui::Form, public steps::EtapesMiseAJour {
   std::optional<platform::FileLockHolder> VerrouTenu;
   std::string CheminVerrouTenu;
   bool TemporairesANous = false;  // the folder's temporaries are this run's to remove
+  std::string DernierMessage;     // the progress line on the label
 
   platform::Environment* env_;
   const pipeline::ProgramState* state_;

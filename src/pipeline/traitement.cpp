@@ -1,6 +1,8 @@
 // Traitement: one data folder's database, installed from a delivered school database or
 // updated through temporary copies. Every step is announced through Message; any error ends
 // the call through ErreurInstallation ("Traitement").
+#include <memory>
+
 #include "pipeline/frm_attente.h"
 #include "pipeline/remplacement.h"
 #include "pipeline/restes.h"
@@ -313,9 +315,29 @@ void FrmAttente::Supprime(const std::string& chemin) {
   }
 }
 
+std::function<void(std::uint64_t, std::uint64_t)> FrmAttente::Avancement(const std::string& fichier) {
+  std::int64_t taille = 0;
+  try {
+    taille = env_->files().FileLen(fichier);
+  } catch (const platform::Error&) {
+    return {};  // the step itself reports the missing file
+  }
+  if (taille < SeuilAvancement) return {};
+  auto dixiemes = std::make_shared<std::uint64_t>(0);
+  return [this, dixiemes](std::uint64_t fait, std::uint64_t total) {
+    const std::uint64_t atteint = total ? fait * 10 / total : 0;
+    if (atteint <= *dixiemes || atteint >= 10) return;
+    *dixiemes = atteint;
+    const std::string texte = DernierMessage + " (" + std::to_string(atteint * 10) + " %)";
+    LblMessage1.setCaption(texte);
+    refresh();
+    if (SurMessage) SurMessage(texte);
+  };
+}
+
 void FrmAttente::Copie(const std::string& source, const std::string& destination) {
   try {
-    env_->files().FileCopy(source, destination);
+    env_->files().FileCopy(source, destination, Avancement(source));
   } catch (const platform::Error& e) {
     throw ErreurSurFichier(e, "copie de " + source + " vers " + destination);
   }
@@ -323,7 +345,7 @@ void FrmAttente::Copie(const std::string& source, const std::string& destination
 
 void FrmAttente::Compacte(const std::string& source, const std::string& destination) {
   try {
-    moteur_->CompactDatabase(source, destination);
+    moteur_->CompactDatabase(source, destination, Avancement(source));
   } catch (const platform::Error& e) {
     throw ErreurSurFichier(e, "compactage de " + source + " vers " + destination);
   }

@@ -1,7 +1,9 @@
 // Copying a file through the OS interface, block by block: a full disk or a failing medium is
 // told for what it is (61, 57), and a copy that fails leaves no partial file behind, as
 // Windows' CopyFile does.
+#include <algorithm>
 #include <array>
+#include <vector>
 #include <memory>
 #include <system_error>
 
@@ -27,7 +29,7 @@ ErrorCode codeFor(const os::Failure& failure) {
 
 }  // namespace
 
-void copyFile(const fs::path& from, const fs::path& to) {
+void copyFile(const fs::path& from, const fs::path& to, const CopyProgress& progress) {
   if (!isFile(from)) throw Error(ErrorCode::FileNotFound);
   os::FileSystem& files = *os::system_services().files;
   const std::string source = toUtf8(from), target = toUtf8(to);
@@ -45,12 +47,14 @@ void copyFile(const fs::path& from, const fs::path& to) {
     throw Error(codeFor(failure));
   }
   try {
-    std::array<std::uint8_t, 64 * 1024> block{};
+    std::vector<std::uint8_t> block(256 << 10);
+    const std::uint64_t total = progress ? in->size() : 0;
     for (std::uint64_t at = 0;;) {
       const std::size_t got = in->read_at(at, block);
       if (got == 0) break;
       out->write_at(at, std::span(block).first(got));
       at += got;
+      if (progress) progress(at, std::max(at, total));
     }
   } catch (const os::Failure& failure) {
     out.reset();

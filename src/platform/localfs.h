@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,8 +49,10 @@ void clearReadOnly(const std::filesystem::path& p);
 // Copies a file's content, modification time and read-only attribute over `to` (replaced
 // when present), through the OS interface. Raises platform::Error: 53 source missing, 70
 // source open for writing by another program or destination not writable, 61 disk full, 57
-// device error; a failed copy leaves no destination.
-void copyFile(const std::filesystem::path& from, const std::filesystem::path& to);
+// device error; a failed copy leaves no destination. `progress`, when given, is told the
+// bytes copied and the bytes to copy after each block.
+using CopyProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+void copyFile(const std::filesystem::path& from, const std::filesystem::path& to, const CopyProgress& progress = {});
 
 // Puts the file `from` in place of `to` in one step (rename(2); on Windows MoveFileExW,
 // replacing, written through). Raises platform::Error 70 when the system refuses.

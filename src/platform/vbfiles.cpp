@@ -89,7 +89,8 @@ void VbFiles::Name(std::string_view oldPath, std::string_view newPath) const {
   localfs::moveEntry(from.local, target);
 }
 
-void VbFiles::FileCopy(std::string_view source, std::string_view destination) const {
+void VbFiles::FileCopy(std::string_view source, std::string_view destination,
+                       const localfs::CopyProgress& progress) const {
   const ResolvedPath from = workstation_->resolveOnDrive(source);
   existingParent(from);
   if (!from.isFile()) fail_file_call(ErrorCode::FileNotFound);
@@ -99,7 +100,7 @@ void VbFiles::FileCopy(std::string_view source, std::string_view destination) co
   // The source held open for writing by another program is refused by the copy itself (70),
   // which admits readers beside it.
   if (to.exists() && (localfs::isReadOnly(to.local) || IsLockedByAnother(to.local))) fail_file_call(ErrorCode::PermissionDenied);
-  localfs::copyFile(from.local, to.local);
+  localfs::copyFile(from.local, to.local, progress);
 }
 
 void VbFiles::MkDir(std::string_view path) const {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/localfs.h"
 #include "platform/workstation.h"
 
 namespace platform {
@@ -45,7 +46,9 @@ class VbFiles {
   // 53 source missing, 76 destination folder missing, 70 source open for writing (or held
   // without sharing) by another process or destination locked or read-only, 61 disk full,
   // 57 device error (no partial copy is left); an existing destination is replaced.
-  void FileCopy(std::string_view source, std::string_view destination) const;
+  // `progress` (not VB's) is told the bytes copied as the copy goes.
+  void FileCopy(std::string_view source, std::string_view destination,
+                const localfs::CopyProgress& progress = {}) const;
   // 75 when it exists, 76 when the parent is missing.
   void MkDir(std::string_view path) const;
   // 75 when not empty, 76 when missing.

@@ -122,10 +122,16 @@ TEST(IndexEntrySort, ACompactionInAFewPagesAndKilobytesCarriesTheDatabaseWhole) 
   }
   const std::string roomy = (dir.path() / "large.mdb").string(), tight = (dir.path() / "serre.mdb").string();
   jet::compact(source, roomy);
-  jet::CompactMemory memory;
+  jet::CompactOptions memory;
   memory.overlay_pages = 16;
   memory.index_sort_bytes = 12 << 10;
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> told;
+  memory.progress = [&](std::uint64_t done, std::uint64_t total) { told.emplace_back(done, total); };
   jet::compact(source, tight, nullptr, memory);
+  // Progress rises to the source's row count.
+  ASSERT_GE(told.size(), 2u);
+  EXPECT_EQ(told.back(), std::make_pair(std::uint64_t{4000}, std::uint64_t{4000}));
+  for (std::size_t i = 1; i < told.size(); ++i) EXPECT_LT(told[i - 1].first, told[i].first);
   EXPECT_EQ(jet_test::joined(jet::diff_files(source, tight)), "");
   EXPECT_EQ(jet_test::joined(jet::diff_files(roomy, tight)), "");
   EXPECT_EQ(fs::file_size(tight), fs::file_size(roomy));

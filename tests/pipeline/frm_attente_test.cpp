@@ -34,6 +34,36 @@ TEST_F(FrmAttenteTest, MessageShowsAndLogsOnlyWhenTheLogIsOpen) {
   EXPECT_EQ(f->LblMessage1.caption(), "Copie vers base temporaire...");
 }
 
+// A long copy and compaction show how far they have gone on the label; the log keeps each
+// line alone. (The threshold is lowered so that the small sample database counts as large.)
+TEST_F(FrmAttenteTest, LongCopiesAndCompactionsShowTheirProgressOnTheLabelOnly) {
+  baseVivante(std::string("4.4.0.1"), 1500);
+  auto f = form(bases);
+  f->SeuilAvancement = 0;
+  std::vector<std::string> vus;
+  f->SurMessage = [&](std::string_view texte) { vus.emplace_back(texte); };
+  f->Traitement();
+  const std::string log = read(kJournal);
+  EXPECT_TRUE(f->Succes) << log;
+  f->Unload();
+  for (const std::string etape : {"Copie vers base temporaire...", "Compactage base temporaire"}) {
+    SCOPED_TRACE(etape);
+    const auto debut = std::find(vus.begin(), vus.end(), etape);
+    ASSERT_NE(debut, vus.end());
+    // Then tenths of the work, rising, before the next line.
+    std::vector<int> pourcents;
+    for (auto it = debut + 1; it != vus.end() && it->rfind(etape + " (", 0) == 0; ++it)
+      pourcents.push_back(std::stoi(it->substr(etape.size() + 2)));
+    EXPECT_GE(pourcents.size(), 2u);
+    for (std::size_t i = 0; i < pourcents.size(); ++i) {
+      EXPECT_EQ(pourcents[i] % 10, 0);
+      EXPECT_GT(pourcents[i], i ? pourcents[i - 1] : 0);
+      EXPECT_LT(pourcents[i], 100);
+    }
+  }
+  EXPECT_EQ(log.find(" %)"), std::string::npos) << log;
+}
+
 TEST_F(FrmAttenteTest, ErrorReportShowsApplicationErrorsByTheirOwnNumber) {
   auto f = form(bases);
   f->Interactif = true;

@@ -53,8 +53,10 @@ class ObjectPaths {
 
 class Compactor {
  public:
-  Compactor(Database& source, WritableDatabase& destination, std::size_t sort_bytes)
-      : source_(source), destination_(destination), sort_bytes_(sort_bytes) {}
+  Compactor(Database& source, WritableDatabase& destination, const CompactOptions& options)
+      : source_(source), destination_(destination), sort_bytes_(options.index_sort_bytes) {
+    progress_.report = options.progress;
+  }
 
   CompactReport run() {
     // The source's catalog rows in full (owner, dates, extra bytes), read without writing.
@@ -64,10 +66,15 @@ class Compactor {
     const ObjectPaths source_paths(source_rows);
 
     std::vector<CarriedTable> tables;
+    if (progress_.report) {
+      for (const CatalogEntry* entry : source_.catalog().tables(true))
+        if (!engine_table(entry->name)) progress_.total += source_.table(entry->name).count_rows();
+    }
     for (const CatalogEntry* entry : source_.catalog().tables(true)) {
       if (engine_table(entry->name)) continue;
-      tables.push_back(carry_table(source_, *entry, destination_, report_, sort_bytes_));
+      tables.push_back(carry_table(source_, *entry, destination_, report_, sort_bytes_, &progress_));
     }
+    progress_.finish();
     finish_foreign_keys(source_, destination_, tables);
     destination_.reload_catalog();
 
@@ -194,6 +201,7 @@ class Compactor {
   WritableDatabase& destination_;
   CompactReport report_;
   std::size_t sort_bytes_;
+  RowsProgress progress_;
   std::map<std::int32_t, std::int32_t> ids_;  // source object id -> destination id
 };
 
@@ -210,7 +218,7 @@ void remove_leftover(const os::Services& sys, const std::string& temp) {
 }  // namespace
 
 CompactReport compact(const std::string& source, const std::string& destination, const os::Services* services,
-                      const CompactMemory& memory) {
+                      const CompactOptions& settings) {
   const os::Services& sys = services ? *services : os::system_services();
   if (sys.files->exists(destination)) throw Error(ErrorCode::DatabaseExists, destination);
   OpenOptions shared;
@@ -229,8 +237,8 @@ CompactReport compact(const std::string& source, const std::string& destination,
   remove_leftover(sys, temp);
   auto to = create_database(temp, options);  // refuses an existing file, a missing folder
   try {
-    if (memory.overlay_pages) to->pager().set_budget(memory.overlay_pages);
-    CompactReport report = Compactor(*from, *to, memory.index_sort_bytes).run();
+    if (settings.overlay_pages) to->pager().set_budget(settings.overlay_pages);
+    CompactReport report = Compactor(*from, *to, settings).run();
     to.reset();
     sys.files->publish_new(temp, destination);
     return report;

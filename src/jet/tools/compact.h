@@ -24,6 +24,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "os/services.h"
@@ -38,16 +39,21 @@ struct CompactReport {
   std::size_t catalog_rows = 0;  // other catalog objects carried (forms, containers...)
 };
 
-// Memory a compaction holds before it works through scratch files beside the new file
-// (changed pages, see overlay_pager.h; index entries being sorted, see index_entry_sort.h).
-// The defaults keep a compaction of any size within about 150 MB.
-struct CompactMemory {
+// Told the rows carried so far and the rows the source's tables hold (as their definitions
+// count them), at each hundredth of the rows and once at the end.
+using CompactProgress = std::function<void(std::uint64_t rows_done, std::uint64_t rows_total)>;
+
+struct CompactOptions {
+  // Memory held before the work goes through scratch files beside the new file (changed
+  // pages, see overlay_pager.h; index entries being sorted, see index_entry_sort.h). The
+  // defaults keep a compaction of any size within about 150 MB.
   std::size_t overlay_pages = 0;  // 0: the writer's default budget
   std::size_t index_sort_bytes = std::size_t{48} << 20;
+  CompactProgress progress;
 };
 
 CompactReport compact(const std::string& source, const std::string& destination,
-                      const os::Services* services = nullptr, const CompactMemory& memory = {});
+                      const os::Services* services = nullptr, const CompactOptions& options = {});
 
 // The name the new file has while it is being written.
 std::string compaction_path(const std::string& destination);

@@ -1,6 +1,7 @@
 // Pieces of the compaction shared by its source files.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -42,9 +43,26 @@ CarriedDesign carried_design(const std::string& path, const std::string& name, c
 // Creates the table (definition, indexes, foreign-key indexes under placeholders) and
 // copies its rows in storage order, its indexes then built in bulk and its next
 // autonumber value set as in the source.
+// Rows carried, told to the caller's progress callback at each hundredth of the rows (each
+// 4096 rows past the expected count).
+struct RowsProgress {
+  CompactProgress report;
+  std::uint64_t done = 0;
+  std::uint64_t total = 0;
+  void add() {
+    ++done;
+    if (!report) return;
+    const bool step = done < total ? done * 100 / total != (done - 1) * 100 / total : done % 4096 == 0;
+    if (step) report(done, std::max(done, total));
+  }
+  void finish() {
+    if (report) report(done, std::max(done, total));
+  }
+};
+
 // Index entries past `sort_bytes` wait in sorted runs in scratch files.
 CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
-                         CompactReport& report, std::size_t sort_bytes);
+                         CompactReport& report, std::size_t sort_bytes, RowsProgress* progress = nullptr);
 
 // Gives the foreign-key indexes their names, kind and related table (all tables carried).
 void finish_foreign_keys(Database& source, WritableDatabase& destination, const std::vector<CarriedTable>& tables);
@@ -56,6 +74,6 @@ void finish_foreign_keys(Database& source, WritableDatabase& destination, const 
 // copied rows could have gone.
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
                         const std::function<bool(const TableDef&, Row&)>& adjust = {}, bool overwrite = false,
-                        std::size_t sort_bytes = std::size_t{48} << 20);
+                        std::size_t sort_bytes = std::size_t{48} << 20, RowsProgress* progress = nullptr);
 
 }  // namespace jet::compact_detail

@@ -194,7 +194,7 @@ bool engine_table(std::string_view name) {
 
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
                         const std::function<bool(const TableDef&, Row&)>& adjust, bool overwrite,
-                        std::size_t sort_bytes) {
+                        std::size_t sort_bytes, RowsProgress* progress) {
   const Table from = source.table(table);
   const CatalogEntry* entry = destination.catalog().find_table(table);
   if (!entry) throw Error(ErrorCode::TableNotFound, table);
@@ -227,6 +227,7 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
       copied_from.emplace_back(writer.insert(out).pointer(), id);
     }
     ++copied;
+    if (progress) progress->add();
     return true;
   });
   for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
@@ -277,7 +278,7 @@ CarriedDesign carried_design(const std::string& path, const std::string& name, c
 }
 
 CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDatabase& destination,
-                         CompactReport& report, std::size_t sort_bytes) {
+                         CompactReport& report, std::size_t sort_bytes, RowsProgress* progress) {
   const Table table = source.table(entry.name);
   const TableDef& def = table.def();
   CarriedDesign built = carried_design(source.path(), entry.name, def, entry.property_set());
@@ -291,7 +292,7 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
   Transaction tx(destination.pager());
   carried.page = destination.create_table(design);
   restate_columns(destination, carried.page, def, restated, true);
-  report.rows += copy_rows(source, entry.name, destination, {}, false, sort_bytes);
+  report.rows += copy_rows(source, entry.name, destination, {}, false, sort_bytes, progress);
   restate_columns(destination, carried.page, def, restated, false);
   const TableDef written = read_table_def(destination.pager(), carried.page);
   if (written.next_autonumber != def.next_autonumber) {

@@ -17,6 +17,9 @@
 // a compacted copy (3204 when the destination exists). Both need the file closed by everyone.
 #pragma once
 
+#include <cstdint>
+#include <functional>
+
 #include <memory>
 #include <string>
 #include <string_view>
@@ -72,7 +75,9 @@ class DBEngine {
   void Rollback();
 
   void RepairDatabase(std::string_view path);
-  void CompactDatabase(std::string_view source, std::string_view destination);
+  // `progress` (not DAO's) is told the rows carried and the rows to carry as it goes.
+  void CompactDatabase(std::string_view source, std::string_view destination,
+                       const std::function<void(std::uint64_t done, std::uint64_t total)>& progress = {});
 
   const platform::Workstation& workstation() const noexcept;
 

@@ -82,8 +82,9 @@ void DBEngine::RepairDatabase(std::string_view path) {
   detail::repairDatabase(*impl_->workstation, path);
 }
 
-void DBEngine::CompactDatabase(std::string_view source, std::string_view destination) {
-  detail::compactDatabase(*impl_->workstation, source, destination);
+void DBEngine::CompactDatabase(std::string_view source, std::string_view destination,
+                               const std::function<void(std::uint64_t, std::uint64_t)>& progress) {
+  detail::compactDatabase(*impl_->workstation, source, destination, progress);
 }
 
 const platform::Workstation& DBEngine::workstation() const noexcept { return *impl_->workstation; }

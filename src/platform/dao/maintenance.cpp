@@ -23,7 +23,8 @@ void repairDatabase(const platform::Workstation& workstation, std::string_view p
 }
 
 void compactDatabase(const platform::Workstation& workstation, std::string_view source,
-                     std::string_view destination) {
+                     std::string_view destination,
+                     const std::function<void(std::uint64_t, std::uint64_t)>& progress) {
   guarded([&] {
     ResolvedPath from = resolveDatabasePath(workstation, source);
     checkFilePresent(from, source);
@@ -39,7 +40,9 @@ void compactDatabase(const platform::Workstation& workstation, std::string_view 
       db->close();
     }
     try {
-      jet::compact(platform::localfs::toUtf8(from.local), platform::localfs::toUtf8(to.local));
+      jet::CompactOptions options;
+      options.progress = progress;
+      jet::compact(platform::localfs::toUtf8(from.local), platform::localfs::toUtf8(to.local), nullptr, options);
     } catch (const jet::Error& e) {
       // The text names the file the engine was at: the destination (or its temporary) or the
       // source.

@@ -4,6 +4,9 @@
 // (3204) and leaves nothing behind when it fails.
 #pragma once
 
+#include <cstdint>
+#include <functional>
+
 #include <string_view>
 
 #include "platform/workstation.h"
@@ -12,6 +15,7 @@ namespace platform::dao::detail {
 
 void repairDatabase(const platform::Workstation& workstation, std::string_view path);
 void compactDatabase(const platform::Workstation& workstation, std::string_view source,
-                     std::string_view destination);
+                     std::string_view destination,
+                     const std::function<void(std::uint64_t, std::uint64_t)>& progress = {});
 
 }  // namespace platform::dao::detail
