@@ -108,5 +108,22 @@ TEST_F(IndexJoin, AnUpdateJoinedByTheKeyTakesTheRowsFound) {
             (Lines{"1|ok", "2|4", "3|ok", "4|5", "5|~", "6|901"}));
 }
 
+// UPDATE and DELETE read their rows again rather than holding them: a subquery that looks at
+// the row being judged, and a left join's missing side, still see the right values.
+TEST_F(IndexJoin, RowsReadAgainByUpdatesAndDeletesKeepTheirValues) {
+  {
+    Db db(path);
+    EXPECT_EQ(db.x("UPDATE Vif LEFT JOIN Lien ON Vif.Numero = Lien.Numero SET Vif.NumTexte = "
+                   "IIf(Lien.Note Is Null, 'aucun', Vif.Commune & '/' & Lien.Note)"),
+              6);
+    EXPECT_EQ(db.x("DELETE FROM Vif WHERE EXISTS (SELECT * FROM Sauv WHERE Sauv.Numero = Vif.Numero "
+                   "AND Sauv.Etat = 'non')"),
+              2);  // numbers 4 and 6
+  }
+  // Vif 1 has two notes: the last match gives its value.
+  EXPECT_EQ(run("SELECT Id, NumTexte FROM Vif ORDER BY Id"),
+            (Lines{"1|PARIS/b", "3|aucun", "4|aucun", "6|aucun"}));
+}
+
 }  // namespace
 }  // namespace sql_exec_index_join_test

@@ -157,7 +157,7 @@ std::optional<Relation> Scope::index_join(JoinKind kind, const Relation& left, c
           auto [it, fresh] = read.emplace(id.pointer(), -1);
           if (fresh) {
             if (auto row = read_row(s.table->pager(), def, id, wanted)) {
-              if (keep(index, id, *row, filters)) it->second = static_cast<std::int32_t>(s.rows.size() - 1);
+              if (keep(index, id, *row, filters)) it->second = static_cast<std::int32_t>(s.ids.size() - 1);
             }
           }
           if (it->second >= 0) candidates.push_back(it->second);

@@ -90,6 +90,15 @@ struct Source {
   int width = 0;          // values of a stored row
   std::vector<RowId> ids;
   std::vector<std::vector<Value>> rows;
+  // A lazy source keeps the ids of its rows only and reads a row again when its values are
+  // wanted (the last one read is kept): memory stays a few bytes per row, whatever the
+  // table's size, for statements that go through their tuples in order (UPDATE, DELETE).
+  bool lazy = false;
+  ColumnSelection wanted;       // the columns decoded
+  std::int32_t cached_row = -1;  // the row whose values `cached` holds (lazy sources)
+  Row cached;
+  // Rows read so far.
+  std::size_t count() const noexcept { return is_query ? rows.size() : ids.size(); }
   bool all_columns = false;  // read every column (`*`, `t.*`)
   const NamedTable* ref = nullptr;
   std::optional<jet::Table> table;
@@ -156,6 +165,8 @@ class Scope {
   std::set<int> sources_of(const Expr& expr);
 
   Value value(const Binding& b);
+  // Makes the table sources of this scope lazy (see Source::lazy).
+  void make_lazy();
   Value eval(const Expr& e);
   bool test(const Expr& e);
   TupleResolver& resolver() { return resolver_; }

@@ -85,30 +85,40 @@ ColumnSelection Scope::prepare(int index) {
   s.width = next;
   s.rows.clear();
   s.ids.clear();
+  s.cached_row = -1;
+  s.cached.clear();
   // Only the columns the statement mentions are decoded (long values included).
   ColumnSelection wanted;
   if (s.table && s.table->def().columns.size() == n) {
     wanted.resize(n);
     for (std::size_t c = 0; c < n; ++c) wanted[c] = s.slot[c] >= 0;
   }
+  s.wanted = wanted;
   return wanted;
 }
 
 bool Scope::keep(int index, RowId id, const Row& row, const std::vector<const Expr*>& filters) {
   Source& s = sources[static_cast<std::size_t>(index)];
-  std::vector<Value> values(static_cast<std::size_t>(s.width));
-  for (std::size_t c = 0; c < s.slot.size() && c < row.size(); ++c)
-    if (s.slot[c] >= 0) values[static_cast<std::size_t>(s.slot[c])] = row[c];
-  s.rows.push_back(std::move(values));
+  if (s.lazy) {
+    // The values stay only as the last row read, for the filters.
+    s.cached = row;
+    s.cached_row = static_cast<std::int32_t>(s.ids.size());
+  } else {
+    std::vector<Value> values(static_cast<std::size_t>(s.width));
+    for (std::size_t c = 0; c < s.slot.size() && c < row.size(); ++c)
+      if (s.slot[c] >= 0) values[static_cast<std::size_t>(s.slot[c])] = row[c];
+    s.rows.push_back(std::move(values));
+  }
   s.ids.push_back(id);
   CurrentGuard guard(*this);
   std::vector<std::int32_t> tuple(sources.size(), -1);
-  tuple[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(s.rows.size() - 1);
+  tuple[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(s.ids.size() - 1);
   current = tuple.data();
   for (const Expr* f : filters) {
     if (!test(*f)) {
-      s.rows.pop_back();
+      if (!s.lazy) s.rows.pop_back();
       s.ids.pop_back();
+      s.cached_row = -1;
       return false;
     }
   }
@@ -172,7 +182,7 @@ Relation Scope::join_tree(const TableRef& ref, const std::vector<const Expr*>& w
   Relation r;
   r.width = static_cast<int>(sources.size());
   r.members = {index};
-  const std::size_t rows = sources[static_cast<std::size_t>(index)].rows.size();
+  const std::size_t rows = sources[static_cast<std::size_t>(index)].count();
   r.cells.assign(rows * static_cast<std::size_t>(r.width), -1);
   for (std::size_t i = 0; i < rows; ++i)
     r.cells[i * static_cast<std::size_t>(r.width) + static_cast<std::size_t>(index)] =

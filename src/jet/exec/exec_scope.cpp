@@ -196,10 +196,25 @@ Value Scope::value(const Binding& b) {
   for (int d = 0; d < b.depth; ++d) s = s->parent_;
   const int row = s->current ? s->current[b.source] : -1;
   if (row < 0) return Value::null();
-  const Source& src = s->sources[static_cast<std::size_t>(b.source)];
+  Source& src = s->sources[static_cast<std::size_t>(b.source)];
   const int slot = src.slot[static_cast<std::size_t>(b.column)];
   if (slot < 0) return Value::null();
+  if (src.lazy) {
+    if (src.cached_row != row) {
+      auto again = read_row(src.table->pager(), src.table->def(), src.ids[static_cast<std::size_t>(row)], src.wanted);
+      // Nothing is written while a statement works out its tuples: the row is still there.
+      if (!again) throw_damaged(src.table->pager().file_name(), "ligne disparue pendant l'instruction");
+      src.cached = std::move(*again);
+      src.cached_row = row;
+    }
+    return src.cached[static_cast<std::size_t>(b.column)];
+  }
   return src.rows[static_cast<std::size_t>(row)][static_cast<std::size_t>(slot)];
+}
+
+void Scope::make_lazy() {
+  for (Source& s : sources)
+    if (!s.is_query && s.table && s.table->def().columns.size() == s.column_names.size()) s.lazy = true;
 }
 
 Value Scope::eval(const Expr& e) { return evaluate(e, resolver_, run_.options()); }

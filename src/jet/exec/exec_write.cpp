@@ -99,6 +99,8 @@ std::int64_t run_update(Run& run, const Update& update) {
 
   std::vector<const Expr*> where;
   conjuncts(update.where.get(), where);
+  // The tuples are gone through in order: rows are read again rather than held.
+  scope.make_lazy();
   const Relation rel = scope.join_tree(*update.target, where);
   const auto tuples = matching(scope, rel, update.where.get());
 
@@ -171,9 +173,10 @@ std::int64_t run_delete(Run& run, const Delete& del) {
   }
   const Source& s = target_source(scope, target);
 
+  scope.make_lazy();
   const Relation rel = scope.from_all(del.from, del.where.get());
   const auto tuples = matching(scope, rel, del.where.get());
-  std::vector<bool> doomed(s.rows.size(), false);
+  std::vector<bool> doomed(s.count(), false);
   std::vector<RowId> ids;
   for (const std::int32_t* t : tuples) {
     const std::int32_t row = t[target];
