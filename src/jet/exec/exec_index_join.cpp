@@ -73,21 +73,14 @@ std::optional<Relation> Scope::index_join(JoinKind kind, const Relation& left, c
   // Column number of the right table -> the left expression it must equal.
   std::unordered_map<std::uint16_t, const Expr*> equal_to;
   for (const Expr* c : on) {
-    const auto* b = std::get_if<Binary>(&c->node);
-    if (!b || b->op != BinaryOp::Equal) continue;
-    for (int side = 0; side < 2; ++side) {
-      const Expr& col = side == 0 ? *b->left : *b->right;
-      const Expr& other = side == 0 ? *b->right : *b->left;
-      const auto* ref = std::get_if<ColumnRef>(&col.node);
-      if (!ref || ref->star) continue;
-      const Binding& bound = bind(*ref);
-      if (bound.kind != Binding::Column || bound.depth != 0 || bound.source != index) continue;
+    for (const auto& [bound_column, other_side] : equalities_on(*c, index)) {
+      const Expr& other = *other_side;
       const std::set<int> used = sources_of(other);
       if (used.empty() || used.count(index)) continue;
       bool left_only = true;
       for (int u : used)
         if (std::find(left.members.begin(), left.members.end(), u) == left.members.end()) left_only = false;
-      if (left_only) equal_to.emplace(def.columns[static_cast<std::size_t>(bound.column)].number, &other);
+      if (left_only) equal_to.emplace(def.columns[static_cast<std::size_t>(bound_column)].number, &other);
     }
   }
   // The index with the most columns, all of them equated.

@@ -185,6 +185,9 @@ class Scope {
  private:
   Binding resolve(const ColumnRef& ref, bool allow_alias);
   std::optional<std::vector<RowId>> seek_candidates(int index, const std::vector<const Expr*>& filters);
+  // Each way `condition` reads as "a column of source `index` = another expression": the
+  // column and the other side (none unless it is an equality).
+  std::vector<std::pair<int, const Expr*>> equalities_on(const Expr& condition, int index);
   // Sets up a source's stored rows (empty) and their columns; the columns to decode.
   ColumnSelection prepare(int index);
   // Stores a row read from the source's table, kept when every filter holds for it.

@@ -26,6 +26,21 @@ char key_class(const std::string& key) { return key.empty() ? '0' : (key[0] == '
 
 }  // namespace
 
+std::vector<std::pair<int, const Expr*>> Scope::equalities_on(const Expr& condition, int index) {
+  std::vector<std::pair<int, const Expr*>> out;
+  const auto* b = std::get_if<Binary>(&condition.node);
+  if (!b || b->op != BinaryOp::Equal) return out;
+  for (int side = 0; side < 2; ++side) {
+    const Expr& col = side == 0 ? *b->left : *b->right;
+    const Expr& other = side == 0 ? *b->right : *b->left;
+    const auto* ref = std::get_if<ColumnRef>(&col.node);
+    if (!ref || ref->star) continue;
+    const Binding& bound = bind(*ref);
+    if (bound.kind == Binding::Column && bound.depth == 0 && bound.source == index) out.emplace_back(bound.column, &other);
+  }
+  return out;
+}
+
 // Rows of a local table whose indexed column equals a constant of one of the filters, found
 // by seeking its index; nullopt when no filter lends itself to it. The rows found are only
 // candidates: the caller still checks every filter.
@@ -34,21 +49,14 @@ std::optional<std::vector<RowId>> Scope::seek_candidates(int index, const std::v
   if (s.is_query || !s.table) return std::nullopt;
   const TableDef& def = s.table->def();
   for (const Expr* f : filters) {
-    const auto* b = std::get_if<Binary>(&f->node);
-    if (!b || b->op != BinaryOp::Equal) continue;
-    for (int side = 0; side < 2; ++side) {
-      const Expr& col = side == 0 ? *b->left : *b->right;
-      const Expr& other = side == 0 ? *b->right : *b->left;
-      const auto* ref = std::get_if<ColumnRef>(&col.node);
-      if (!ref || ref->star) continue;
-      const Binding& bound = bind(*ref);
-      if (bound.kind != Binding::Column || bound.depth != 0 || bound.source != index) continue;
+    for (const auto& [bound_column, other_side] : equalities_on(*f, index)) {
+      const Expr& other = *other_side;
       if (!sources_of(other).empty()) continue;
       bool constant = true;
       walk(other, [&](const ColumnRef& r) { if (bind(r).kind == Binding::Alias) constant = false; },
            [&](const Select&) { constant = false; });
       if (!constant) continue;
-      const jet::ColumnDef& column = def.columns[static_cast<std::size_t>(bound.column)];
+      const jet::ColumnDef& column = def.columns[static_cast<std::size_t>(bound_column)];
       const IndexDef* chosen = nullptr;
       for (const auto& idx : def.indexes)
         if (!idx.columns.empty() && idx.columns[0].column_number == column.number) chosen = &idx;
