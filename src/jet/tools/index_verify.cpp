@@ -93,7 +93,7 @@ class Checker {
              " en réalité");
     }
     if (levels_.size() <= depth) levels_.resize(depth + 1);
-    levels_[depth].push_back(page);
+    levels_[depth].push_back({page.number, page.prev, page.next});
 
     std::optional<std::pair<std::vector<std::uint8_t>, RowId>> last;
     if (page.leaf) {
@@ -262,7 +262,11 @@ class Checker {
   std::vector<KeyColumn> columns_;
   std::vector<std::string> problems_;
   std::set<PageNumber> seen_;
-  std::vector<std::vector<IndexPage>> levels_;
+  // The pages of each level in tree order, with their links (entries are not kept).
+  struct Linked {
+    PageNumber number, prev, next;
+  };
+  std::vector<std::vector<Linked>> levels_;
   std::optional<std::size_t> leaf_depth_;
   std::vector<LeafEntry> entries_;
   bool incomplete_ = false;        // some part of the tree could not be read
