@@ -15,6 +15,12 @@
 #include "sample/construction.h"
 
 namespace echantillon {
+
+std::string NumeroPermis(int i) {
+  const std::string serie = std::to_string(2000 + i);
+  return (serie.size() <= 6 ? "PC0593501" : "PC059350") + serie;
+}
+
 namespace {
 
 namespace dao = platform::dao;
@@ -52,7 +58,7 @@ constexpr std::array<const char*, 4> kDemandeurs{"SCI Les Tilleuls", "M. et Mme 
 void RemplitFiche(dao::Recordset& rs, int i) {
   rs.Fields("NUFICHE").SetValue(1000 + i);
   rs.Fields("COPERAUT").SetValue(kServices[static_cast<std::size_t>(i % 3)]);
-  rs.Fields("NUPERMIS").SetValue("PC0593501" + std::to_string(2000 + i));
+  rs.Fields("NUPERMIS").SetValue(NumeroPermis(i));
   rs.Fields("COCNE").SetValue(kCommunes[static_cast<std::size_t>(i % 2)]);
   rs.Fields("LIFICADR").SetValue(std::to_string(1 + i % 90) + " rue du Faubourg d'Arras");
   rs.Fields("COFICCOM").SetValue(kCommunes[static_cast<std::size_t>(i % 2)]);

@@ -49,6 +49,11 @@ void CreeBaseEcole(platform::dao::DBEngine& moteur, const std::string& chemin, c
                    int fiches = 12);
 
 // The two school sites of this release.
+// The permit number of record `i`: 15 characters at most (the column's size) and distinct
+// for every record up to 1,000,000 (past 998,000 the serial has 7 digits and takes the place
+// of the prefix's last one).
+std::string NumeroPermis(int i);
+
 SiteEchantillon SiteTorvandes();
 SiteEchantillon SiteMiranel();
 

@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "app_fixture.h"
 #include "launcher/program.h"
+#include "sample/sample_databases.h"
 #include "sample/sample_workstation.h"
 #include "platform/dao/dao.h"
 #include "platform/environment.h"
@@ -59,6 +61,22 @@ TEST_F(SampleWorkstationTest, HoldsAnOldLayoutSiteAndANewLayoutSite) {
     EXPECT_EQ(bd.Relations().Count(), 15);
     bd.Close();
   }
+}
+
+// Permit numbers stay within their 15-character column and distinct across the range the
+// sample is built for, the step from 6 to 7 digits of the serial included.
+TEST(SampleNumbers, PermitNumbersFitTheirColumnAndNeverRepeatUpToAMillionRecords) {
+  // The ranges where the two forms could meet: the first serials, those of 6 digits
+  // starting "100", and the last ones.
+  std::set<std::string> seen;
+  for (const auto& [from, to] : {std::pair{0, 5'000}, std::pair{96'000, 104'000}, std::pair{990'000, 1'000'000}}) {
+    for (int i = from; i < to; ++i) {
+      const std::string n = echantillon::NumeroPermis(i);
+      ASSERT_LE(n.size(), 15u) << i;
+      ASSERT_TRUE(seen.insert(n).second) << i << " " << n;
+    }
+  }
+  EXPECT_EQ(echantillon::NumeroPermis(0), "PC05935012000");
 }
 
 TEST_F(SampleWorkstationTest, RefusesAFolderInUse) {
