@@ -20,9 +20,14 @@ void RecordsetImpl::checkCurrent() const {
 }
 
 int RecordsetImpl::columnIndex(std::string_view fieldName) const {
-  for (std::size_t i = 0; i < columns.size(); ++i)
-    if (EqualsNoCase(columns[i].def.name, fieldName)) return static_cast<int>(i);
-  throw daoError(dao_errors::ItemNotFound);
+  if (columnsByName.empty()) {
+    // The first of equal names wins, as a search in column order would find it.
+    for (std::size_t i = 0; i < columns.size(); ++i)
+      columnsByName.emplace(FoldCase(columns[i].def.name), static_cast<int>(i));
+  }
+  const auto it = columnsByName.find(FoldCase(fieldName));
+  if (it == columnsByName.end()) throw daoError(dao_errors::ItemNotFound);
+  return it->second;
 }
 
 jet::Row RecordsetImpl::readRow(long position) const {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "jet/api/database.h"
@@ -44,6 +45,9 @@ struct RecordsetImpl {
   std::unique_ptr<jet::TableWriter> writerCache;
   std::optional<jet::Row> defaultsCache;
   std::uint64_t cacheGeneration = 0;
+  // Position of each column by folded name (FoldCase), built at the first lookup by name:
+  // code setting fields by name looks one up for every value it writes.
+  mutable std::unordered_map<std::string, int> columnsByName;
 
   long size() const noexcept { return static_cast<long>(deleted.size()); }
   bool rowBacked() const noexcept { return table.has_value(); }
