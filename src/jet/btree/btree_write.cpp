@@ -149,6 +149,9 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
     const bool present = pos < entries.size() && compare_entries(entries[pos].key, entries[pos].row, t.key, t.row) == 0;
     if (t.insert && present) damaged(number, "entrée déjà présente dans l'index");
     if (!t.insert && !present) return std::nullopt;
+    if (t.insert) {
+      if (auto c = inserted_in_place(page, pos, t)) return c;
+    }
     const std::size_t count = entries.size();
     IndexNode node = take_node(page);
     const auto at = node.items.begin() + static_cast<std::ptrdiff_t>(pos);
@@ -194,6 +197,48 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
   items.erase(items.begin() + static_cast<std::ptrdiff_t>(child));
   items.insert(items.begin() + static_cast<std::ptrdiff_t>(child), sub->items.begin(), sub->items.end());
   return stored(std::move(node), at_end, last_changed);
+}
+
+// The common insert: the entry still fits a leaf that stores its entries whole. The page's
+// bytes are patched (leaf_with_entry) and its parsed form updated rather than rebuilt, so an
+// insert costs a copy of the page instead of an encoding of every entry. nullopt (nothing
+// written) when the node must be encoded.
+std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_ptr<const CachedIndexPage>& page,
+                                                                  std::size_t pos, const Target& t) {
+  Pager& pager = store_->pager();
+  const PageNumber number = page->number;
+  auto bytes = leaf_with_entry(pager.read(number), *page, page->level, pos, t.key, t.row);
+  if (!bytes) return std::nullopt;
+  const std::size_t count = page->entries.size();
+  cache_->forget(number);
+  std::shared_ptr<CachedIndexPage> parsed;
+  if (page.use_count() == 1) {
+    // Created non-const by the cache, and now held here alone.
+    parsed = std::const_pointer_cast<CachedIndexPage>(std::move(page));
+  } else {
+    parsed = std::make_shared<CachedIndexPage>(*page);
+    page.reset();
+  }
+  // What parse_index_page would now read: the entries after `pos` start `size` bytes later.
+  auto& entries = parsed->entries;
+  const std::size_t size = t.key.size() + disk::kIndexRowPointerSize;
+  IndexEntry entry;
+  entry.key.assign(t.key.begin(), t.key.end());
+  entry.row = t.row;
+  entry.offset = static_cast<std::uint16_t>(pos < count ? entries[pos].offset : disk::kIndexEntries + parsed->used_bytes);
+  for (std::size_t i = pos; i < count; ++i) entries[i].offset = static_cast<std::uint16_t>(entries[i].offset + size);
+  entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), std::move(entry));
+  parsed->used_bytes = static_cast<std::uint16_t>(parsed->used_bytes + size);
+  parsed->free_space = static_cast<std::uint16_t>((*bytes)[disk::kPageFreeSpace] | ((*bytes)[disk::kPageFreeSpace + 1] << 8));
+  parsed->tail = 0;
+
+  Change c;
+  c.at_end = c.last_changed = pos == count;
+  // The parent only looks at the item when the subtree's last entry changed.
+  if (c.last_changed) c.items = {{entries.back().key, t.row, number}};
+  store_->write_page(number, std::move(*bytes));
+  cache_->put(pager, std::move(parsed));
+  return c;
 }
 
 // The node of a leaf about to be rewritten. The cache forgets the page (the write records

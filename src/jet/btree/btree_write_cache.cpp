@@ -43,9 +43,12 @@ std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNum
 }
 
 void IndexPageCache::put(Pager& pager, CachedIndexPage parsed) {
-  const PageNumber number = parsed.number;
+  put(pager, std::make_shared<CachedIndexPage>(std::move(parsed)));
+}
+
+void IndexPageCache::put(Pager& pager, std::shared_ptr<const CachedIndexPage> shared) {
+  const PageNumber number = shared->number;
   Page page = pager.read(number);
-  std::shared_ptr<const CachedIndexPage> shared = std::make_shared<CachedIndexPage>(std::move(parsed));
   auto it = slots_.find(number);
   if (it != slots_.end()) {
     it->second = Slot{std::move(page), std::move(shared), ++clock_};

@@ -39,6 +39,7 @@ class IndexPageCache {
   // written that page from the node it parsed (it must be exactly what parse_index_page
   // would give for the page's bytes).
   void put(Pager& pager, CachedIndexPage parsed);
+  void put(Pager& pager, std::shared_ptr<const CachedIndexPage> parsed);
 
   // Drops page `number` from the cache (a writer about to replace it).
   void forget(PageNumber number) { slots_.erase(number); }

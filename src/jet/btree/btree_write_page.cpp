@@ -20,6 +20,37 @@ void append_entry(std::vector<std::uint8_t>& b, const IndexNodeItem& item, bool 
   if (!leaf) append_be(b, item.child, 4);
 }
 
+struct Header {
+  bool leaf = true;
+  PageNumber owner = 0;
+  PageNumber prev = 0;
+  PageNumber next = 0;
+  PageNumber tail = 0;
+  std::size_t free_space = 0;
+  std::size_t prefix = 0;
+  std::uint8_t level = 0;
+};
+
+// A blank page with its header; every other byte zero.
+std::vector<std::uint8_t> blank_page(std::size_t page_size, const Header& h) {
+  std::vector<std::uint8_t> page(page_size, 0);
+  page[0] = h.leaf ? disk::kPageIndexLeaf : disk::kPageIndexNode;
+  page[1] = 0x01;
+  store_le16(page, disk::kPageFreeSpace, static_cast<std::uint16_t>(h.free_space));
+  store_le32(page, disk::kPageOwner, h.owner);
+  store_le32(page, disk::kIndexPrev, h.prev);
+  store_le32(page, disk::kIndexNext, h.next);
+  store_le32(page, disk::kIndexTail, h.tail);
+  store_le16(page, disk::kIndexPrefix, static_cast<std::uint16_t>(h.prefix));
+  page[disk::kIndexLevel] = h.level;
+  return page;
+}
+
+// Marks an entry ending `at` bytes into the entry area.
+void mark_end(std::vector<std::uint8_t>& page, std::size_t at) {
+  page[disk::kIndexMask + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
+}
+
 }  // namespace
 
 std::size_t index_entry_room(std::size_t page_size) noexcept {
@@ -66,16 +97,8 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
   const std::size_t used = whole - (stored == 0 ? 0 : (stored - 1) * prefix);
   if (used > room) return std::nullopt;
 
-  std::vector<std::uint8_t> page(page_size, 0);
-  page[0] = node.leaf ? disk::kPageIndexLeaf : disk::kPageIndexNode;
-  page[1] = 0x01;
-  store_le16(page, disk::kPageFreeSpace, static_cast<std::uint16_t>(room - used));
-  store_le32(page, disk::kPageOwner, node.owner);
-  store_le32(page, disk::kIndexPrev, node.prev);
-  store_le32(page, disk::kIndexNext, node.next);
-  store_le32(page, disk::kIndexTail, tail);
-  store_le16(page, disk::kIndexPrefix, static_cast<std::uint16_t>(prefix));
-  page[disk::kIndexLevel] = node.level;
+  std::vector<std::uint8_t> page =
+      blank_page(page_size, {node.leaf, node.owner, node.prev, node.next, tail, room - used, prefix, node.level});
   std::size_t at = 0;
   for (std::size_t i = 0; i < stored; ++i) {
     const std::size_t skip = i == 0 ? 0 : prefix;
@@ -83,9 +106,44 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
     std::copy(flat.begin() + static_cast<std::ptrdiff_t>(start), flat.begin() + static_cast<std::ptrdiff_t>(ends[i]),
               page.begin() + static_cast<std::ptrdiff_t>(disk::kIndexEntries + at));
     at += ends[i] - start;
-    page[disk::kIndexMask + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
+    mark_end(page, at);
   }
   return page;
+}
+
+std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const IndexPage& parsed,
+                                                         std::uint8_t level, std::size_t pos,
+                                                         std::span<const std::uint8_t> key, RowId row) {
+  const FormatLayout& layout = page.layout();
+  // The stored entries must sit exactly where encode_index_node puts them.
+  if (!parsed.leaf || parsed.prefix_length != 0 || layout.index_entries != disk::kIndexEntries ||
+      layout.index_mask != disk::kIndexMask || pos > parsed.entries.size()) {
+    return std::nullopt;
+  }
+  const std::size_t page_size = page.size();
+  const std::size_t room = index_entry_room(page_size);
+  const std::size_t size = key.size() + disk::kIndexRowPointerSize;
+  const std::size_t used = parsed.used_bytes;
+  if (used + size > room) return std::nullopt;  // needs a shared prefix, or a split
+  std::vector<std::uint8_t> out =
+      blank_page(page_size, {true, parsed.owner, parsed.prev, parsed.next, 0, room - used - size, 0, level});
+  const std::size_t at = pos < parsed.entries.size() ? parsed.entries[pos].offset - disk::kIndexEntries : used;
+  const std::uint8_t* old = page.view().data() + disk::kIndexEntries;
+  std::uint8_t* area = out.data() + disk::kIndexEntries;
+  std::copy(old, old + at, area);
+  std::copy(key.begin(), key.end(), area + at);
+  std::uint8_t* pointer = area + at + key.size();
+  pointer[0] = static_cast<std::uint8_t>(row.page >> 16);
+  pointer[1] = static_cast<std::uint8_t>(row.page >> 8);
+  pointer[2] = static_cast<std::uint8_t>(row.page);
+  pointer[3] = row.row;
+  std::copy(old + at, old + used, area + at + size);
+  std::size_t end = 0;
+  for (std::size_t i = 0; i <= parsed.entries.size(); ++i) {
+    if (i == pos) mark_end(out, end += size);
+    if (i < parsed.entries.size()) mark_end(out, end += parsed.entries[i].key.size() + disk::kIndexRowPointerSize);
+  }
+  return out;
 }
 
 void set_index_page_link(std::vector<std::uint8_t>& page, bool previous, PageNumber target) {
