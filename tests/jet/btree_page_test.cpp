@@ -127,7 +127,7 @@ TEST(BtreePage, PagesPatchedInPlaceMatchTheirEncodingAndTheirKeptParse) {
     w.text(std::string(random() % 40, 'k') + std::to_string(random() % 100000));
     writer.insert(w.take(), {0x1000 + n / 100, static_cast<std::uint8_t>(n % 100)});
   }
-  std::size_t leaves = 0;
+  std::size_t leaves = 0, shared = 0;
   std::vector<jet::PageNumber> tree{index.root_page};
   for (std::size_t at = 0; at < tree.size(); ++at) {
     const jet::PageNumber p = tree[at];
@@ -152,8 +152,10 @@ TEST(BtreePage, PagesPatchedInPlaceMatchTheirEncodingAndTheirKeptParse) {
       EXPECT_EQ(kept->entries[i].offset, parsed.entries[i].offset) << i;
     }
     if (parsed.leaf) ++leaves;
+    if (parsed.leaf && parsed.prefix_length > 0) ++shared;
   }
   EXPECT_GT(leaves, 10u) << "the tree grew past its root";
+  EXPECT_GT(shared, 0u) << "some leaves share a prefix";
   EXPECT_GT(store.page_cache()->hits(), 0u);
 }
 

@@ -199,10 +199,10 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
   return stored(std::move(node), at_end, last_changed);
 }
 
-// The common insert: the entry still fits a leaf that stores its entries whole. The page's
-// bytes are patched (leaf_with_entry) and its parsed form updated rather than rebuilt, so an
-// insert costs a copy of the page instead of an encoding of every entry. nullopt (nothing
-// written) when the node must be encoded.
+// The common insert: the entry fits its leaf without changing the page's shared prefix. The
+// page's bytes are patched (leaf_with_entry) and its parsed form updated rather than rebuilt,
+// so an insert costs a copy of the page instead of an encoding of every entry. nullopt
+// (nothing written) when the node must be encoded.
 std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_ptr<const CachedIndexPage>& page,
                                                                   std::size_t pos, const Target& t) {
   Pager& pager = store_->pager();
@@ -219,16 +219,19 @@ std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_pt
     parsed = std::make_shared<CachedIndexPage>(*page);
     page.reset();
   }
-  // What parse_index_page would now read: the entries after `pos` start `size` bytes later.
+  // What parse_index_page would now read: the same prefix, every entry after the first
+  // stored without it.
   auto& entries = parsed->entries;
-  const std::size_t size = t.key.size() + disk::kIndexRowPointerSize;
   IndexEntry entry;
   entry.key.assign(t.key.begin(), t.key.end());
   entry.row = t.row;
-  entry.offset = static_cast<std::uint16_t>(pos < count ? entries[pos].offset : disk::kIndexEntries + parsed->used_bytes);
-  for (std::size_t i = pos; i < count; ++i) entries[i].offset = static_cast<std::uint16_t>(entries[i].offset + size);
   entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), std::move(entry));
-  parsed->used_bytes = static_cast<std::uint16_t>(parsed->used_bytes + size);
+  std::size_t at = disk::kIndexEntries;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    entries[i].offset = static_cast<std::uint16_t>(at);
+    at += entries[i].key.size() + disk::kIndexRowPointerSize - (i == 0 ? 0 : parsed->prefix_length);
+  }
+  parsed->used_bytes = static_cast<std::uint16_t>(at - disk::kIndexEntries);
   parsed->free_space = static_cast<std::uint16_t>((*bytes)[disk::kPageFreeSpace] | ((*bytes)[disk::kPageFreeSpace + 1] << 8));
   parsed->tail = 0;
 

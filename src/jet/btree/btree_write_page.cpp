@@ -51,6 +51,40 @@ void mark_end(std::vector<std::uint8_t>& page, std::size_t at) {
   page[disk::kIndexMask + at / 8] |= static_cast<std::uint8_t>(1u << (at % 8));
 }
 
+// An entry as encode_index_node lays it out whole: key, then the row pointer.
+struct WholeEntry {
+  std::span<const std::uint8_t> key;
+  RowId row;
+  std::size_t size() const noexcept { return key.size() + disk::kIndexRowPointerSize; }
+  std::uint8_t at(std::size_t j) const noexcept {
+    if (j < key.size()) return key[j];
+    switch (j - key.size()) {
+      case 0: return static_cast<std::uint8_t>(row.page >> 16);
+      case 1: return static_cast<std::uint8_t>(row.page >> 8);
+      case 2: return static_cast<std::uint8_t>(row.page);
+      default: return row.row;
+    }
+  }
+};
+
+// The prefix encode_index_node shares over `n` leaf entries (`entry(i)`, `whole` bytes in
+// all): none while they fit whole, else the bytes every entry has in common with the first,
+// each later entry keeping one byte of its own.
+template <class Get>
+std::size_t chosen_prefix(std::size_t n, std::size_t whole, std::size_t room, Get entry) {
+  if (whole <= room || n == 0) return 0;
+  const WholeEntry first = entry(0);
+  std::size_t prefix = first.size();
+  for (std::size_t i = 1; i < n && prefix > 0; ++i) {
+    const WholeEntry e = entry(i);
+    const std::size_t limit = std::min(prefix, e.size() - 1);
+    std::size_t same = 0;
+    while (same < limit && e.at(same) == first.at(same)) ++same;
+    prefix = same;
+  }
+  return prefix;
+}
+
 }  // namespace
 
 std::size_t index_entry_room(std::size_t page_size) noexcept {
@@ -115,33 +149,55 @@ std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const
                                                          std::uint8_t level, std::size_t pos,
                                                          std::span<const std::uint8_t> key, RowId row) {
   const FormatLayout& layout = page.layout();
-  // The stored entries must sit exactly where encode_index_node puts them.
-  if (!parsed.leaf || parsed.prefix_length != 0 || layout.index_entries != disk::kIndexEntries ||
-      layout.index_mask != disk::kIndexMask || pos > parsed.entries.size()) {
+  const auto& entries = parsed.entries;
+  const std::size_t count = entries.size();
+  if (!parsed.leaf || layout.index_entries != disk::kIndexEntries || layout.index_mask != disk::kIndexMask ||
+      pos > count) {
     return std::nullopt;
   }
-  const std::size_t page_size = page.size();
-  const std::size_t room = index_entry_room(page_size);
+  const std::size_t room = index_entry_room(page.size());
+  const std::size_t prefix = parsed.prefix_length;
   const std::size_t size = key.size() + disk::kIndexRowPointerSize;
-  const std::size_t used = parsed.used_bytes;
-  if (used + size > room) return std::nullopt;  // needs a shared prefix, or a split
+  const std::size_t whole_before = parsed.used_bytes + (count > 0 ? (count - 1) * prefix : 0);
+  const std::size_t whole = whole_before + size;
+  // encode_index_node's prefix for the entries as they are, then with the new one: the page
+  // must be laid out as the encoder lays it out, and keep its prefix.
+  const WholeEntry added{key, row};
+  if (chosen_prefix(count, whole_before, room, [&](std::size_t i) { return WholeEntry{entries[i].key, entries[i].row}; }) !=
+          prefix ||
+      chosen_prefix(count + 1, whole, room, [&](std::size_t i) {
+        return i == pos ? added : WholeEntry{entries[i < pos ? i : i - 1].key, entries[i < pos ? i : i - 1].row};
+      }) != prefix) {
+    return std::nullopt;
+  }
+  const std::size_t used = whole - count * prefix;
+  if (used > room) return std::nullopt;  // a split
+
   std::vector<std::uint8_t> out =
-      blank_page(page_size, {true, parsed.owner, parsed.prev, parsed.next, 0, room - used - size, 0, level});
-  const std::size_t at = pos < parsed.entries.size() ? parsed.entries[pos].offset - disk::kIndexEntries : used;
+      blank_page(page.size(), {true, parsed.owner, parsed.prev, parsed.next, 0, room - used, prefix, level});
   const std::uint8_t* old = page.view().data() + disk::kIndexEntries;
   std::uint8_t* area = out.data() + disk::kIndexEntries;
-  std::copy(old, old + at, area);
-  std::copy(key.begin(), key.end(), area + at);
-  std::uint8_t* pointer = area + at + key.size();
-  pointer[0] = static_cast<std::uint8_t>(row.page >> 16);
-  pointer[1] = static_cast<std::uint8_t>(row.page >> 8);
-  pointer[2] = static_cast<std::uint8_t>(row.page);
-  pointer[3] = row.row;
-  std::copy(old + at, old + used, area + at + size);
+  std::uint8_t* at = area;
+  auto put_added = [&](std::size_t skip) {
+    std::uint8_t bytes[4] = {static_cast<std::uint8_t>(row.page >> 16), static_cast<std::uint8_t>(row.page >> 8),
+                             static_cast<std::uint8_t>(row.page), row.row};
+    for (std::size_t j = skip; j < size; ++j) *at++ = j < key.size() ? key[j] : bytes[j - key.size()];
+  };
+  if (pos == 0) {
+    // The new entry goes first, whole; the former first entry loses the shared bytes.
+    put_added(0);
+    at = std::copy(old + prefix, old + parsed.used_bytes, at);
+  } else {
+    const std::size_t split = pos < count ? entries[pos].offset - disk::kIndexEntries : parsed.used_bytes;
+    at = std::copy(old, old + split, at);
+    put_added(prefix);
+    at = std::copy(old + split, old + parsed.used_bytes, at);
+  }
   std::size_t end = 0;
-  for (std::size_t i = 0; i <= parsed.entries.size(); ++i) {
-    if (i == pos) mark_end(out, end += size);
-    if (i < parsed.entries.size()) mark_end(out, end += parsed.entries[i].key.size() + disk::kIndexRowPointerSize);
+  for (std::size_t i = 0; i <= count; ++i) {
+    const std::size_t entry_size = i == pos ? size : entries[i < pos ? i : i - 1].key.size() + disk::kIndexRowPointerSize;
+    end += entry_size - (i == 0 ? 0 : prefix);
+    mark_end(out, end);
   }
   return out;
 }

@@ -49,8 +49,9 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
 // The page bytes of leaf `page` (parsed as `parsed`, level byte `level`) with one more entry
 // (`key`, `row`) at position `pos` of its entries: exactly what encode_index_node gives for
 // that node, made by moving the page's stored entries rather than encoding each again.
-// Only for a Jet 4 leaf that stores its entries whole and still can with the new one;
-// nullopt otherwise (the caller encodes the node).
+// Only for a Jet 4 leaf laid out as the encoder lays it out whose shared prefix (none while
+// the entries fit whole) stays the same with the new entry; nullopt otherwise (the caller
+// encodes the node, or splits it).
 std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const IndexPage& parsed,
                                                          std::uint8_t level, std::size_t pos,
                                                          std::span<const std::uint8_t> key, RowId row);
