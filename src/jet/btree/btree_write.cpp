@@ -207,7 +207,8 @@ std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_pt
                                                                   std::size_t pos, const Target& t) {
   Pager& pager = store_->pager();
   const PageNumber number = page->number;
-  auto bytes = leaf_with_entry(pager.read(number), *page, page->level, pos, t.key, t.row);
+  std::optional<std::size_t> bound = page->shared_bound;
+  auto bytes = leaf_with_entry(pager.read(number), *page, page->level, pos, t.key, t.row, bound);
   if (!bytes) return std::nullopt;
   const std::size_t count = page->entries.size();
   cache_->forget(number);
@@ -234,6 +235,7 @@ std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_pt
   parsed->used_bytes = static_cast<std::uint16_t>(at - disk::kIndexEntries);
   parsed->free_space = static_cast<std::uint16_t>((*bytes)[disk::kPageFreeSpace] | ((*bytes)[disk::kPageFreeSpace + 1] << 8));
   parsed->tail = 0;
+  parsed->shared_bound = bound;
 
   Change c;
   c.at_end = c.last_changed = pos == count;

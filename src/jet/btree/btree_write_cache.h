@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <unordered_map>
 
@@ -25,6 +26,8 @@ namespace jet {
 // A parsed index page with its level byte (offset 26), which the writer keeps as it was.
 struct CachedIndexPage : IndexPage {
   std::uint8_t level = 0;
+  // Of a leaf the writer patched: the bound its next patch starts from (leaf_with_entry).
+  std::optional<std::size_t> shared_bound;
 };
 
 class IndexPageCache {

@@ -67,22 +67,29 @@ struct WholeEntry {
   }
 };
 
-// The prefix encode_index_node shares over `n` leaf entries (`entry(i)`, `whole` bytes in
-// all): none while they fit whole, else the bytes every entry has in common with the first,
-// each later entry keeping one byte of its own.
+// Leading bytes `e` shares with `first`, at most `limit`.
+std::size_t same_start(const WholeEntry& first, const WholeEntry& e, std::size_t limit) {
+  const std::size_t keys = std::min({limit, first.key.size(), e.key.size()});
+  std::size_t same = static_cast<std::size_t>(
+      std::mismatch(first.key.begin(), first.key.begin() + static_cast<std::ptrdiff_t>(keys), e.key.begin()).first -
+      first.key.begin());
+  if (same < keys) return same;
+  while (same < limit && e.at(same) == first.at(same)) ++same;
+  return same;
+}
+
+// The shared bound of leaf entries: the bytes every entry has in common with the first,
+// each later entry keeping one byte of its own (the first entry's size when alone). It is
+// the prefix encode_index_node shares once the entries no longer fit whole.
 template <class Get>
-std::size_t chosen_prefix(std::size_t n, std::size_t whole, std::size_t room, Get entry) {
-  if (whole <= room || n == 0) return 0;
+std::size_t shared_bound(std::size_t n, Get entry) {
   const WholeEntry first = entry(0);
-  std::size_t prefix = first.size();
-  for (std::size_t i = 1; i < n && prefix > 0; ++i) {
+  std::size_t bound = first.size();
+  for (std::size_t i = 1; i < n && bound > 0; ++i) {
     const WholeEntry e = entry(i);
-    const std::size_t limit = std::min(prefix, e.size() - 1);
-    std::size_t same = 0;
-    while (same < limit && e.at(same) == first.at(same)) ++same;
-    prefix = same;
+    bound = same_start(first, e, std::min(bound, e.size() - 1));
   }
-  return prefix;
+  return bound;
 }
 
 }  // namespace
@@ -147,7 +154,8 @@ std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node
 
 std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const IndexPage& parsed,
                                                          std::uint8_t level, std::size_t pos,
-                                                         std::span<const std::uint8_t> key, RowId row) {
+                                                         std::span<const std::uint8_t> key, RowId row,
+                                                         std::optional<std::size_t>& bound) {
   const FormatLayout& layout = page.layout();
   const auto& entries = parsed.entries;
   const std::size_t count = entries.size();
@@ -160,16 +168,27 @@ std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const
   const std::size_t size = key.size() + disk::kIndexRowPointerSize;
   const std::size_t whole_before = parsed.used_bytes + (count > 0 ? (count - 1) * prefix : 0);
   const std::size_t whole = whole_before + size;
-  // encode_index_node's prefix for the entries as they are, then with the new one: the page
-  // must be laid out as the encoder lays it out, and keep its prefix.
   const WholeEntry added{key, row};
-  if (chosen_prefix(count, whole_before, room, [&](std::size_t i) { return WholeEntry{entries[i].key, entries[i].row}; }) !=
-          prefix ||
-      chosen_prefix(count + 1, whole, room, [&](std::size_t i) {
-        return i == pos ? added : WholeEntry{entries[i < pos ? i : i - 1].key, entries[i < pos ? i : i - 1].row};
-      }) != prefix) {
-    return std::nullopt;
+  auto old_entry = [&](std::size_t i) { return WholeEntry{entries[i].key, entries[i].row}; };
+  // The bound of the entries as they are (computed once, then kept by the caller) and with
+  // the new one.
+  auto bound_before = [&]() -> std::size_t {
+    if (!bound) bound = shared_bound(count, old_entry);
+    return *bound;
+  };
+  std::optional<std::size_t> bound_after;
+  if (count == 0) {
+    bound_after = size;
+  } else if (pos > 0 && (bound || whole > room)) {
+    const std::size_t before = bound_before();
+    bound_after = same_start(old_entry(0), added, std::min(before, size - 1));
+  } else if (whole > room) {
+    bound_after = shared_bound(count + 1, [&](std::size_t i) { return i == 0 ? added : old_entry(i - 1); });
   }
+  // The page must be laid out as the encoder lays it out, and keep its prefix.
+  if (prefix != (whole_before > room ? bound_before() : 0)) return std::nullopt;
+  if (prefix != (whole > room ? *bound_after : 0)) return std::nullopt;
+  bound = bound_after;
   const std::size_t used = whole - count * prefix;
   if (used > room) return std::nullopt;  // a split
 
