@@ -30,11 +30,11 @@ int RecordsetImpl::columnIndex(std::string_view fieldName) const {
   return it->second;
 }
 
-jet::Row RecordsetImpl::readRow(long position) const {
-  auto row = jet::read_row(db->pager(), def, ids[static_cast<std::size_t>(position)]);
+jet::Row RecordsetImpl::readRow(long position, const jet::ColumnSelection& wanted) const {
+  auto row = jet::read_row(db->pager(), def, ids[static_cast<std::size_t>(position)], wanted);
   // Removed by another statement since the set was opened.
   if (!row) throw daoError(dao_errors::RecordDeleted);
-  return *row;
+  return std::move(*row);
 }
 
 Variant RecordsetImpl::value(int column) {
@@ -43,8 +43,13 @@ Variant RecordsetImpl::value(int column) {
   if (editMode != dbEditNone && c.tableColumn >= 0) return Variant(buffer[static_cast<std::size_t>(c.tableColumn)]);
   if (editMode == dbEditAdd) return Variant::Null();
   checkCurrent();
-  if (rowBacked() && c.tableColumn >= 0)
-    return guarded([&] { return Variant(readRow(cur)[static_cast<std::size_t>(c.tableColumn)]); });
+  if (rowBacked() && c.tableColumn >= 0) {
+    // The one column asked for: the row's other texts and long values are left undecoded.
+    const auto at = static_cast<std::size_t>(c.tableColumn);
+    jet::ColumnSelection wanted(def.columns.size());
+    wanted[at] = true;
+    return guarded([&] { return Variant(readRow(cur, wanted)[at]); });
+  }
   return Variant(values[static_cast<std::size_t>(cur)][static_cast<std::size_t>(c.resultColumn)]);
 }
 

@@ -55,7 +55,9 @@ struct RecordsetImpl {
   bool hasCurrent() const noexcept { return cur >= 0 && cur < size(); }
   void checkCurrent() const;              // 3021 / 3167
   int columnIndex(std::string_view name) const;  // 3265 when absent
-  jet::Row readRow(long position) const;  // the base table's row of a record (3167 when gone)
+  // The base table's row of a record (3167 when gone); only the `wanted` columns (all when
+  // empty) are decoded, the others read Null.
+  jet::Row readRow(long position, const jet::ColumnSelection& wanted = {}) const;
   Variant value(int column);
   void setValue(int column, const Variant& value);
   void touch() noexcept { visited = std::max(visited, cur + 1); }
