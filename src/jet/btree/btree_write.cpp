@@ -74,6 +74,18 @@ IndexNode node_taken(IndexPageCache& cache, Pager& pager, CachedIndexPage& page,
   return node;
 }
 
+// The node without its items.
+IndexNode header_copy(const IndexNode& node) {
+  IndexNode copy;
+  copy.number = node.number;
+  copy.leaf = node.leaf;
+  copy.owner = node.owner;
+  copy.prev = node.prev;
+  copy.next = node.next;
+  copy.level = node.level;
+  return copy;
+}
+
 // What parse_index_page gives for the bytes encode_index_node made of `node`, taking the
 // node's keys (the node is spent).
 CachedIndexPage parsed_form(IndexNode&& node, const std::vector<std::uint8_t>& bytes) {
@@ -139,7 +151,8 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
                                                        std::size_t depth) {
   if (depth > disk::kMaxIndexDepth) damaged(number, "arbre d'index trop profond");
   Pager& pager = store_->pager();
-  auto page = cache_->get(pager, number);
+  Page bytes;
+  auto page = cache_->get(pager, number, bytes);
   const auto& entries = page->entries;
   const auto pos = static_cast<std::size_t>(
       std::partition_point(entries.begin(), entries.end(),
@@ -150,7 +163,7 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
     if (t.insert && present) damaged(number, "entrée déjà présente dans l'index");
     if (!t.insert && !present) return std::nullopt;
     if (t.insert) {
-      if (auto c = inserted_in_place(page, pos, t)) return c;
+      if (auto c = inserted_in_place(page, bytes, pos, t)) return c;
     }
     const std::size_t count = entries.size();
     IndexNode node = take_node(page);
@@ -204,11 +217,12 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
 // so an insert costs a copy of the page instead of an encoding of every entry. nullopt
 // (nothing written) when the node must be encoded.
 std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_ptr<const CachedIndexPage>& page,
-                                                                  std::size_t pos, const Target& t) {
+                                                                  const Page& before, std::size_t pos,
+                                                                  const Target& t) {
   Pager& pager = store_->pager();
   const PageNumber number = page->number;
   std::optional<std::size_t> bound = page->shared_bound;
-  auto bytes = leaf_with_entry(pager.read(number), *page, page->level, pos, t.key, t.row, bound);
+  auto bytes = leaf_with_entry(before, *page, page->level, pos, t.key, t.row, bound);
   if (!bytes) return std::nullopt;
   const std::size_t count = page->entries.size();
   cache_->forget(number);
@@ -227,8 +241,11 @@ std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_pt
   entry.key.assign(t.key.begin(), t.key.end());
   entry.row = t.row;
   entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), std::move(entry));
-  std::size_t at = disk::kIndexEntries;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
+  // Entries before `pos` stay where they were.
+  std::size_t at = pos == 0 ? disk::kIndexEntries
+                            : entries[pos - 1].offset + entries[pos - 1].key.size() + disk::kIndexRowPointerSize -
+                                  (pos == 1 ? 0 : parsed->prefix_length);
+  for (std::size_t i = pos; i < entries.size(); ++i) {
     entries[i].offset = static_cast<std::uint16_t>(at);
     at += entries[i].key.size() + disk::kIndexRowPointerSize - (i == 0 ? 0 : parsed->prefix_length);
   }
@@ -316,13 +333,18 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
   }
 
   std::vector<IndexNode> pieces;
-  IndexNode head = node;
-  head.items.pop_back();
-  if (at_end && node.next == 0 && encode_index_node(head, page_size)) {
-    pieces.push_back(std::move(head));
-    IndexNode tail_piece = node;
-    tail_piece.items.assign(1, node.items.back());
-    pieces.push_back(std::move(tail_piece));
+  bool head_fits = false;
+  if (at_end && node.next == 0) {
+    IndexNodeItem last = std::move(node.items.back());
+    node.items.pop_back();
+    head_fits = encode_index_node(node, page_size).has_value();
+    node.items.push_back(std::move(last));
+  }
+  if (head_fits) {
+    pieces.push_back(header_copy(node));
+    pieces.back().items.assign(node.items.begin(), node.items.end() - 1);
+    pieces.push_back(header_copy(node));
+    pieces.back().items.assign(1, node.items.back());
   } else {
     split_into(node, 0, node.items.size(), pieces);
   }
@@ -356,7 +378,7 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
 // Cuts items [first, last) into pieces that each fit a page, halving by stored size.
 void BtreeWriter::split_into(const IndexNode& node, std::size_t first, std::size_t last,
                              std::vector<IndexNode>& out) {
-  IndexNode piece = node;
+  IndexNode piece = header_copy(node);
   piece.items.assign(node.items.begin() + static_cast<std::ptrdiff_t>(first),
                      node.items.begin() + static_cast<std::ptrdiff_t>(last));
   const bool whole = first == 0 && last == node.items.size();

@@ -64,8 +64,8 @@ class BtreeWriter {
   void put(IndexNode node, std::vector<std::uint8_t> bytes);
   [[noreturn]] void damaged(PageNumber page, const char* what);
 
-  std::optional<Change> inserted_in_place(std::shared_ptr<const CachedIndexPage>& page, std::size_t pos,
-                                          const Target& t);
+  std::optional<Change> inserted_in_place(std::shared_ptr<const CachedIndexPage>& page, const Page& before,
+                                          std::size_t pos, const Target& t);
   Change stored(IndexNode node, bool at_end, bool last_changed);
   IndexNode take_node(std::shared_ptr<const CachedIndexPage>& page);
 

@@ -17,10 +17,16 @@ namespace {
 }  // namespace
 
 std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNumber number) {
+  Page page;
+  return get(pager, number, page);
+}
+
+std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNumber number, Page& bytes) {
   if (number == 0 || number >= pager.page_count()) {
     damaged_cached_page(pager, number, "numéro de page d'index hors du fichier");
   }
   Page page = pager.read(number);
+  bytes = page;
   auto it = slots_.find(number);
   if (it != slots_.end() && it->second.page.view().data() == page.view().data() &&
       it->second.page.size() == page.size()) {

@@ -37,6 +37,8 @@ class IndexPageCache {
   // Index page `number` as `pager` shows it now, parsed (3049 for a malformed page or a
   // page outside the file).
   std::shared_ptr<const CachedIndexPage> get(Pager& pager, PageNumber number);
+  // The same, with the page's bytes as the pager shows them now in `bytes`.
+  std::shared_ptr<const CachedIndexPage> get(Pager& pager, PageNumber number, Page& bytes);
 
   // Records `parsed` as what page `parsed.number` holds now: for a writer that has just
   // written that page from the node it parsed (it must be exactly what parse_index_page

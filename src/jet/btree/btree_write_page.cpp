@@ -202,19 +202,28 @@ std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const
                              static_cast<std::uint8_t>(row.page), row.row};
     for (std::size_t j = skip; j < size; ++j) *at++ = j < key.size() ? key[j] : bytes[j - key.size()];
   };
+  // Where the entry at `pos` starts now (the end of the one before it).
+  const std::size_t split = pos < count ? entries[pos].offset - disk::kIndexEntries : parsed.used_bytes;
   if (pos == 0) {
     // The new entry goes first, whole; the former first entry loses the shared bytes.
     put_added(0);
     at = std::copy(old + prefix, old + parsed.used_bytes, at);
   } else {
-    const std::size_t split = pos < count ? entries[pos].offset - disk::kIndexEntries : parsed.used_bytes;
     at = std::copy(old, old + split, at);
     put_added(prefix);
     at = std::copy(old + split, old + parsed.used_bytes, at);
   }
+  // Entry ends: those up to the new entry are the page's own (every bit its mask sets is
+  // the end of an entry); the others are marked again.
   std::size_t end = 0;
-  for (std::size_t i = 0; i <= count; ++i) {
-    const std::size_t entry_size = i == pos ? size : entries[i < pos ? i : i - 1].key.size() + disk::kIndexRowPointerSize;
+  if (pos > 0) {
+    end = split;
+    const std::uint8_t* mask = page.view().data() + disk::kIndexMask;
+    std::copy(mask, mask + end / 8, out.data() + disk::kIndexMask);
+    out[disk::kIndexMask + end / 8] = static_cast<std::uint8_t>(mask[end / 8] & ((2u << (end % 8)) - 1));
+  }
+  for (std::size_t i = pos; i <= count; ++i) {
+    const std::size_t entry_size = i == pos ? size : entries[i - 1].key.size() + disk::kIndexRowPointerSize;
     end += entry_size - (i == 0 ? 0 : prefix);
     mark_end(out, end);
   }
