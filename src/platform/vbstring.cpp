@@ -126,10 +126,18 @@ bool EqualsNoCase(std::string_view a, std::string_view b) {
 }
 
 std::string FoldCase(std::string_view text) {
-  if (!isAscii(text)) return utf8::encode(upper(utf8::decode(text)));
-  std::string out(text);
-  for (char& c : out) c = asciiUpper(c);
+  std::string out;
+  FoldCase(text, out);
   return out;
+}
+
+void FoldCase(std::string_view text, std::string& out) {
+  if (!isAscii(text)) {
+    out = utf8::encode(upper(utf8::decode(text)));
+    return;
+  }
+  out.assign(text);
+  for (char& c : out) c = asciiUpper(c);
 }
 
 int CompareNtfsOrder(std::string_view a, std::string_view b) {

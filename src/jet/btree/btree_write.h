@@ -9,6 +9,12 @@
 // neighbours, dropped from its parent and freed, except the root, which becomes an empty
 // leaf again. Every page written keeps its free-space count, entry bitmap, prefix and
 // previous/next links right.
+//
+// Every page written has the bytes encode_index_node gives for its node. An insert into a
+// leaf that keeps its shared prefix (the common case) gets them by patching the page's
+// bytes and its kept parse (leaf_with_entry) rather than encoding each entry again; the page
+// is still written whole through the store, so savepoints, rollbacks and readers see it as
+// any other write.
 #pragma once
 
 #include <cstdint>

@@ -25,7 +25,8 @@ int RecordsetImpl::columnIndex(std::string_view fieldName) const {
     for (std::size_t i = 0; i < columns.size(); ++i)
       columnsByName.emplace(FoldCase(columns[i].def.name), static_cast<int>(i));
   }
-  const auto it = columnsByName.find(FoldCase(fieldName));
+  FoldCase(fieldName, foldedName);
+  const auto it = columnsByName.find(foldedName);
   if (it == columnsByName.end()) throw daoError(dao_errors::ItemNotFound);
   return it->second;
 }

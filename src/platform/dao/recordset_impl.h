@@ -48,6 +48,7 @@ struct RecordsetImpl {
   // Position of each column by folded name (FoldCase), built at the first lookup by name:
   // code setting fields by name looks one up for every value it writes.
   mutable std::unordered_map<std::string, int> columnsByName;
+  mutable std::string foldedName;  // the name looked up, folded (its buffer reused)
 
   long size() const noexcept { return static_cast<long>(deleted.size()); }
   bool rowBacked() const noexcept { return table.has_value(); }
