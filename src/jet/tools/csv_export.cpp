@@ -151,21 +151,27 @@ std::uint64_t write_csv(const Table& table, std::ostream& out, const CsvStyle& s
     shown[i] = printable(columns[i]);
     short_date[i] = i < short_date_columns.size() && short_date_columns[i];
   }
+  auto flush = [&] {
+    out.write(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    buffer.clear();
+  };
   Table::Cursor cursor(table);
-  while (cursor.next()) {
-    const Row& row = cursor.row();
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      if (i) buffer += ',';
-      if (shown[i]) append_value(buffer, columns[i], row[i], short_date[i], style);
+  try {
+    while (cursor.next()) {
+      const Row& row = cursor.row();
+      for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (i) buffer += ',';
+        if (shown[i]) append_value(buffer, columns[i], row[i], short_date[i], style);
+      }
+      buffer += '\n';
+      ++rows;
+      if (buffer.size() >= kFlushAt) flush();
     }
-    buffer += '\n';
-    ++rows;
-    if (buffer.size() >= kFlushAt) {
-      out.write(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-      buffer.clear();
-    }
+  } catch (...) {
+    flush();  // the rows before a damaged one are out, as when each row was written alone
+    throw;
   }
-  out.write(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+  flush();
   return rows;
 }
 
