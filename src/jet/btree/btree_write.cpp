@@ -162,9 +162,7 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
     const bool present = pos < entries.size() && compare_entries(entries[pos].key, entries[pos].row, t.key, t.row) == 0;
     if (t.insert && present) damaged(number, "entrée déjà présente dans l'index");
     if (!t.insert && !present) return std::nullopt;
-    if (t.insert) {
-      if (auto c = inserted_in_place(page, bytes, pos, t)) return c;
-    }
+    if (auto c = changed_in_place(page, bytes, pos, t)) return c;
     const std::size_t count = entries.size();
     IndexNode node = take_node(page);
     const auto at = node.items.begin() + static_cast<std::ptrdiff_t>(pos);
@@ -212,17 +210,19 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
   return stored(std::move(node), at_end, last_changed);
 }
 
-// The common insert: the entry fits its leaf without changing the page's shared prefix. The
-// page's bytes are patched (leaf_with_entry) and its parsed form updated rather than rebuilt,
-// so an insert costs a copy of the page instead of an encoding of every entry. nullopt
-// (nothing written) when the node must be encoded.
-std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_ptr<const CachedIndexPage>& page,
-                                                                  const Page& before, std::size_t pos,
-                                                                  const Target& t) {
+// The common change: an entry added to or removed from a leaf that keeps its shared
+// prefix (and at least one entry). The page's bytes are patched (leaf_with_entry,
+// leaf_without_entry) and its parsed form updated rather than rebuilt, so a change costs a
+// copy of the page instead of an encoding of every entry. nullopt (nothing written) when
+// the node must be encoded.
+std::optional<BtreeWriter::Change> BtreeWriter::changed_in_place(std::shared_ptr<const CachedIndexPage>& page,
+                                                                 const Page& before, std::size_t pos,
+                                                                 const Target& t) {
   Pager& pager = store_->pager();
   const PageNumber number = page->number;
   std::optional<std::size_t> bound = page->shared_bound;
-  auto bytes = leaf_with_entry(before, *page, page->level, pos, t.key, t.row, bound);
+  auto bytes = t.insert ? leaf_with_entry(before, *page, page->level, pos, t.key, t.row, bound)
+                        : leaf_without_entry(before, *page, page->level, pos, bound);
   if (!bytes) return std::nullopt;
   const std::size_t count = page->entries.size();
   cache_->forget(number);
@@ -237,10 +237,14 @@ std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_pt
   // What parse_index_page would now read: the same prefix, every entry after the first
   // stored without it.
   auto& entries = parsed->entries;
-  IndexEntry entry;
-  entry.key.assign(t.key.begin(), t.key.end());
-  entry.row = t.row;
-  entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), std::move(entry));
+  if (t.insert) {
+    IndexEntry entry;
+    entry.key.assign(t.key.begin(), t.key.end());
+    entry.row = t.row;
+    entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), std::move(entry));
+  } else {
+    entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(pos));
+  }
   // Entries before `pos` stay where they were.
   std::size_t at = pos == 0 ? disk::kIndexEntries
                             : entries[pos - 1].offset + entries[pos - 1].key.size() + disk::kIndexRowPointerSize -
@@ -255,9 +259,10 @@ std::optional<BtreeWriter::Change> BtreeWriter::inserted_in_place(std::shared_pt
   parsed->shared_bound = bound;
 
   Change c;
-  c.at_end = c.last_changed = pos == count;
+  c.at_end = t.insert && pos == count;
+  c.last_changed = t.insert ? pos == count : pos + 1 == count;
   // The parent only looks at the item when the subtree's last entry changed.
-  if (c.last_changed) c.items = {{entries.back().key, t.row, number}};
+  if (c.last_changed) c.items = {{entries.back().key, entries.back().row, number}};
   store_->write_page(number, std::move(*bytes));
   cache_->put(pager, std::move(parsed));
   return c;

@@ -230,6 +230,61 @@ std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const
   return out;
 }
 
+std::optional<std::vector<std::uint8_t>> leaf_without_entry(const Page& page, const IndexPage& parsed,
+                                                            std::uint8_t level, std::size_t pos,
+                                                            std::optional<std::size_t>& bound) {
+  const FormatLayout& layout = page.layout();
+  const auto& entries = parsed.entries;
+  const std::size_t count = entries.size();
+  if (!parsed.leaf || layout.index_entries != disk::kIndexEntries || layout.index_mask != disk::kIndexMask ||
+      count < 2 || pos >= count) {
+    return std::nullopt;  // an emptied leaf is freed or becomes an empty root: encoded
+  }
+  const std::size_t room = index_entry_room(page.size());
+  const std::size_t prefix = parsed.prefix_length;
+  const std::size_t size = entries[pos].key.size() + disk::kIndexRowPointerSize;
+  const std::size_t whole_before = parsed.used_bytes + (count - 1) * prefix;
+  const std::size_t whole = whole_before - size;
+  auto old_entry = [&](std::size_t i) { return WholeEntry{entries[i].key, entries[i].row}; };
+  if (whole_before > room && !bound) bound = shared_bound(count, old_entry);
+  if (prefix != (whole_before > room ? *bound : 0)) return std::nullopt;
+  // Without the entry the bound may only grow: it is worked out again when it matters.
+  std::optional<std::size_t> bound_after;
+  if (whole > room) {
+    bound_after = shared_bound(count - 1, [&](std::size_t i) { return old_entry(i < pos ? i : i + 1); });
+  }
+  if (prefix != (whole > room ? *bound_after : 0)) return std::nullopt;
+  bound = bound_after;
+  const std::size_t used = whole - (count - 2) * prefix;
+
+  std::vector<std::uint8_t> out =
+      blank_page(page.size(), {true, parsed.owner, parsed.prev, parsed.next, 0, room - used, prefix, level});
+  const std::uint8_t* old = page.view().data() + disk::kIndexEntries;
+  std::uint8_t* at = out.data() + disk::kIndexEntries;
+  const std::size_t start = entries[pos].offset - disk::kIndexEntries;
+  const std::size_t end = pos + 1 < count ? entries[pos + 1].offset - disk::kIndexEntries : parsed.used_bytes;
+  if (pos == 0) {
+    // The second entry becomes the first, stored whole: the shared bytes, then its own.
+    at = std::copy(old, old + prefix, at);
+  } else {
+    at = std::copy(old, old + start, at);
+  }
+  std::copy(old + end, old + parsed.used_bytes, at);
+  // Entry ends: those before the removed entry are the page's own.
+  std::size_t mark = 0;
+  if (pos > 0) {
+    mark = start;
+    const std::uint8_t* mask = page.view().data() + disk::kIndexMask;
+    std::copy(mask, mask + mark / 8, out.data() + disk::kIndexMask);
+    out[disk::kIndexMask + mark / 8] = static_cast<std::uint8_t>(mask[mark / 8] & ((2u << (mark % 8)) - 1));
+  }
+  for (std::size_t i = pos + 1; i < count; ++i) {
+    mark += entries[i].key.size() + disk::kIndexRowPointerSize - (i == 1 && pos == 0 ? 0 : prefix);
+    mark_end(out, mark);
+  }
+  return out;
+}
+
 void set_index_page_link(std::vector<std::uint8_t>& page, bool previous, PageNumber target) {
   store_le32(page, previous ? disk::kIndexPrev : disk::kIndexNext, target);
 }

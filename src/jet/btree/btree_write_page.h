@@ -60,6 +60,11 @@ std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const
                                                          std::span<const std::uint8_t> key, RowId row,
                                                          std::optional<std::size_t>& bound);
 
+// The same for the leaf without its entry at `pos`, when at least one entry stays.
+std::optional<std::vector<std::uint8_t>> leaf_without_entry(const Page& page, const IndexPage& parsed,
+                                                            std::uint8_t level, std::size_t pos,
+                                                            std::optional<std::size_t>& bound);
+
 // Rewrites the previous (or next) page link of index page bytes.
 void set_index_page_link(std::vector<std::uint8_t>& page, bool previous, PageNumber target);
 
