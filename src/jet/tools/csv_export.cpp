@@ -48,30 +48,32 @@ void append_general(std::string& out, double v, int precision) {
 // Calendar date and time of a Jet date, seconds rounded to the nearest, between quotes:
 // "MM/DD/YY HH:MM:SS" (or "MM/DD/YY").
 void append_mdb_date(std::string& out, double days, bool short_date) {
-  out += '"';
   if (!(days >= 0.0) || days > 1e6) {
-    out += short_date ? "00/00/00" : "00/00/00 00:00:00";
-  } else {
-    const long day = static_cast<long>(days);
-    const long time = static_cast<long>((days - static_cast<double>(day)) * 86400.0 + 0.5);
-    int year;
-    unsigned month, dom;
-    civil_date(day - 25569, year, month, dom);
-    append_two_digits(out, month);
-    out += '/';
-    append_two_digits(out, dom);
-    out += '/';
-    append_two_digits(out, year % 100);
-    if (!short_date) {
-      out += ' ';
-      append_two_digits(out, time / 3600);  // 24 when the time rounds up to midnight
-      out += ':';
-      append_two_digits(out, time / 60 % 60);
-      out += ':';
-      append_two_digits(out, time % 60);
-    }
+    out += short_date ? "\"00/00/00\"" : "\"00/00/00 00:00:00\"";
+    return;
   }
-  out += '"';
+  const long day = static_cast<long>(days);
+  const long time = static_cast<long>((days - static_cast<double>(day)) * 86400.0 + 0.5);
+  int year;
+  unsigned month, dom;
+  civil_date(day - 25569, year, month, dom);
+  char text[] = "\"MM/DD/YY HH:MM:SS\"";
+  auto two = [&text](std::size_t at, long v) {
+    text[at] = static_cast<char>('0' + v / 10 % 10);
+    text[at + 1] = static_cast<char>('0' + v % 10);
+  };
+  two(1, static_cast<long>(month));
+  two(4, static_cast<long>(dom));
+  two(7, year % 100);
+  if (short_date) {
+    text[9] = '"';
+    out.append(text, 10);
+    return;
+  }
+  two(10, time / 3600);  // 24 when the time rounds up to midnight
+  two(13, time / 60 % 60);
+  two(16, time % 60);
+  out.append(text, sizeof text - 1);
 }
 
 // Currency as "[-]units.dddd".
