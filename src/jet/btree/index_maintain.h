@@ -44,16 +44,17 @@ class IndexMaintainer final : public IndexWriteHook {
   IndexMaintainer(IndexPageStore& store, const TableDef& table);
 
   void check_insert(const Row& row) override;
+  void check_update(RowId id, const Row& old_row, const Row& new_row) override;
+  void row_inserted(RowId id, const Row& row) override;
+  void row_deleted(RowId id, const Row& row) override;
+  void row_updated(RowId old_id, const Row& old_row, RowId new_id, const Row& new_row) override;
+
   // An insert checked once: check_insert that keeps what it worked out (the row's keys), and
   // row_inserted from it without working it out or checking again. For a caller that writes
   // nothing to the table's indexes in between.
   class CheckedInsert;
   CheckedInsert checked_insert(const Row& row);
   void row_inserted(RowId id, CheckedInsert checked);
-  void check_update(RowId id, const Row& old_row, const Row& new_row) override;
-  void row_inserted(RowId id, const Row& row) override;
-  void row_deleted(RowId id, const Row& row) override;
-  void row_updated(RowId old_id, const Row& old_row, RowId new_id, const Row& new_row) override;
 
  private:
   struct Change {
