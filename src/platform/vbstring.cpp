@@ -40,6 +40,14 @@ std::u16string ntfsKey(std::string_view name) {
   return key;
 }
 
+bool isAscii(std::string_view text) {
+  for (char c : text)
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+  return true;
+}
+
+char asciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
 }  // namespace
 
 std::string UCase(std::string_view text) { return utf8::encode(upper(utf8::decode(text))); }
@@ -105,8 +113,31 @@ std::size_t InStr(std::size_t start, std::string_view text, std::string_view fin
   return at == std::u32string::npos ? 0 : at + 1;
 }
 
+// Plain ASCII upper-cases alone; any other byte takes the full Unicode path, since some
+// non-ASCII letters upper-case into ASCII (dotless i into I, long s into S).
 bool EqualsNoCase(std::string_view a, std::string_view b) {
+  if (isAscii(a) && isAscii(b)) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+      if (asciiUpper(a[i]) != asciiUpper(b[i])) return false;
+    return true;
+  }
   return upper(utf8::decode(a)) == upper(utf8::decode(b));
+}
+
+std::string FoldCase(std::string_view text) {
+  std::string out;
+  FoldCase(text, out);
+  return out;
+}
+
+void FoldCase(std::string_view text, std::string& out) {
+  if (!isAscii(text)) {
+    out = utf8::encode(upper(utf8::decode(text)));
+    return;
+  }
+  out.assign(text);
+  for (char& c : out) c = asciiUpper(c);
 }
 
 int CompareNtfsOrder(std::string_view a, std::string_view b) {

@@ -40,6 +40,11 @@ std::size_t InStr(std::size_t start, std::string_view text, std::string_view fin
 
 // Case-blind equality of two texts as Windows compares file names (per-character upper case).
 bool EqualsNoCase(std::string_view a, std::string_view b);
+// The per-character upper case of a text: two texts are EqualsNoCase exactly when their
+// folded forms are equal, so the folded form can key a lookup table.
+std::string FoldCase(std::string_view text);
+// The same into `out` (replacing what it held, reusing its buffer).
+void FoldCase(std::string_view text, std::string& out);
 
 // The order in which NTFS lists the entries of a folder: names compared by their upper-cased
 // UTF-16 code units, as unsigned numbers. Returns <0, 0 or >0.

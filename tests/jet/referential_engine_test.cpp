@@ -58,6 +58,31 @@ TEST(ReferentialEngine, ForeignKeysNeedTheirReferencedRowAndNullsAreFree) {
   EXPECT_EQ(longs(*db, "GrandChild", "Id"), (std::vector<std::int32_t>{100, 101}));
 }
 
+// One writer, rows refused by a relationship after their index checks passed, each followed
+// by a row that goes in: the indexes get the keys of the rows written, none of the refused.
+TEST(ReferentialEngine, RowsRefusedAfterTheirIndexChecksLeaveNoKeysBehind) {
+  jet_test::ScratchDir dir;
+  const std::string path = made(dir, 0, 0);
+  {
+    auto db = jet::WritableDatabase::open(path);
+    jet::TableWriter writer = db->writer("Child");
+    const jet::TableDef def = writer.definition();
+    auto child = [&](std::int32_t id, std::int32_t parent) {
+      jet::Row row(def.columns.size(), V::null());
+      row[def.find_column("Id")->definition_order] = V::long_(id);
+      row[def.find_column("ParentId")->definition_order] = V::long_(parent);
+      return row;
+    };
+    EXPECT_EQ(failure([&] { writer.insert(child(40, 9)); }).first, 3201);
+    writer.insert(child(41, 3));
+    EXPECT_EQ(failure([&] { writer.insert(child(42, 8)); }).first, 3201);
+    writer.insert(child(43, 1));
+    EXPECT_EQ(failure([&] { writer.insert(child(41, 2)); }).first, 3022);  // 41's key is there
+    EXPECT_EQ(longs(*db, "Child", "Id"), (std::vector<std::int32_t>{10, 11, 12, 13, 41, 43}));
+  }
+  EXPECT_EQ(problems(path), "");
+}
+
 TEST(ReferentialEngine, ReferencedRowsStayWhileRowsReferToThem) {
   jet_test::ScratchDir dir;
   const std::string path = made(dir, 0, 0);

@@ -99,6 +99,26 @@ TEST_F(DaoRecordsetTest, SelectWithACriterionReadsTheMatchingValue) {
   EXPECT_TRUE(rs.Eof());
 }
 
+TEST_F(DaoRecordsetTest, FieldsAreFoundByNameWhateverTheCaseOfTheirAccentedLetters) {
+  Database db = open();
+  db.Execute("CREATE TABLE [Élèves] ([Numéro] LONG, [NOM] TEXT(20), [Prénom] TEXT(20))", dbFailOnError);
+  Recordset rs = db.OpenRecordset("Élèves", dbOpenTable);
+  rs.AddNew();
+  rs.Fields("NUMÉRO").SetValue(4);
+  rs.Fields("nom").SetValue("Durand");
+  rs.Fields("prénom").SetValue("Zoé");
+  rs.Update();
+  rs.MoveFirst();
+  EXPECT_EQ(rs.Fields("numéro").Value().CLng(), 4);
+  EXPECT_EQ(rs.Fields("Numéro").Name(), "Numéro");
+  EXPECT_EQ(rs.Fields("PRÉNOM").Value().CStr(), "Zoé");
+  EXPECT_EQ(rs.Fields("Nom").Value().CStr(), "Durand");
+  // An accent is part of the name: the bare letter does not match it.
+  EXPECT_VB_ERROR(rs.Fields("Numero"), 3265);
+  EXPECT_VB_ERROR(rs.Fields("PRENOM"), 3265);
+  EXPECT_VB_ERROR(rs.Fields("NOM "), 3265);
+}
+
 TEST_F(DaoRecordsetTest, EditsThroughATableSetReachTheFile) {
   QUELIS_NEEDS_MDBTOOLS();
   {

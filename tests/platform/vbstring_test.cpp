@@ -65,6 +65,13 @@ TEST(NtfsOrder, SortsByUpperCasedUtf16Units) {
   EXPECT_EQ(CompareNtfsOrder("QUELIS", "quelis"), 0);
   EXPECT_TRUE(EqualsNoCase("Données", "DONNÉES"));
   EXPECT_FALSE(EqualsNoCase("Donnees", "DONNÉES"));
+  EXPECT_TRUE(EqualsNoCase("Fiche_2", "fICHE_2"));
+  EXPECT_FALSE(EqualsNoCase("FICHE", "FICHES"));
+  EXPECT_FALSE(EqualsNoCase("a[", "A{"));  // only letters fold
+  // Folded forms are equal exactly when the texts are EqualsNoCase.
+  EXPECT_EQ(FoldCase("Numéro_de_Fiche"), "NUMÉRO_DE_FICHE");
+  EXPECT_EQ(FoldCase("élève"), FoldCase("ÉLÈVE"));
+  EXPECT_NE(FoldCase("eleve"), FoldCase("ÉLÈVE"));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 namespace jet {
 namespace {
 
-
 // Appends UTF-16 code units, pairing surrogates; `pending` carries a high surrogate across
 // calls (runs of the compressed form may split a pair).
 void append_unit(std::string& out, char16_t unit, char16_t& pending) {
@@ -19,6 +18,21 @@ void append_unit(std::string& out, char16_t unit, char16_t& pending) {
   if (unit >= 0xD800 && unit <= 0xDBFF) { pending = unit; return; }
   if (unit >= 0xDC00 && unit <= 0xDFFF) { append_utf8(out, 0xFFFD); return; }
   append_utf8(out, unit);
+}
+
+// Appends plain UTF-16LE text (an odd trailing byte is ignored).
+void append_utf16le(std::span<const std::uint8_t> bytes, std::string& out) {
+  out.reserve(out.size() + bytes.size() / 2);
+  char16_t pending = 0;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto unit = static_cast<char16_t>(bytes[i] | (bytes[i + 1] << 8));
+    if (unit < 0x80 && !pending) {
+      out.push_back(static_cast<char>(unit));  // the common case, kept short
+    } else {
+      append_unit(out, unit, pending);
+    }
+  }
+  if (pending) append_utf8(out, 0xFFFD);
 }
 
 }  // namespace
@@ -95,25 +109,24 @@ void append_utf8(std::string& out, char32_t c) {
 
 std::string utf16le_to_utf8(std::span<const std::uint8_t> bytes) {
   std::string out;
-  out.reserve(bytes.size() / 2);
-  char16_t pending = 0;
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto unit = static_cast<char16_t>(bytes[i] | (bytes[i + 1] << 8));
-    if (unit < 0x80 && !pending) {
-      out.push_back(static_cast<char>(unit));  // the common case, kept short
-    } else {
-      append_unit(out, unit, pending);
-    }
-  }
-  if (pending) append_utf8(out, 0xFFFD);
+  append_utf16le(bytes, out);
   return out;
 }
 
 std::string decode_stored_text(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0xFE) return utf16le_to_utf8(bytes);
+  std::string out;
+  decode_stored_text(bytes, out);
+  return out;
+}
+
+void decode_stored_text(std::span<const std::uint8_t> bytes, std::string& out) {
+  out.clear();
+  if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0xFE) {
+    append_utf16le(bytes, out);
+    return;
+  }
   // Any zero byte ends a run, in either mode: Jet only uses the two-byte mode for runs
   // whose units have no zero byte, so the marker is unambiguous.
-  std::string out;
   out.reserve(bytes.size());
   char16_t pending = 0;
   bool compressed = true;
@@ -123,15 +136,16 @@ std::string decode_stored_text(std::span<const std::uint8_t> bytes) {
     if (compressed) {
       std::size_t k = start;
       if (pending && k < i) append_unit(out, bytes[k++], pending);
-      // One byte is one unit below 0x100: never a surrogate.
-      for (; k < i; ++k) {
-        const std::uint8_t b = bytes[k];
-        if (b < 0x80) {
-          out.push_back(static_cast<char>(b));
-        } else {
-          out.push_back(static_cast<char>(0xC0 | (b >> 6)));
-          out.push_back(static_cast<char>(0x80 | (b & 0x3F)));
-        }
+      // One byte is one unit below 0x100: never a surrogate. ASCII stretches go in whole.
+      while (k < i) {
+        std::size_t ascii = k;
+        while (ascii < i && bytes[ascii] < 0x80) ++ascii;
+        out.append(reinterpret_cast<const char*>(bytes.data() + k), ascii - k);
+        if (ascii == i) break;
+        const std::uint8_t b = bytes[ascii];
+        out.push_back(static_cast<char>(0xC0 | (b >> 6)));
+        out.push_back(static_cast<char>(0x80 | (b & 0x3F)));
+        k = ascii + 1;
       }
     } else {
       for (std::size_t k = start; k + 1 < i; k += 2)
@@ -141,7 +155,6 @@ std::string decode_stored_text(std::span<const std::uint8_t> bytes) {
     start = i + 1;
   }
   if (pending) append_utf8(out, 0xFFFD);
-  return out;
 }
 
 }  // namespace jet

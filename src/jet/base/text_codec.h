@@ -12,6 +12,8 @@ namespace jet {
 
 // Decodes stored text (either form). Unpaired surrogates become U+FFFD.
 std::string decode_stored_text(std::span<const std::uint8_t> bytes);
+// The same into `out` (replacing what it held, reusing its buffer).
+void decode_stored_text(std::span<const std::uint8_t> bytes, std::string& out);
 
 // Appends the UTF-8 form of one code point.
 void append_utf8(std::string& out, char32_t c);

@@ -77,6 +77,14 @@ float Value::as_single() const { return checked<float>(data_); }
 double Value::as_double() const { return checked<double>(data_); }
 double Value::as_date() const { return checked<DateTag>(data_).days; }
 const std::string& Value::as_text() const { return checked<std::string>(data_); }
+
+std::string& Value::assign_text() {
+  if (auto* text = std::get_if<std::string>(&data_)) {
+    text->clear();
+    return *text;
+  }
+  return data_.emplace<std::string>();
+}
 const std::vector<std::uint8_t>& Value::as_binary() const {
   return get<std::vector<std::uint8_t>>(data_);
 }
@@ -124,6 +132,10 @@ void civil_from_days(std::int64_t z, int& y, unsigned& m, unsigned& d) {
 }
 
 }  // namespace
+
+void civil_date(std::int64_t days, int& year, unsigned& month, unsigned& day) {
+  civil_from_days(days, year, month, day);
+}
 
 // Jet dates count days from 1899-12-30; before that day the fraction is still the time of
 // day (the value -1.25 is 1899-12-29 06:00), which is why the integer and fractional parts

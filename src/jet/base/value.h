@@ -87,6 +87,10 @@ class Value {
   double as_double() const;
   double as_date() const;
   const std::string& as_text() const;
+  // Makes the value an empty Text and returns that text to be filled in place. The buffer of
+  // a text the value already held is kept, so a reader decoding row after row into the same
+  // values stops allocating once its buffers are large enough.
+  std::string& assign_text();
   const std::vector<std::uint8_t>& as_binary() const;
   const Guid& as_guid() const;
   const Decimal& as_decimal() const;
@@ -115,5 +119,7 @@ const char* kind_name(ValueKind kind) noexcept;
 // A Jet date as "YYYY-MM-DD HH:MM:SS" (days since 1899-12-30; time is the fraction's
 // absolute value, so dates before 1899-12-30 keep their time of day).
 std::string format_date_time(double days);
+// Civil date (proleptic Gregorian) of a day count since 1970-01-01.
+void civil_date(std::int64_t days, int& year, unsigned& month, unsigned& day);
 
 }  // namespace jet

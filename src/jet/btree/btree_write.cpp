@@ -74,6 +74,18 @@ IndexNode node_taken(IndexPageCache& cache, Pager& pager, CachedIndexPage& page,
   return node;
 }
 
+// The node without its items.
+IndexNode header_copy(const IndexNode& node) {
+  IndexNode copy;
+  copy.number = node.number;
+  copy.leaf = node.leaf;
+  copy.owner = node.owner;
+  copy.prev = node.prev;
+  copy.next = node.next;
+  copy.level = node.level;
+  return copy;
+}
+
 // What parse_index_page gives for the bytes encode_index_node made of `node`, taking the
 // node's keys (the node is spent).
 CachedIndexPage parsed_form(IndexNode&& node, const std::vector<std::uint8_t>& bytes) {
@@ -139,7 +151,8 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
                                                        std::size_t depth) {
   if (depth > disk::kMaxIndexDepth) damaged(number, "arbre d'index trop profond");
   Pager& pager = store_->pager();
-  auto page = cache_->get(pager, number);
+  Page bytes;
+  auto page = cache_->get(pager, number, bytes);
   const auto& entries = page->entries;
   const auto pos = static_cast<std::size_t>(
       std::partition_point(entries.begin(), entries.end(),
@@ -149,6 +162,7 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
     const bool present = pos < entries.size() && compare_entries(entries[pos].key, entries[pos].row, t.key, t.row) == 0;
     if (t.insert && present) damaged(number, "entrée déjà présente dans l'index");
     if (!t.insert && !present) return std::nullopt;
+    if (auto c = changed_in_place(page, bytes, pos, t)) return c;
     const std::size_t count = entries.size();
     IndexNode node = take_node(page);
     const auto at = node.items.begin() + static_cast<std::ptrdiff_t>(pos);
@@ -194,6 +208,64 @@ std::optional<BtreeWriter::Change> BtreeWriter::modify(PageNumber number, const 
   items.erase(items.begin() + static_cast<std::ptrdiff_t>(child));
   items.insert(items.begin() + static_cast<std::ptrdiff_t>(child), sub->items.begin(), sub->items.end());
   return stored(std::move(node), at_end, last_changed);
+}
+
+// The common change: an entry added to or removed from a leaf that keeps its shared
+// prefix (and at least one entry). The page's bytes are patched (leaf_with_entry,
+// leaf_without_entry) and its parsed form updated rather than rebuilt, so a change costs a
+// copy of the page instead of an encoding of every entry. nullopt (nothing written) when
+// the node must be encoded.
+std::optional<BtreeWriter::Change> BtreeWriter::changed_in_place(std::shared_ptr<const CachedIndexPage>& page,
+                                                                 const Page& before, std::size_t pos,
+                                                                 const Target& t) {
+  Pager& pager = store_->pager();
+  const PageNumber number = page->number;
+  std::optional<std::size_t> bound = page->shared_bound;
+  auto bytes = t.insert ? leaf_with_entry(before, *page, page->level, pos, t.key, t.row, bound)
+                        : leaf_without_entry(before, *page, page->level, pos, bound);
+  if (!bytes) return std::nullopt;
+  const std::size_t count = page->entries.size();
+  cache_->forget(number);
+  std::shared_ptr<CachedIndexPage> parsed;
+  if (page.use_count() == 1) {
+    // Created non-const by the cache, and now held here alone.
+    parsed = std::const_pointer_cast<CachedIndexPage>(std::move(page));
+  } else {
+    parsed = std::make_shared<CachedIndexPage>(*page);
+    page.reset();
+  }
+  // What parse_index_page would now read: the same prefix, every entry after the first
+  // stored without it.
+  auto& entries = parsed->entries;
+  if (t.insert) {
+    IndexEntry entry;
+    entry.key.assign(t.key.begin(), t.key.end());
+    entry.row = t.row;
+    entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), std::move(entry));
+  } else {
+    entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(pos));
+  }
+  // Entries before `pos` stay where they were.
+  std::size_t at = pos == 0 ? disk::kIndexEntries
+                            : entries[pos - 1].offset + entries[pos - 1].key.size() + disk::kIndexRowPointerSize -
+                                  (pos == 1 ? 0 : parsed->prefix_length);
+  for (std::size_t i = pos; i < entries.size(); ++i) {
+    entries[i].offset = static_cast<std::uint16_t>(at);
+    at += entries[i].key.size() + disk::kIndexRowPointerSize - (i == 0 ? 0 : parsed->prefix_length);
+  }
+  parsed->used_bytes = static_cast<std::uint16_t>(at - disk::kIndexEntries);
+  parsed->free_space = static_cast<std::uint16_t>((*bytes)[disk::kPageFreeSpace] | ((*bytes)[disk::kPageFreeSpace + 1] << 8));
+  parsed->tail = 0;
+  parsed->shared_bound = bound;
+
+  Change c;
+  c.at_end = t.insert && pos == count;
+  c.last_changed = t.insert ? pos == count : pos + 1 == count;
+  // The parent only looks at the item when the subtree's last entry changed.
+  if (c.last_changed) c.items = {{entries.back().key, entries.back().row, number}};
+  store_->write_page(number, std::move(*bytes));
+  cache_->put(pager, std::move(parsed));
+  return c;
 }
 
 // The node of a leaf about to be rewritten. The cache forgets the page (the write records
@@ -266,13 +338,18 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
   }
 
   std::vector<IndexNode> pieces;
-  IndexNode head = node;
-  head.items.pop_back();
-  if (at_end && node.next == 0 && encode_index_node(head, page_size)) {
-    pieces.push_back(std::move(head));
-    IndexNode tail_piece = node;
-    tail_piece.items.assign(1, node.items.back());
-    pieces.push_back(std::move(tail_piece));
+  bool head_fits = false;
+  if (at_end && node.next == 0) {
+    IndexNodeItem last = std::move(node.items.back());
+    node.items.pop_back();
+    head_fits = encode_index_node(node, page_size).has_value();
+    node.items.push_back(std::move(last));
+  }
+  if (head_fits) {
+    pieces.push_back(header_copy(node));
+    pieces.back().items.assign(node.items.begin(), node.items.end() - 1);
+    pieces.push_back(header_copy(node));
+    pieces.back().items.assign(1, node.items.back());
   } else {
     split_into(node, 0, node.items.size(), pieces);
   }
@@ -306,7 +383,7 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
 // Cuts items [first, last) into pieces that each fit a page, halving by stored size.
 void BtreeWriter::split_into(const IndexNode& node, std::size_t first, std::size_t last,
                              std::vector<IndexNode>& out) {
-  IndexNode piece = node;
+  IndexNode piece = header_copy(node);
   piece.items.assign(node.items.begin() + static_cast<std::ptrdiff_t>(first),
                      node.items.begin() + static_cast<std::ptrdiff_t>(last));
   const bool whole = first == 0 && last == node.items.size();

@@ -9,6 +9,12 @@
 // neighbours, dropped from its parent and freed, except the root, which becomes an empty
 // leaf again. Every page written keeps its free-space count, entry bitmap, prefix and
 // previous/next links right.
+//
+// Every page written has the bytes encode_index_node gives for its node. An entry added to
+// or removed from a leaf that keeps its shared prefix (the common case) gets them by
+// patching the page's bytes and its kept parse (leaf_with_entry, leaf_without_entry) rather
+// than encoding each entry again; the page is still written whole through the store, so
+// savepoints, rollbacks and readers see it as any other write.
 #pragma once
 
 #include <cstdint>
@@ -64,6 +70,8 @@ class BtreeWriter {
   void put(IndexNode node, std::vector<std::uint8_t> bytes);
   [[noreturn]] void damaged(PageNumber page, const char* what);
 
+  std::optional<Change> changed_in_place(std::shared_ptr<const CachedIndexPage>& page, const Page& before,
+                                         std::size_t pos, const Target& t);
   Change stored(IndexNode node, bool at_end, bool last_changed);
   IndexNode take_node(std::shared_ptr<const CachedIndexPage>& page);
 

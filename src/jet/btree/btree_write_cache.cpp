@@ -17,10 +17,16 @@ namespace {
 }  // namespace
 
 std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNumber number) {
+  Page page;
+  return get(pager, number, page);
+}
+
+std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNumber number, Page& bytes) {
   if (number == 0 || number >= pager.page_count()) {
     damaged_cached_page(pager, number, "numéro de page d'index hors du fichier");
   }
   Page page = pager.read(number);
+  bytes = page;
   auto it = slots_.find(number);
   if (it != slots_.end() && it->second.page.view().data() == page.view().data() &&
       it->second.page.size() == page.size()) {
@@ -43,9 +49,12 @@ std::shared_ptr<const CachedIndexPage> IndexPageCache::get(Pager& pager, PageNum
 }
 
 void IndexPageCache::put(Pager& pager, CachedIndexPage parsed) {
-  const PageNumber number = parsed.number;
+  put(pager, std::make_shared<CachedIndexPage>(std::move(parsed)));
+}
+
+void IndexPageCache::put(Pager& pager, std::shared_ptr<const CachedIndexPage> shared) {
+  const PageNumber number = shared->number;
   Page page = pager.read(number);
-  std::shared_ptr<const CachedIndexPage> shared = std::make_shared<CachedIndexPage>(std::move(parsed));
   auto it = slots_.find(number);
   if (it != slots_.end()) {
     it->second = Slot{std::move(page), std::move(shared), ++clock_};

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <unordered_map>
 
@@ -25,6 +26,8 @@ namespace jet {
 // A parsed index page with its level byte (offset 26), which the writer keeps as it was.
 struct CachedIndexPage : IndexPage {
   std::uint8_t level = 0;
+  // Of a leaf the writer patched: the bound its next patch starts from (leaf_with_entry).
+  std::optional<std::size_t> shared_bound;
 };
 
 class IndexPageCache {
@@ -34,11 +37,14 @@ class IndexPageCache {
   // Index page `number` as `pager` shows it now, parsed (3049 for a malformed page or a
   // page outside the file).
   std::shared_ptr<const CachedIndexPage> get(Pager& pager, PageNumber number);
+  // The same, with the page's bytes as the pager shows them now in `bytes`.
+  std::shared_ptr<const CachedIndexPage> get(Pager& pager, PageNumber number, Page& bytes);
 
   // Records `parsed` as what page `parsed.number` holds now: for a writer that has just
   // written that page from the node it parsed (it must be exactly what parse_index_page
   // would give for the page's bytes).
   void put(Pager& pager, CachedIndexPage parsed);
+  void put(Pager& pager, std::shared_ptr<const CachedIndexPage> parsed);
 
   // Drops page `number` from the cache (a writer about to replace it).
   void forget(PageNumber number) { slots_.erase(number); }

@@ -46,6 +46,25 @@ std::size_t index_item_size(const IndexNodeItem& item, bool leaf) noexcept;
 std::optional<std::vector<std::uint8_t>> encode_index_node(const IndexNode& node,
                                                            std::size_t page_size);
 
+// The page bytes of leaf `page` (parsed as `parsed`, level byte `level`) with one more entry
+// (`key`, `row`) at position `pos` of its entries: exactly what encode_index_node gives for
+// that node, made by moving the page's stored entries rather than encoding each again.
+// Only for a Jet 4 leaf laid out as the encoder lays it out whose shared prefix (none while
+// the entries fit whole) stays the same with the new entry; nullopt otherwise (the caller
+// encodes the node, or splits it). `bound` is what the encoder's prefix is computed from for
+// the page's entries (the bytes all share with the first, each later one keeping one of its
+// own), which takes a pass over the entries: given when known, and set for the new entries
+// when a page is returned (left empty when unknown).
+std::optional<std::vector<std::uint8_t>> leaf_with_entry(const Page& page, const IndexPage& parsed,
+                                                         std::uint8_t level, std::size_t pos,
+                                                         std::span<const std::uint8_t> key, RowId row,
+                                                         std::optional<std::size_t>& bound);
+
+// The same for the leaf without its entry at `pos`, when at least one entry stays.
+std::optional<std::vector<std::uint8_t>> leaf_without_entry(const Page& page, const IndexPage& parsed,
+                                                            std::uint8_t level, std::size_t pos,
+                                                            std::optional<std::size_t>& bound);
+
 // Rewrites the previous (or next) page link of index page bytes.
 void set_index_page_link(std::vector<std::uint8_t>& page, bool previous, PageNumber target);
 

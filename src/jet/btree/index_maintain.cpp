@@ -105,6 +105,18 @@ void IndexMaintainer::check_insert(const Row& row) {
   check_unique(plan(nullptr, {}, &row, {}), std::nullopt);
 }
 
+IndexMaintainer::CheckedInsert IndexMaintainer::checked_insert(const Row& row) {
+  CheckedInsert checked;
+  checked.changes = plan(nullptr, {}, &row, {});
+  check_unique(checked.changes, std::nullopt);
+  return checked;
+}
+
+void IndexMaintainer::row_inserted(RowId id, CheckedInsert checked) {
+  for (auto& c : checked.changes) c.new_id = id;
+  apply(checked.changes);
+}
+
 void IndexMaintainer::check_update(RowId id, const Row& old_row, const Row& new_row) {
   check_unique(plan(&old_row, id, &new_row, id), id);
 }

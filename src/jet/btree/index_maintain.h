@@ -49,6 +49,13 @@ class IndexMaintainer final : public IndexWriteHook {
   void row_deleted(RowId id, const Row& row) override;
   void row_updated(RowId old_id, const Row& old_row, RowId new_id, const Row& new_row) override;
 
+  // An insert checked once: check_insert that keeps what it worked out (the row's keys), and
+  // row_inserted from it without working it out or checking again. For a caller that writes
+  // nothing to the table's indexes in between.
+  class CheckedInsert;
+  CheckedInsert checked_insert(const Row& row);
+  void row_inserted(RowId id, CheckedInsert checked);
+
  private:
   struct Change {
     const IndexDef* index;
@@ -66,6 +73,12 @@ class IndexMaintainer final : public IndexWriteHook {
 
   IndexPageStore* store_;
   const TableDef* table_;
+
+ public:
+  class CheckedInsert {
+    friend class IndexMaintainer;
+    std::vector<Change> changes;
+  };
 };
 
 }  // namespace jet

@@ -58,6 +58,20 @@ ByteView DataPage::row_bytes(std::uint16_t row) const {
   return v.sub(start, end - start);
 }
 
+bool DataPage::rows_in_bounds() const noexcept {
+  // The constructor checked that the slot table lies inside the page.
+  const std::uint8_t* slots = page_.view().data() + slots_at_;
+  const std::size_t size = page_.size();
+  const std::size_t table_end = slots_at_ + 2 * std::size_t{rows_};
+  std::size_t end = size;
+  for (std::size_t row = 0; row < rows_; ++row) {
+    const std::size_t start = (slots[2 * row] | (slots[2 * row + 1] << 8)) & disk::kRowOffsetMask;
+    if (start < table_end || start > end) return false;
+    end = start;
+  }
+  return true;
+}
+
 RowId DataPage::overflow_target(std::uint16_t row) const {
   const ByteView bytes = row_bytes(row);
   return RowId::from_pointer(bytes.u32(0));

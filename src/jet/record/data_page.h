@@ -41,6 +41,8 @@ class DataPage {
   ByteView row_bytes(std::uint16_t row) const;
   // Target of an overflow slot.
   RowId overflow_target(std::uint16_t row) const;
+  // Whether row_bytes accepts every row of the page (a quick pass, without its messages).
+  bool rows_in_bounds() const noexcept;
 
  private:
   std::uint16_t slot(std::uint16_t row) const;

@@ -1,5 +1,7 @@
 #include "jet/record/long_value_write.h"
 
+#include <optional>
+
 #include "jet/record/data_page.h"
 #include "jet/record/data_page_write.h"
 #include "jet/base/error.h"
@@ -10,12 +12,43 @@
 namespace jet {
 namespace {
 
+struct EditorRoom {
+  std::uint16_t rows = 0;
+  std::size_t free_space = 0;
+};
+
+// What a DataPageEditor made of `page` would report, read in place rather than on a copy of
+// the page; nullopt when the editor's own checks are to be run instead (a page they may
+// refuse, whose complaint they word).
+std::optional<EditorRoom> room_in_place(const Page& page) {
+  if (page.layout().data_row_count != disk::kDataRowCount) return std::nullopt;
+  try {
+    const DataPage data(page);
+    if (!data.rows_in_bounds()) return std::nullopt;
+    EditorRoom room;
+    room.rows = data.row_count();
+    const std::size_t lowest =
+        room.rows == 0 ? page.size()
+                       : static_cast<std::size_t>(data.row_bytes(static_cast<std::uint16_t>(room.rows - 1)).data() -
+                                                  page.view().data());
+    room.free_space = lowest - disk::kDataHeaderSize - 2 * std::size_t{room.rows};
+    return room;
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
 // Adds the row on `page` if it is still a long-value page with room for it.
 std::optional<RowId> place_on(OverlayPager& pager, PageNumber page, std::span<const std::uint8_t> bytes) {
   if (page >= pager.page_count()) return std::nullopt;
   const Page existing = pager.read(page);
   const ByteView v = existing.view();
   if (v.u8(0) != static_cast<std::uint8_t>(PageKind::Data) || v.u32(4) != disk::kLongValueOwner) return std::nullopt;
+  // Most pages looked at are too full: they are not copied (DataPageEditor::fits, in place).
+  if (const auto room = room_in_place(existing);
+      room && !(room->rows < disk::kDataMaxRows && room->free_space >= bytes.size() + 2)) {
+    return std::nullopt;
+  }
   DataPageEditor editor(v.copy());
   if (!editor.fits(bytes.size())) return std::nullopt;
   const std::uint8_t row = editor.add_row(bytes);
@@ -35,8 +68,12 @@ RowId LongValueWriter::place(std::span<const std::uint8_t> bytes) {
     // A page gone, no longer for long values, or nearly full is no longer worth a look.
     const bool gone = page >= pager_.page_count();
     const Page held = gone ? Page{} : pager_.read(page);
+    auto free_space = [&held] {
+      const auto room = room_in_place(held);
+      return room ? room->free_space : DataPageEditor(held.view().copy()).free_space();
+    };
     if (gone || held.view().u8(0) != static_cast<std::uint8_t>(PageKind::Data) || held.view().u32(4) != disk::kLongValueOwner ||
-        DataPageEditor(held.view().copy()).free_space() < 64)
+        free_space() < 64)
       allocator_.note_long_value_room(page, false);
   }
   DataPageEditor page = DataPageEditor::blank(pager_.page_size(), disk::kLongValueOwner);

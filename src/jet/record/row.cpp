@@ -28,6 +28,15 @@ std::string decode_text(const ColumnDef& column, std::span<const std::uint8_t> b
   return column.code_page ? code_page_to_utf8(bytes, column.code_page) : decode_stored_text(bytes);
 }
 
+// The same into `value`, reusing the buffer of the text it held.
+void decode_text_into(const ColumnDef& column, std::span<const std::uint8_t> bytes, Value& value) {
+  if (column.code_page) {
+    value.assign_text() = code_page_to_utf8(bytes, column.code_page);
+  } else {
+    decode_stored_text(bytes, value.assign_text());
+  }
+}
+
 Decimal decode_decimal(const ColumnDef& column, const ByteView& bytes) {
   Decimal d;
   d.negative = bytes.u8(0) & 0x80;
@@ -66,6 +75,13 @@ Value decode_field(const ColumnDef& column, const ByteView& bytes) {
 }
 
 Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const ColumnSelection& wanted) {
+  Row row;
+  decode_row_into(pager, def, bytes, row, wanted);
+  return row;
+}
+
+void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
+                     const ColumnSelection& wanted) {
   const FormatLayout& layout = pager.layout();
   const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0);
   const std::size_t mask_at = frame.mask_at;
@@ -77,20 +93,21 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const C
   };
   auto var_offset = [&](std::size_t i) { return frame.var_offset(bytes, i); };
 
-  Row row;
-  row.reserve(def.columns.size());
-  for (const ColumnDef& column : def.columns) {
+  row.resize(def.columns.size());
+  for (std::size_t k = 0; k < def.columns.size(); ++k) {
+    const ColumnDef& column = def.columns[k];
+    Value& value = row[k];
     if (!wanted.empty() && (column.definition_order >= wanted.size() || !wanted[column.definition_order])) {
-      row.push_back(Value::null());
+      value = Value::null();
       continue;
     }
     const bool bit = present(column.number);
     if (column.type == ColumnType::Boolean) {
       // A Yes/No column is never Null: rows written before it was added read No, as in Access.
-      row.push_back(Value::boolean(bit));
+      value = Value::boolean(bit);
       continue;
     }
-    if (!bit) { row.push_back(Value::null()); continue; }
+    if (!bit) { value = Value::null(); continue; }
     ByteView field;
     if (column.is_fixed()) {
       const std::size_t start = layout.row_count_size + std::size_t{column.fixed_offset};
@@ -98,22 +115,23 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const C
       if (start + size > fixed_end) bytes.damaged("colonne fixe « " + column.name + " » hors de la ligne");
       field = bytes.sub(start, size);
     } else {
-      if (column.var_index >= var_count) { row.push_back(Value::null()); continue; }
+      if (column.var_index >= var_count) { value = Value::null(); continue; }
       const std::size_t start = var_offset(column.var_index);
       const std::size_t end = var_offset(std::size_t{column.var_index} + 1);
       if (start > end || end > mask_at) bytes.damaged("colonne variable « " + column.name + " » hors de la ligne");
       field = bytes.sub(start, end - start);
     }
     if (is_long_value(column.type)) {
-      if (field.size() == 0) { row.push_back(column.type == ColumnType::Memo ? Value::text({}) : Value::binary({})); continue; }
+      if (field.size() == 0) { value = column.type == ColumnType::Memo ? Value::text({}) : Value::binary({}); continue; }
       std::vector<std::uint8_t> data = read_long_value(pager, field);
-      if (column.type == ColumnType::Memo) row.push_back(Value::text(decode_text(column, data)));
-      else row.push_back(Value::binary(std::move(data)));
+      if (column.type == ColumnType::Memo) decode_text_into(column, data, value);
+      else value = Value::binary(std::move(data));
+    } else if (column.type == ColumnType::Text) {
+      decode_text_into(column, field.span(), value);
     } else {
-      row.push_back(decode_field(column, field));
+      value = decode_field(column, field);
     }
   }
-  return row;
 }
 
 std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_page, Page* keep_alive) {

@@ -26,6 +26,9 @@ using ColumnSelection = std::vector<bool>;
 
 // Decodes `bytes` (one live row of `def`) into values. Long values are read from `pager`.
 Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const ColumnSelection& wanted = {});
+// The same into `row`, whose values (and their text buffers) are reused: for scans.
+void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
+                     const ColumnSelection& wanted = {});
 
 // Decodes one column of a stored fixed-length or variable-length field (no long values).
 Value decode_field(const ColumnDef& column, const ByteView& bytes);

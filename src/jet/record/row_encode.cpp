@@ -9,6 +9,7 @@
 #include "jet/base/decimal.h"
 #include "jet/base/error.h"
 #include "jet/base/bytes.h"
+#include "jet/base/text_codec.h"
 
 namespace jet {
 namespace {
@@ -42,45 +43,64 @@ bool storable_type(ColumnType type) {
   return false;
 }
 
-std::size_t utf16_units(std::string_view utf8) { return utf8_to_utf16le(utf8).size() / 2; }
+// UTF-16 code units of a text (a character past U+FFFF takes two).
+std::size_t utf16_units(std::string_view utf8) {
+  std::size_t units = 0;
+  for (std::size_t i = 0; i < utf8.size();) units += next_utf8(utf8, i).code_point >= 0x10000 ? 2 : 1;
+  return units;
+}
 
 }  // namespace
 
 Value coerce_to_column(const ColumnDef& column, const Value& value) {
-  if (value.is_null() || value.is_empty()) return Value::null();
+  Value converted;
+  return coerce_into(column, value, converted);
+}
+
+const Value& coerce_into(const ColumnDef& column, const Value& value, Value& converted) {
+  const auto made = [&converted](Value v) -> const Value& {
+    converted = std::move(v);
+    return converted;
+  };
+  if (value.is_null() || value.is_empty()) return made(Value::null());
   switch (column.type) {
     case ColumnType::Boolean:
       if (value.kind() == ValueKind::Boolean) return value;
       if (!value.is_numeric()) row_type_mismatch();
-      return Value::boolean(value.to_double() != 0);
-    case ColumnType::Byte: return Value::byte(static_cast<std::uint8_t>(whole(value, 0, 255)));
-    case ColumnType::Integer: return Value::integer(static_cast<std::int16_t>(whole(value, -32768, 32767)));
+      return made(Value::boolean(value.to_double() != 0));
+    case ColumnType::Byte:
+      if (value.kind() == ValueKind::Byte) return value;
+      return made(Value::byte(static_cast<std::uint8_t>(whole(value, 0, 255))));
+    case ColumnType::Integer:
+      if (value.kind() == ValueKind::Integer) return value;
+      return made(Value::integer(static_cast<std::int16_t>(whole(value, -32768, 32767))));
     case ColumnType::Long:
-      return Value::long_(static_cast<std::int32_t>(whole(value, std::numeric_limits<std::int32_t>::min(),
-                                                          std::numeric_limits<std::int32_t>::max())));
+      if (value.kind() == ValueKind::Long) return value;
+      return made(Value::long_(static_cast<std::int32_t>(whole(value, std::numeric_limits<std::int32_t>::min(),
+                                                               std::numeric_limits<std::int32_t>::max()))));
     case ColumnType::Currency: {
       if (value.kind() == ValueKind::Currency) return value;
-      if (value.kind() == ValueKind::Decimal) return Value::currency(currency_of_decimal(value.as_decimal()));
+      if (value.kind() == ValueKind::Decimal) return made(Value::currency(currency_of_decimal(value.as_decimal())));
       if (!value.is_numeric()) row_type_mismatch();
       const double scaled = std::nearbyint(value.to_double() * 10000.0);
       if (!(std::fabs(scaled) < 9.2e18)) row_overflow();
-      return Value::currency(static_cast<std::int64_t>(scaled));
+      return made(Value::currency(static_cast<std::int64_t>(scaled)));
     }
     case ColumnType::Single: {
       if (value.kind() == ValueKind::Single) return value;
       if (!value.is_numeric()) row_type_mismatch();
       const double d = value.to_double();
       if (std::isfinite(d) && std::fabs(d) > std::numeric_limits<float>::max()) row_overflow();
-      return Value::single(static_cast<float>(d));
+      return made(Value::single(static_cast<float>(d)));
     }
     case ColumnType::Double:
       if (value.kind() == ValueKind::Double) return value;
       if (!value.is_numeric()) row_type_mismatch();
-      return Value::double_(value.to_double());
+      return made(Value::double_(value.to_double()));
     case ColumnType::DateTime:
       if (value.kind() == ValueKind::Date) return value;
       if (!value.is_numeric()) row_type_mismatch();
-      return Value::date(value.to_double());
+      return made(Value::date(value.to_double()));
     case ColumnType::Text: case ColumnType::Memo:
       if (value.kind() != ValueKind::Text) row_type_mismatch();
       if (column.type == ColumnType::Text && utf16_units(value.as_text()) * 2 > column.length)
@@ -98,13 +118,15 @@ Value coerce_to_column(const ColumnDef& column, const Value& value) {
       // Every number converts (Double with 15 digits, Single with 7, Currency exactly); 3349
       // when the whole part does not fit the column's precision.
       if (!value.is_numeric()) row_type_mismatch();
-      return Value::decimal(fit_decimal(decimal_of(value), column.precision, column.scale));
+      return made(Value::decimal(fit_decimal(decimal_of(value), column.precision, column.scale)));
   }
   return value;
 }
 
-std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw) {
-  const Value value = coerce_to_column(column, raw);
+namespace {
+
+// The stored form of a value already converted to the column's type.
+std::vector<std::uint8_t> encode_converted(const ColumnDef& column, const Value& value) {
   std::vector<std::uint8_t> out;
   if (value.is_null()) return out;
   if (!storable_type(column.type)) {
@@ -139,6 +161,13 @@ std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw
   }
   if (column.is_fixed()) out.resize(fixed_column_size(column), 0);
   return out;
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw) {
+  Value converted;
+  return encode_converted(column, coerce_into(column, raw, converted));
 }
 
 RowLayout read_row_layout(const TableDef& def, const ByteView& bytes) {
@@ -202,7 +231,8 @@ std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values, con
   std::vector<std::vector<std::uint8_t>> var_fields(var_count);
   for (std::size_t i = 0; i < def.columns.size(); ++i) {
     const ColumnDef& column = def.columns[i];
-    const Value value = is_long_value(column.type) ? values[i] : coerce_to_column(column, values[i]);
+    Value converted;
+    const Value& value = is_long_value(column.type) ? values[i] : coerce_into(column, values[i], converted);
     if (value.is_null() || value.is_empty()) continue;
     if (column.type == ColumnType::Boolean) {
       if (value.as_boolean()) mask[column.number / 8] |= static_cast<std::uint8_t>(1u << (column.number % 8));
@@ -210,12 +240,13 @@ std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values, con
     }
     mask[column.number / 8] |= static_cast<std::uint8_t>(1u << (column.number % 8));
     if (is_long_value(column.type)) {
-      const Value checked = coerce_to_column(column, value);
+      Value long_converted;
+      const Value& checked = coerce_into(column, value, long_converted);
       const bool empty = column.type == ColumnType::Memo ? checked.as_text().empty() : checked.as_binary().empty();
       if (!empty) var_fields[column.var_index] = long_values(column, checked);
       continue;
     }
-    std::vector<std::uint8_t> field = encode_field(column, value);
+    std::vector<std::uint8_t> field = encode_converted(column, value);
     if (column.is_fixed()) std::copy(field.begin(), field.end(), row.begin() + 2 + column.fixed_offset);
     else var_fields[column.var_index] = std::move(field);
   }

@@ -54,5 +54,8 @@ std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values,
 
 // Converts `value` to what `column` stores (Null stays Null); throws 6, 13 or 3163.
 Value coerce_to_column(const ColumnDef& column, const Value& value);
+// The same without copying a value that needs no conversion: returns `value` itself, or
+// `converted` set to the converted value.
+const Value& coerce_into(const ColumnDef& column, const Value& value, Value& converted);
 
 }  // namespace jet

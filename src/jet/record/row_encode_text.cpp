@@ -17,22 +17,37 @@ void put_unit(std::vector<std::uint8_t>& out, char32_t unit) {
 std::vector<std::uint8_t> utf8_to_utf16le(std::string_view utf8) {
   std::vector<std::uint8_t> out;
   out.reserve(utf8.size() * 2);
-  for (const char16_t unit : utf8_to_utf16(utf8)) put_unit(out, unit);
+  for (std::size_t i = 0; i < utf8.size();) {
+    const char32_t cp = next_utf8(utf8, i).code_point;
+    if (cp >= 0x10000) {
+      put_unit(out, 0xD800 + ((cp - 0x10000) >> 10));
+      put_unit(out, 0xDC00 + ((cp - 0x10000) & 0x3FF));
+    } else {
+      put_unit(out, cp);
+    }
+  }
   return out;
 }
 
 std::vector<std::uint8_t> encode_stored_text(std::string_view utf8, bool compress) {
-  std::vector<std::uint8_t> wide = utf8_to_utf16le(utf8);
-  // Access compresses only when it saves room: the marker costs two bytes.
-  if (!compress || wide.size() / 2 < 3) return wide;
-  // The compressed form holds one byte per character; a zero byte would switch modes, so
-  // only text made wholly of U+0001..U+00FF is compressed.
-  std::vector<std::uint8_t> narrow{0xFF, 0xFE};
-  for (std::size_t i = 0; i < wide.size(); i += 2) {
-    if (wide[i + 1] != 0 || wide[i] == 0) return wide;
-    narrow.push_back(wide[i]);
+  // Access compresses only when it saves room (the marker costs two bytes: three characters
+  // or more), and only text made wholly of U+0001..U+00FF (one byte per character; a zero
+  // byte would switch modes).
+  if (compress) {
+    std::size_t characters = 0;
+    bool narrow = true;
+    for (std::size_t i = 0; narrow && i < utf8.size(); ++characters) {
+      const char32_t cp = next_utf8(utf8, i).code_point;
+      narrow = cp != 0 && cp <= 0xFF;
+    }
+    if (narrow && characters >= 3) {
+      std::vector<std::uint8_t> out{0xFF, 0xFE};
+      out.reserve(2 + characters);
+      for (std::size_t i = 0; i < utf8.size();) out.push_back(static_cast<std::uint8_t>(next_utf8(utf8, i).code_point));
+      return out;
+    }
   }
-  return narrow;
+  return utf8_to_utf16le(utf8);
 }
 
 }  // namespace jet

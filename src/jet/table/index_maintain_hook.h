@@ -3,7 +3,10 @@
 // failure rolls both back).
 #pragma once
 
+#include <optional>
+
 #include "jet/btree/btree_write_overlay.h"
+#include "jet/btree/index_maintain.h"
 #include "jet/table/table_writer.h"
 
 namespace jet {
@@ -18,6 +21,15 @@ class TableIndexHook final : public IndexHook {
 
  private:
   OverlayIndexPageStore store_;
+  // The insert last checked, until its apply: the table writer checks a row, writes it
+  // (nothing of its indexes) and applies the same row, whose keys are then not worked out
+  // and checked a second time.
+  struct Pending {
+    const TableDef* def;
+    const Row* row;
+    IndexMaintainer::CheckedInsert checked;
+  };
+  std::optional<Pending> pending_;
 };
 
 }  // namespace jet

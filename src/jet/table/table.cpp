@@ -41,7 +41,7 @@ bool Table::Cursor::next() {
         if (!moved) page_->view().damaged("ligne déplacée introuvable (ligne " + std::to_string(row) + ")");
         row_ = std::move(*moved);
       } else {
-        row_ = decode_row(*table_->pager_, table_->def_, page.row_bytes(row), wanted_);
+        decode_row_into(*table_->pager_, table_->def_, page.row_bytes(row), row_, wanted_);
       }
       return true;
     }

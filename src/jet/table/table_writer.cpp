@@ -107,10 +107,10 @@ Row TableWriter::prepare(const TableDef& def, const Row& values, bool assign_aut
         value = Value::guid(random_guid(*pager_.services().random));
       }
     }
-    const std::string qualified = name_ + "." + column.name;
-    if (value.is_null() && rules_.required.count(column.name)) throw Error(ErrorCode::FieldRequired, qualified);
+    if (value.is_null() && rules_.required.count(column.name))
+      throw Error(ErrorCode::FieldRequired, name_ + "." + column.name);
     if (value.kind() == ValueKind::Text && value.as_text().empty() && rules_.zero_length_refused.count(column.name))
-      throw Error(ErrorCode::ZeroLengthNotAllowed, qualified);
+      throw Error(ErrorCode::ZeroLengthNotAllowed, name_ + "." + column.name);
     row.push_back(std::move(value));
   }
   return row;

@@ -35,7 +35,9 @@ namespace jet {
 
 // Index maintenance, called by the writer. `old_values` is null for an insert,
 // `new_values` null for a removal. check() runs before anything is written and throws to
-// refuse; apply() runs after the row is written, in the same statement.
+// refuse; apply() runs after the row is written, in the same statement, with the very
+// values (the same objects) check() was given, and nothing written to the table's indexes
+// in between.
 class IndexHook {
  public:
   virtual ~IndexHook() = default;

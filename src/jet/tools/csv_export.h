@@ -24,6 +24,9 @@ struct CsvStyle {
 // One field as mdb-export prints it.
 std::string csv_field(const ColumnDef& column, const Value& value, bool short_date = false,
                       const CsvStyle& style = {});
+// The same, appended to `out`.
+void append_csv_field(std::string& out, const ColumnDef& column, const Value& value, bool short_date = false,
+                      const CsvStyle& style = {});
 
 // The whole table: header line then one line per live row in storage order.
 // Returns the number of rows written.

@@ -20,16 +20,22 @@ void RecordsetImpl::checkCurrent() const {
 }
 
 int RecordsetImpl::columnIndex(std::string_view fieldName) const {
-  for (std::size_t i = 0; i < columns.size(); ++i)
-    if (EqualsNoCase(columns[i].def.name, fieldName)) return static_cast<int>(i);
-  throw daoError(dao_errors::ItemNotFound);
+  if (columnsByName.empty()) {
+    // The first of equal names wins, as a search in column order would find it.
+    for (std::size_t i = 0; i < columns.size(); ++i)
+      columnsByName.emplace(FoldCase(columns[i].def.name), static_cast<int>(i));
+  }
+  FoldCase(fieldName, foldedName);
+  const auto it = columnsByName.find(foldedName);
+  if (it == columnsByName.end()) throw daoError(dao_errors::ItemNotFound);
+  return it->second;
 }
 
-jet::Row RecordsetImpl::readRow(long position) const {
-  auto row = jet::read_row(db->pager(), def, ids[static_cast<std::size_t>(position)]);
+jet::Row RecordsetImpl::readRow(long position, const jet::ColumnSelection& wanted) const {
+  auto row = jet::read_row(db->pager(), def, ids[static_cast<std::size_t>(position)], wanted);
   // Removed by another statement since the set was opened.
   if (!row) throw daoError(dao_errors::RecordDeleted);
-  return *row;
+  return std::move(*row);
 }
 
 Variant RecordsetImpl::value(int column) {
@@ -38,8 +44,13 @@ Variant RecordsetImpl::value(int column) {
   if (editMode != dbEditNone && c.tableColumn >= 0) return Variant(buffer[static_cast<std::size_t>(c.tableColumn)]);
   if (editMode == dbEditAdd) return Variant::Null();
   checkCurrent();
-  if (rowBacked() && c.tableColumn >= 0)
-    return guarded([&] { return Variant(readRow(cur)[static_cast<std::size_t>(c.tableColumn)]); });
+  if (rowBacked() && c.tableColumn >= 0) {
+    // The one column asked for: the row's other texts and long values are left undecoded.
+    const auto at = static_cast<std::size_t>(c.tableColumn);
+    jet::ColumnSelection wanted(def.columns.size());
+    wanted[at] = true;
+    return guarded([&] { return Variant(readRow(cur, wanted)[at]); });
+  }
   return Variant(values[static_cast<std::size_t>(cur)][static_cast<std::size_t>(c.resultColumn)]);
 }
 

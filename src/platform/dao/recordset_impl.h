@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "jet/api/database.h"
@@ -44,6 +45,10 @@ struct RecordsetImpl {
   std::unique_ptr<jet::TableWriter> writerCache;
   std::optional<jet::Row> defaultsCache;
   std::uint64_t cacheGeneration = 0;
+  // Position of each column by folded name (FoldCase), built at the first lookup by name:
+  // code setting fields by name looks one up for every value it writes.
+  mutable std::unordered_map<std::string, int> columnsByName;
+  mutable std::string foldedName;  // the name looked up, folded (its buffer reused)
 
   long size() const noexcept { return static_cast<long>(deleted.size()); }
   bool rowBacked() const noexcept { return table.has_value(); }
@@ -51,7 +56,9 @@ struct RecordsetImpl {
   bool hasCurrent() const noexcept { return cur >= 0 && cur < size(); }
   void checkCurrent() const;              // 3021 / 3167
   int columnIndex(std::string_view name) const;  // 3265 when absent
-  jet::Row readRow(long position) const;  // the base table's row of a record (3167 when gone)
+  // The base table's row of a record (3167 when gone); only the `wanted` columns (all when
+  // empty) are decoded, the others read Null.
+  jet::Row readRow(long position, const jet::ColumnSelection& wanted = {}) const;
   Variant value(int column);
   void setValue(int column, const Variant& value);
   void touch() noexcept { visited = std::max(visited, cur + 1); }
