@@ -130,7 +130,7 @@ std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root) {
   return out;
 }
 
-void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root, const IndexItemSource& next) {
+void build_index_tree_from(IndexPageStore& store, PageNumber table_page, PageNumber root, const IndexItemSource& next) {
   Pager& pager = store.pager();
   const auto old_pages = index_tree_pages(pager, root);
   for (PageNumber p : old_pages) {
@@ -158,7 +158,7 @@ void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber r
 void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
                       const std::vector<IndexNodeItem>& sorted) {
   std::size_t at = 0;
-  build_index_tree(store, table_page, root, [&](IndexNodeItem& item) {
+  build_index_tree_from(store, table_page, root, [&](IndexNodeItem& item) {
     if (at == sorted.size()) return false;
     item = sorted[at++];
     return true;

@@ -35,7 +35,7 @@ using IndexItemSource = std::function<bool(IndexNodeItem& item)>;
 // Replaces the tree under `root` by one holding the entries `next` gives (in index order;
 // 3049 otherwise). Pages are written as they fill: one page per level is held at a time,
 // so an index of any size is built in little memory.
-void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root, const IndexItemSource& next);
+void build_index_tree_from(IndexPageStore& store, PageNumber table_page, PageNumber root, const IndexItemSource& next);
 void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
                       const std::vector<IndexNodeItem>& sorted);
 

@@ -131,7 +131,7 @@ void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& n
     const IndexDef& index = def.indexes[i];
     if (IndexEntrySort* entries = gathered.take(i)) {
       store.select_index(index);
-      build_index_tree(store, def.page, index.root_page, refusing_duplicates(db, name, def, index, entries->sorted()));
+      build_index_tree_from(store, def.page, index.root_page, refusing_duplicates(db, name, def, index, entries->sorted()));
       entries->clear();
       continue;
     }
