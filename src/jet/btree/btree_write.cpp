@@ -34,8 +34,7 @@ IndexNodeItem last_entry_below(IndexPageCache& cache, Pager& pager, PageNumber n
   }
 }
 
-// The node of a parsed page; the tail item's key is looked up below it only when
-// `derive_tail` (a caller about to replace that item has no use for it).
+// The node of a parsed page, without its items.
 IndexNode header_of(const CachedIndexPage& page) {
   IndexNode node;
   node.number = page.number;
@@ -57,6 +56,8 @@ void add_tail(IndexPageCache& cache, Pager& pager, const CachedIndexPage& page, 
   if (!page.leaf && node.items.empty()) damaged_at(pager, page.number, "page intermédiaire sans enfant");
 }
 
+// The node of a parsed page; the tail item's key is looked up below it only when
+// `derive_tail` (a caller about to replace that item has no use for it).
 IndexNode node_of(IndexPageCache& cache, Pager& pager, const CachedIndexPage& page, bool derive_tail) {
   IndexNode node = header_of(page);
   node.items.reserve(page.entries.size() + 2);
