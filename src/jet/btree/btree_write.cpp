@@ -34,15 +34,16 @@ IndexNodeItem last_entry_below(IndexPageCache& cache, Pager& pager, PageNumber n
   }
 }
 
-// The node of a parsed page, without its items.
-IndexNode header_of(const CachedIndexPage& page) {
+// The node of a parsed page, or a copy of a node, without its items.
+template <class Header>
+IndexNode header_of(const Header& from) {
   IndexNode node;
-  node.number = page.number;
-  node.leaf = page.leaf;
-  node.owner = page.owner;
-  node.prev = page.prev;
-  node.next = page.next;
-  node.level = page.level;
+  node.number = from.number;
+  node.leaf = from.leaf;
+  node.owner = from.owner;
+  node.prev = from.prev;
+  node.next = from.next;
+  node.level = from.level;
   return node;
 }
 
@@ -73,18 +74,6 @@ IndexNode node_taken(IndexPageCache& cache, Pager& pager, CachedIndexPage& page,
   for (auto& e : page.entries) node.items.push_back({std::move(e.key), e.row, e.child});
   add_tail(cache, pager, page, derive_tail, node);
   return node;
-}
-
-// The node without its items.
-IndexNode header_copy(const IndexNode& node) {
-  IndexNode copy;
-  copy.number = node.number;
-  copy.leaf = node.leaf;
-  copy.owner = node.owner;
-  copy.prev = node.prev;
-  copy.next = node.next;
-  copy.level = node.level;
-  return copy;
 }
 
 // What parse_index_page gives for the bytes encode_index_node made of `node`, taking the
@@ -347,9 +336,9 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
     node.items.push_back(std::move(last));
   }
   if (head_fits) {
-    pieces.push_back(header_copy(node));
+    pieces.push_back(header_of(node));
     pieces.back().items.assign(node.items.begin(), node.items.end() - 1);
-    pieces.push_back(header_copy(node));
+    pieces.push_back(header_of(node));
     pieces.back().items.assign(1, node.items.back());
   } else {
     split_into(node, 0, node.items.size(), pieces);
@@ -384,7 +373,7 @@ std::vector<IndexNodeItem> BtreeWriter::store(IndexNode node, bool at_end) {
 // Cuts items [first, last) into pieces that each fit a page, halving by stored size.
 void BtreeWriter::split_into(const IndexNode& node, std::size_t first, std::size_t last,
                              std::vector<IndexNode>& out) {
-  IndexNode piece = header_copy(node);
+  IndexNode piece = header_of(node);
   piece.items.assign(node.items.begin() + static_cast<std::ptrdiff_t>(first),
                      node.items.begin() + static_cast<std::ptrdiff_t>(last));
   const bool whole = first == 0 && last == node.items.size();
