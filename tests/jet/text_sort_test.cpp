@@ -9,6 +9,8 @@
 #include "jet/base/error.h"
 #include "jet/btree/index_key.h"
 #include "jet/base/text_sort.h"
+#include "jet/base/text_sort_table.h"
+#include "jet/base/text_codec.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace text_sort_test_cases {
@@ -140,6 +142,29 @@ TEST(TextSort, CharactersBeyondThePlaneAndBadUtf8AreRefused) {
   const auto before_text = w.bytes();
   EXPECT_THROW(w.text("\xF0\x9F\x98\x80"), jet::Error);
   EXPECT_EQ(w.bytes(), before_text);
+}
+
+// Plain ASCII text takes a shorter way to its key: it must give the very key of the full way,
+// taken here by adding a non-ASCII character that the order ignores (it adds no byte).
+TEST(TextSort, AsciiTextGivesTheKeyOfTheFullWay) {
+  std::string ignored;
+  for (char32_t c = 0x80; c < 0x3000 && ignored.empty(); ++c) {
+    const auto code = jet::text_sort_detail::find_char_code(c);
+    if (code && code->kind == jet::text_sort_detail::CharKind::Ignored) {
+      const std::uint8_t unit[] = {static_cast<std::uint8_t>(c & 0xFF), static_cast<std::uint8_t>(c >> 8)};
+      ignored = jet::utf16le_to_utf8(unit);
+    }
+  }
+  ASSERT_FALSE(ignored.empty());
+  std::vector<std::string> texts = {"", "Dupont", "l'arbre", "Jean-Pierre", "  avant", "a b", "0123456789",
+                                    "MIXTE mixte", std::string(300, 'x'), std::string(254, 'y') + "-z"};
+  for (char c = 1; c < 127; ++c) texts.push_back(std::string("a") + c + "Z");
+  for (const std::string& text : texts) {
+    for (const bool ascending : {true, false}) {
+      SCOPED_TRACE(text + (ascending ? " asc" : " desc"));
+      EXPECT_EQ(key(text, ascending), key(text + ignored, ascending));
+    }
+  }
 }
 
 }  // namespace

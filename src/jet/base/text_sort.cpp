@@ -5,7 +5,10 @@
 // characters such as hyphens and apostrophes (introduced by one more 0x01).
 #include "jet/base/text_sort.h"
 
+#include <algorithm>
+#include <array>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -75,12 +78,60 @@ struct AccentRun {
   }
 };
 
+// The closing bytes of a key whose primary run starts at `start`.
+void close_key(bool ascending, std::size_t start, std::vector<std::uint8_t>& out) {
+  if (!ascending) {
+    out.push_back(kEndOfKey);
+    for (std::size_t i = start; i < out.size(); ++i) out[i] = static_cast<std::uint8_t>(~out[i]);
+  }
+  out.push_back(kEndOfKey);
+}
+
+// Most indexed text is ASCII letters, digits and signs that carry only primary bytes: its key
+// is those bytes and the closing ones, made without decoding to UTF-16. False, with `out` as
+// it was, for any other text (an accent, a hidden hyphen, a character without a code).
+bool append_plain_ascii_key(std::string_view text, bool ascending, std::vector<std::uint8_t>& out) {
+  static const auto codes = [] {
+    std::array<std::optional<CharCode>, 128> table;
+    for (char32_t c = 0; c < 128; ++c) table[c] = find_char_code(c);
+    return table;
+  }();
+  std::size_t n = std::min(text.size(), kMaxIndexedTextUnits);
+  while (n > 0 && text[n - 1] == ' ') --n;
+  const std::size_t start = out.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const std::optional<CharCode>* code = c < 128 ? &codes[c] : nullptr;
+    if (!code || !*code) {
+      out.resize(start);
+      return false;
+    }
+    const CharCode& found = **code;
+    if (found.kind == CharKind::Plain) {
+      out.insert(out.end(), found.primary.begin(), found.primary.begin() + found.primary_size);
+    } else if (found.kind != CharKind::Unknown && found.kind != CharKind::Ignored) {
+      out.resize(start);
+      return false;
+    }
+  }
+  // Past the truncation, non-ASCII text must still be well-formed, as the general way checks.
+  for (std::size_t i = n; i < text.size(); ++i)
+    if (static_cast<unsigned char>(text[i]) >= 128) {
+      out.resize(start);
+      return false;
+    }
+  out.push_back(kEndOfPrimary);
+  close_key(ascending, start, out);
+  return true;
+}
+
 }  // namespace
 
 bool general_text_key_known(char32_t c) { return find_char_code(c).has_value(); }
 
 void append_general_text_key(std::string_view utf8_text, bool ascending,
                              std::vector<std::uint8_t>& out) {
+  if (append_plain_ascii_key(utf8_text, ascending, out)) return;
   std::u16string text = to_utf16_key_text(utf8_text);
   if (text.size() > kMaxIndexedTextUnits) text.resize(kMaxIndexedTextUnits);
   while (!text.empty() && text.back() == u' ') text.pop_back();
@@ -157,11 +208,7 @@ void append_general_text_key(std::string_view utf8_text, bool ascending,
     }
   }
 
-  if (!ascending) {
-    out.push_back(kEndOfKey);
-    for (std::size_t i = start; i < out.size(); ++i) out[i] = static_cast<std::uint8_t>(~out[i]);
-  }
-  out.push_back(kEndOfKey);
+  close_key(ascending, start, out);
 }
 
 std::vector<std::uint8_t> general_text_key(std::string_view utf8_text, bool ascending) {

@@ -24,6 +24,9 @@ class PageAllocator {
   void release(PageNumber page);
   // Whether the global map marks `page` free.
   bool is_free(PageNumber page);
+  // Told that pages were marked free in the global map by other means than release():
+  // the next allocation looks for holes from the start of the file again.
+  void rescan_holes() noexcept { holes_from_ = 2; }
 
   OverlayPager& pager() noexcept { return pager_; }
 
@@ -47,6 +50,11 @@ class PageAllocator {
 
  private:
   OverlayPager& pager_;
+  // Pages below this one were in use when last looked at, so a long fill does not read the
+  // whole global map for every page it adds. Forgotten after a rollback (which may give
+  // holes back) and lowered by release().
+  PageNumber holes_from_ = 2;
+  std::uint64_t rollbacks_seen_ = 0;
   std::optional<PageNumber> long_value_page_;
   std::set<PageNumber> long_value_room_;
 };

@@ -193,6 +193,7 @@ RowLayout read_row_layout(const TableDef& def, const ByteView& bytes) {
   } else {
     layout.data_end = mask_at;
   }
+  layout.fields.reserve(def.columns.size());
   for (const ColumnDef& column : def.columns) {
     std::optional<ByteView> field;
     const bool present = column.number < layout.column_count &&

@@ -206,6 +206,7 @@ void OverlayPager::end_outermost() noexcept {
 
 void OverlayPager::rollback() {
   if (levels_.empty()) refuse_overlay("annulation sans transaction");
+  ++rollbacks_;
   page_count_ = levels_.back().page_count_at_begin;
   if (levels_.size() == 1) {
     end_outermost();

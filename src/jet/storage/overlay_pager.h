@@ -86,6 +86,8 @@ class OverlayPager final : public Pager {
   void rollback();
   // Number of open levels (0: no transaction).
   int depth() const noexcept { return static_cast<int>(levels_.size()); }
+  // Rollbacks so far: what a writer remembered about the pages may no longer hold.
+  std::uint64_t rollbacks() const noexcept { return rollbacks_; }
   // Pages changed in the open levels (distinct numbers), for memory and tests.
   std::size_t dirty_pages() const;
   // Committed pages served from memory: those a base pager cannot re-read (no sink, or a
@@ -118,6 +120,7 @@ class OverlayPager final : public Pager {
   void place(PageNumber number, Bytes bytes);
   // Lets go of an entry dropped or replaced.
   void discard(Entry& entry) noexcept;
+  std::uint64_t rollbacks_ = 0;
   // Moves the least recently used pages to the scratch file while memory holds too many.
   void make_room();
   // Ends the outermost level: the scratch file is emptied.

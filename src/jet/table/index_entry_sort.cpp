@@ -16,6 +16,35 @@ std::size_t held_cost(const IndexNodeItem& item) { return item.key.size() + size
 
 bool before(const IndexNodeItem& a, const IndexNodeItem& b) { return compare_entries(a.key, a.row, b.key, b.row) < 0; }
 
+// An entry's first 16 key bytes as two big-endian numbers (zero-padded): most comparisons end
+// there, without reaching the key through its pointer. Equal prefixes fall back to the keys.
+struct Prefixed {
+  std::uint64_t high = 0, low = 0;
+  std::uint32_t at = 0;
+};
+
+std::uint64_t big_endian(const std::vector<std::uint8_t>& key, std::size_t from) {
+  std::uint64_t v = 0;
+  for (std::size_t i = 0; i < 8; ++i) v = (v << 8) | (from + i < key.size() ? key[from + i] : 0u);
+  return v;
+}
+
+// Sorts `items` into index order.
+void sort_entries(std::vector<IndexNodeItem>& items) {
+  std::vector<Prefixed> order(items.size());
+  for (std::size_t i = 0; i < items.size(); ++i)
+    order[i] = {big_endian(items[i].key, 0), big_endian(items[i].key, 8), static_cast<std::uint32_t>(i)};
+  std::sort(order.begin(), order.end(), [&items](const Prefixed& a, const Prefixed& b) {
+    if (a.high != b.high) return a.high < b.high;
+    if (a.low != b.low) return a.low < b.low;
+    return before(items[a.at], items[b.at]);
+  });
+  std::vector<IndexNodeItem> sorted;
+  sorted.reserve(items.size());
+  for (const Prefixed& p : order) sorted.push_back(std::move(items[p.at]));
+  items = std::move(sorted);
+}
+
 // On the scratch file an entry is: key length (2 bytes), key, row page (4), row number (1).
 constexpr std::size_t kSortChunk = 1 << 18;
 
@@ -68,7 +97,7 @@ void IndexEntrySort::add(IndexNodeItem item) {
 }
 
 void IndexEntrySort::write_run() {
-  std::sort(held_.begin(), held_.end(), before);
+  sort_entries(held_);
   try {
     if (!file_) {
       remove_if_unheld(services_, path_);  // a killed run's
@@ -99,7 +128,7 @@ void IndexEntrySort::write_run() {
 }
 
 IndexItemSource IndexEntrySort::sorted() {
-  std::sort(held_.begin(), held_.end(), before);
+  sort_entries(held_);
   if (runs_.empty()) {
     // All in memory: handed out as they are.
     auto at = std::make_shared<std::size_t>(0);

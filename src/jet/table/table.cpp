@@ -63,6 +63,25 @@ void Table::scan(const ColumnSelection& wanted, const std::function<bool(RowId, 
     if (!visit(c.row_id(), c.row())) return;
 }
 
+void Table::scan_stored(const std::function<bool(RowId, const ByteView&)>& visit) const {
+  for (PageNumber p : data_pages()) {
+    const Page held = pager_->read(p);
+    const DataPage page(held);
+    for (std::uint16_t r = 0; r < page.row_count(); ++r) {
+      if (page.deleted(r)) continue;
+      const RowId id{p, static_cast<std::uint8_t>(r)};
+      if (!page.overflow(r)) {
+        if (!visit(id, page.row_bytes(r))) return;
+        continue;
+      }
+      Page moved;
+      const auto bytes = locate_row(*pager_, id, def_.page, &moved);
+      if (!bytes) held.view().damaged("ligne déplacée introuvable (ligne " + std::to_string(r) + ")");
+      if (!visit(id, *bytes)) return;
+    }
+  }
+}
+
 std::uint64_t Table::count_rows() const {
   std::uint64_t n = 0;
   for (PageNumber p : data_pages()) {

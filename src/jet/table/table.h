@@ -52,6 +52,9 @@ class Table {
   void scan(const std::function<bool(RowId, const Row&)>& visit) const;
   // The same, decoding only the `wanted` columns (the others read Null).
   void scan(const ColumnSelection& wanted, const std::function<bool(RowId, const Row&)>& visit) const;
+  // The same, handing over each live row's stored bytes undecoded (a moved row's from its
+  // new place): for copies that carry rows as they are.
+  void scan_stored(const std::function<bool(RowId, const ByteView&)>& visit) const;
   std::uint64_t count_rows() const;
 
  private:

@@ -88,15 +88,15 @@ void TableWriter::refuse_if_unindexed(const TableDef& def) const {
     refuse_indexed_table("la table « " + name_ + " » a des index, que ce programme ne sait pas encore tenir à jour");
 }
 
-Row TableWriter::prepare(const TableDef& def, const Row& values, bool assign_autonumbers,
-                         std::uint32_t* next_auto) const {
+Row prepare_row(const TableDef& def, const Row& values, const ColumnRules& rules, const std::string& table,
+                os::Random& random, std::uint32_t* next_auto) {
   if (values.size() != def.columns.size()) refuse_indexed_table("nombre de valeurs différent du nombre de champs");
   Row row;
   row.reserve(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     const ColumnDef& column = def.columns[i];
     Value value = coerce_to_column(column, values[i]);
-    if (assign_autonumbers && column.is_autonumber()) {
+    if (next_auto && column.is_autonumber()) {
       if (column.type == ColumnType::Long && (column.flags & column_flags::AutoLong)) {
         if (value.is_null()) {
           value = Value::long_(static_cast<std::int32_t>(++*next_auto));
@@ -104,32 +104,42 @@ Row TableWriter::prepare(const TableDef& def, const Row& values, bool assign_aut
           *next_auto = static_cast<std::uint32_t>(value.as_long());
         }
       } else if (column.type == ColumnType::Guid && value.is_null()) {
-        value = Value::guid(random_guid(*pager_.services().random));
+        value = Value::guid(random_guid(random));
       }
     }
-    if (value.is_null() && rules_.required.count(column.name))
-      throw Error(ErrorCode::FieldRequired, name_ + "." + column.name);
-    if (value.kind() == ValueKind::Text && value.as_text().empty() && rules_.zero_length_refused.count(column.name))
-      throw Error(ErrorCode::ZeroLengthNotAllowed, name_ + "." + column.name);
+    if (value.is_null() && rules.required.count(column.name))
+      throw Error(ErrorCode::FieldRequired, table + "." + column.name);
+    if (value.kind() == ValueKind::Text && value.as_text().empty() && rules.zero_length_refused.count(column.name))
+      throw Error(ErrorCode::ZeroLengthNotAllowed, table + "." + column.name);
     row.push_back(std::move(value));
   }
   return row;
 }
 
-std::vector<std::uint8_t> TableWriter::encode(const TableDef& def, const Row& values) {
+std::vector<std::uint8_t> encode_stored_row(const TableDef& def, const Row& values, LongValueWriter& long_values,
+                                            std::size_t page_size) {
   std::size_t used = 0;
   auto row = encode_row(def, values, [&](const ColumnDef& column, const Value& value) {
     std::vector<std::uint8_t> data = column.type == ColumnType::Memo
                                          ? encode_stored_text(value.as_text(), column.compressed_unicode)
                                          : value.as_binary();
     // Inline values share the row with the other fields: keep the row well inside a page.
-    const std::size_t room = pager_.page_size() / 2 > used ? pager_.page_size() / 2 - used : 0;
-    auto field = long_values_.write(data, room);
+    const std::size_t room = page_size / 2 > used ? page_size / 2 - used : 0;
+    auto field = long_values.write(data, room);
     used += field.size();
     return field;
   });
-  if (row.size() + 2 + disk::kDataHeaderSize > pager_.page_size()) record_too_large();
+  if (row.size() + 2 + disk::kDataHeaderSize > page_size) record_too_large();
   return row;
+}
+
+Row TableWriter::prepare(const TableDef& def, const Row& values, bool assign_autonumbers,
+                         std::uint32_t* next_auto) const {
+  return prepare_row(def, values, rules_, name_, *pager_.services().random, assign_autonumbers ? next_auto : nullptr);
+}
+
+std::vector<std::uint8_t> TableWriter::encode(const TableDef& def, const Row& values) {
+  return encode_stored_row(def, values, long_values_, pager_.page_size());
 }
 
 RowId TableWriter::place_row(const TableDef& def, const std::vector<std::uint8_t>& row, std::uint16_t flags) {

@@ -58,6 +58,17 @@ struct ColumnRules {
   static ColumnRules from_properties(const TableDef& def, const PropertySet& properties);
 };
 
+// Values made ready for a row of `def`: converted to the columns' types (6, 13, 3163), `rules`
+// checked (3314, 3315, naming `table`). With `next_auto`, a Null autonumber takes the next
+// number (a Null GUID one a random GUID) and a larger stored number moves the counter on.
+Row prepare_row(const TableDef& def, const Row& values, const ColumnRules& rules, const std::string& table,
+                os::Random& random, std::uint32_t* next_auto);
+
+// The stored bytes of a prepared row, its long values written through `long_values` (inline
+// only while the row stays well inside a page). Throws 3047 for a row no page can hold.
+std::vector<std::uint8_t> encode_stored_row(const TableDef& def, const Row& values, LongValueWriter& long_values,
+                                            std::size_t page_size);
+
 class TableWriter {
  public:
   TableWriter(OverlayPager& pager, PageAllocator& allocator, std::string table_name,

@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "jet/table/btree_build.h"
+#include "jet/table/bulk_row_writer.h"
 #include "jet/table/index_entry_sort.h"
 #include "jet/btree/btree_write_overlay.h"
 #include "jet/tools/compact_internal.h"
@@ -192,12 +193,63 @@ bool engine_table(std::string_view name) {
   return false;
 }
 
+namespace {
+
+// Destination position of each source column, by name.
+std::vector<std::optional<std::size_t>> positions(const TableDef& from, const TableDef& to) {
+  std::vector<std::optional<std::size_t>> position(from.columns.size());
+  for (const ColumnDef& c : from.columns)
+    if (const ColumnDef* d = to.find_column(c.name)) position[c.definition_order] = d->definition_order;
+  return position;
+}
+
+// Rows appended page by page after the destination's own. When both tables are laid out
+// alike, a row is carried as stored, only the columns its index entries need decoded.
+std::uint64_t append_rows(Database& source, const Table& from, WritableDatabase& destination,
+                          const CatalogEntry& entry, std::size_t sort_bytes, RowsProgress* progress) {
+  const TableDef to = read_table_def(destination.pager(), entry.table_page());
+  GatheredIndexes gathered(to, destination.pager().services(), destination.path(), sort_bytes);
+  BulkRowWriter writer(destination.pager(), destination.allocator(), entry.name, entry.table_page(), &gathered);
+  const bool stored = writer.takes_stored_rows_of(from.def(), source.pager());
+  const ColumnSelection needs = stored ? writer.stored_row_needs() : ColumnSelection{};
+  const auto position = positions(from.def(), to);
+  std::uint64_t copied = 0;
+  std::vector<std::pair<std::uint32_t, RowId>> copied_from;
+  Row values, out;
+  from.scan_stored([&](RowId id, const ByteView& bytes) {
+    std::optional<RowId> placed;
+    if (stored) {
+      decode_row_into(source.pager(), from.def(), bytes, values, needs);
+      placed = writer.add_stored(source.pager(), bytes, values);
+    }
+    if (!placed) {
+      decode_row_into(source.pager(), from.def(), bytes, values);
+      out.assign(to.columns.size(), Value::null());
+      for (std::size_t i = 0; i < values.size(); ++i)
+        if (position[i]) out[*position[i]] = std::move(values[i]);
+      placed = writer.add(out);
+    }
+    copied_from.emplace_back(placed->pointer(), id);
+    ++copied;
+    if (progress) progress->add();
+    return true;
+  });
+  writer.finish();
+  std::sort(copied_from.begin(), copied_from.end(),
+            [](const auto& a, const auto& b) { return a.first < b.first; });
+  rebuild_indexes(destination, entry.table_page(), entry.name, from, copied_from, gathered);
+  return copied;
+}
+
+}  // namespace
+
 std::uint64_t copy_rows(Database& source, std::string_view table, WritableDatabase& destination,
                         const std::function<bool(const TableDef&, Row&)>& adjust, bool overwrite,
                         std::size_t sort_bytes, RowsProgress* progress) {
   const Table from = source.table(table);
   const CatalogEntry* entry = destination.catalog().find_table(table);
   if (!entry) throw Error(ErrorCode::TableNotFound, table);
+  if (!adjust && !overwrite) return append_rows(source, from, destination, *entry, sort_bytes, progress);
   std::vector<RowId> existing;
   if (overwrite)
     destination.table(entry->name).scan([&](RowId id, const Row&) {
@@ -208,10 +260,7 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
   const TableDef to = read_table_def(destination.pager(), entry->table_page());
   GatheredIndexes gathered(to, destination.pager().services(), destination.path(), sort_bytes);
   TableWriter writer(destination.pager(), destination.allocator(), entry->name, entry->table_page(), {}, &gathered);
-  // Destination position of each source column, by name.
-  std::vector<std::optional<std::size_t>> position(from.def().columns.size());
-  for (const ColumnDef& c : from.def().columns)
-    if (const ColumnDef* d = to.find_column(c.name)) position[c.definition_order] = d->definition_order;
+  const auto position = positions(from.def(), to);
   std::uint64_t copied = 0;
   std::vector<std::pair<std::uint32_t, RowId>> copied_from;
   from.scan([&](RowId id, const Row& row) {

@@ -287,6 +287,7 @@ class Repairer {
       if (global_map_known_) set_usage_bit(pager_, kGlobalUsageMap, p, true, false);
       report_.actions.push_back("page " + std::to_string(p) + " : page de données illisible vidée et libérée");
     }
+    db_.allocator().rescan_holes();
   }
 
   // The pages a table holds, marked used in the global map when it calls them free.

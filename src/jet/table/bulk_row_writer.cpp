@@ -1,0 +1,172 @@
+#include "jet/table/bulk_row_writer.h"
+
+#include <cstring>
+
+#include "jet/base/bytes.h"
+#include "jet/base/error.h"
+#include "jet/base/error_texts.h"
+#include "jet/record/long_value.h"
+#include "jet/record/row_encode.h"
+#include "jet/record/usage_map_write.h"
+#include "jet/storage/format.h"
+
+namespace jet {
+namespace {
+
+// Whether every field of a stored row surely fits its column as a writer requires it (a text
+// within its size, a number within its precision), judged from the bytes where that is
+// enough. A row not proven to fit is written from its values, which refuses a damaged one.
+bool fits_as_stored(const TableDef& def, const RowLayout& layout) {
+  for (const ColumnDef& c : def.columns) {
+    const auto& field = layout.fields[c.definition_order];
+    if (!field) continue;
+    switch (c.type) {
+      case ColumnType::Text: {
+        // Two bytes a character, or at least one once compressed (after the 2-byte mark).
+        const bool compressed = field->size() >= 2 && field->u8(0) == 0xFF && field->u8(1) == 0xFE;
+        const std::size_t most = compressed ? field->size() - 2 : field->size() / 2;
+        if ((!compressed && field->size() % 2 != 0) || most * 2 > c.length) return false;
+        break;
+      }
+      case ColumnType::Binary:
+        if (field->size() > c.length) return false;
+        break;
+      case ColumnType::Numeric:
+        try {
+          coerce_to_column(c, decode_field(c, *field));
+        } catch (const Error&) {
+          return false;
+        }
+        break;
+      default:
+        break;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+BulkRowWriter::BulkRowWriter(OverlayPager& pager, PageAllocator& allocator, std::string table_name,
+                             PageNumber definition_page, IndexHook* hook)
+    : pager_(pager),
+      allocator_(allocator),
+      name_(std::move(table_name)),
+      def_(read_table_def(pager, definition_page)),
+      hook_(hook),
+      long_values_(pager, allocator),
+      next_auto_(def_.next_autonumber) {
+  for (const ColumnDef& c : def_.columns) has_long_values_ = has_long_values_ || is_long_value(c.type);
+  if (!def_.indexes.empty() && !hook_)
+    throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
+                describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (la table « " + name_ +
+                    " » a des index, que ce programme ne sait pas encore tenir à jour)");
+}
+
+RowId BulkRowWriter::add(const Row& values) {
+  const Row row = prepare_row(def_, values, {}, name_, *pager_.services().random, &next_auto_);
+  if (hook_) hook_->check(def_, nullptr, &row, std::nullopt);
+  const std::vector<std::uint8_t> bytes = encode_stored_row(def_, row, long_values_, pager_.page_size());
+  return put(bytes, row);
+}
+
+bool BulkRowWriter::takes_stored_rows_of(const TableDef& source, const Pager& source_pager) const {
+  if (source_pager.layout().format != pager_.layout().format || source_pager.page_size() != pager_.page_size() ||
+      source.columns.size() != def_.columns.size() || source.variable_columns != def_.variable_columns) {
+    return false;
+  }
+  for (std::size_t i = 0; i < def_.columns.size(); ++i) {
+    const ColumnDef& a = source.columns[i];
+    const ColumnDef& b = def_.columns[i];
+    if (a.type != b.type || a.number != b.number || a.var_index != b.var_index || a.fixed_offset != b.fixed_offset ||
+        a.length != b.length || a.flags != b.flags || a.code_page != b.code_page || a.precision != b.precision ||
+        a.scale != b.scale) {
+      return false;
+    }
+  }
+  return true;
+}
+
+ColumnSelection BulkRowWriter::stored_row_needs() const {
+  ColumnSelection wanted(def_.columns.size(), false);
+  for (const IndexDef& index : def_.indexes)
+    for (const IndexColumn& ic : index.columns)
+      if (const ColumnDef* c = def_.column_by_number(ic.column_number)) wanted[c->definition_order] = true;
+  for (const ColumnDef& c : def_.columns)
+    if (c.is_autonumber()) wanted[c.definition_order] = true;
+  return wanted;
+}
+
+std::optional<RowId> BulkRowWriter::add_stored(Pager& source_pager, const ByteView& bytes, const Row& values) {
+  // Autonumbers as TableWriter sees them: a Null one is numbered (which only encoding can
+  // do), a larger one moves the counter on.
+  std::uint32_t next_auto = next_auto_;
+  for (const ColumnDef& c : def_.columns) {
+    if (!c.is_autonumber()) continue;
+    const Value& v = values.at(c.definition_order);
+    if (v.is_null()) return std::nullopt;
+    if (c.type == ColumnType::Long && v.kind() == ValueKind::Long && v.as_long() > 0 &&
+        static_cast<std::uint32_t>(v.as_long()) > next_auto) {
+      next_auto = static_cast<std::uint32_t>(v.as_long());
+    }
+  }
+  const RowLayout layout = read_row_layout(def_, bytes);
+  if (!fits_as_stored(def_, layout)) return std::nullopt;
+  if (hook_) hook_->check(def_, nullptr, &values, std::nullopt);
+  next_auto_ = next_auto;
+  carried_.assign(bytes.data(), bytes.data() + bytes.size());
+  if (!has_long_values_) return put(carried_, values);
+  for (const ColumnDef& c : def_.columns) {
+    const auto& field = layout.fields[c.definition_order];
+    if (!is_long_value(c.type) || !field || field->size() < disk::kLongValueFieldSize) continue;
+    if (parse_long_value_ref(*field).storage == LongValueStorage::Inline) continue;
+    // Kept out of the row as in the source, so that the row keeps its size.
+    const std::vector<std::uint8_t> reference = long_values_.write(read_long_value(source_pager, *field), 0);
+    const auto at = static_cast<std::size_t>(field->data() - bytes.data());
+    std::memcpy(carried_.data() + at, reference.data(), disk::kLongValueFieldSize);
+  }
+  return put(carried_, values);
+}
+
+RowId BulkRowWriter::put(std::span<const std::uint8_t> row, const Row& values) {
+  if (!page_ || !page_->fits(row.size())) {
+    write_page();
+    start_page();
+    if (!page_->fits(row.size())) throw Error(3047, error_message(3047));
+  }
+  const RowId id{page_number_, page_->add_row(row)};
+  ++added_;
+  if (hook_) hook_->apply(def_, nullptr, &values, id);
+  return id;
+}
+
+void BulkRowWriter::start_page() {
+  page_ = DataPageEditor::blank(pager_.page_size(), def_.page);
+  page_number_ = allocator_.allocate(page_->bytes());
+  const PageAppender append = [this](std::vector<std::uint8_t> b) { return allocator_.allocate(std::move(b)); };
+  set_usage_bit(pager_, RowId::from_pointer(def_.owned_pages), page_number_, true, true, append);
+}
+
+void BulkRowWriter::write_page() {
+  if (!page_) return;
+  pager_.write(page_number_, page_->release());
+  page_.reset();
+}
+
+void BulkRowWriter::finish() {
+  if (page_) {
+    const PageNumber last = page_number_;
+    write_page();
+    const PageAppender append = [this](std::vector<std::uint8_t> b) { return allocator_.allocate(std::move(b)); };
+    set_usage_bit(pager_, RowId::from_pointer(def_.free_pages), last, true, true, append);
+  }
+  std::vector<std::uint8_t> bytes = pager_.read(def_.page).view().copy();
+  store_le32(bytes, disk::kTdefRowCount, def_.row_count + added_);
+  store_le32(bytes, disk::kTdefNextAutonumber, next_auto_);
+  pager_.write(def_.page, std::move(bytes));
+  def_.row_count += added_;
+  def_.next_autonumber = next_auto_;
+  added_ = 0;
+}
+
+}  // namespace jet
