@@ -130,15 +130,19 @@ void append_value_key(KeyWriter& w, const Value& v, const ColumnDef& column, boo
   }
 }
 
-std::vector<std::uint8_t> index_key_for_row(const TableDef& table, const IndexDef& index,
-                                            const Row& row) {
-  KeyWriter w;
+void append_row_key(KeyWriter& writer, const TableDef& table, const IndexDef& index, const Row& row) {
   for (const auto& ic : index.columns) {
     const std::size_t at = value_position(table, ic.column_number);
     static const Value kNull = Value::null();
     const Value& v = at < row.size() ? row[at] : kNull;
-    append_value_key(w, v, table.columns[at], ic.ascending);
+    append_value_key(writer, v, table.columns[at], ic.ascending);
   }
+}
+
+std::vector<std::uint8_t> index_key_for_row(const TableDef& table, const IndexDef& index,
+                                            const Row& row) {
+  KeyWriter w;
+  append_row_key(w, table, index, row);
   return w.take();
 }
 

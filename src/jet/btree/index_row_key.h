@@ -29,6 +29,8 @@ void append_value_key(KeyWriter& writer, const Value& value, const ColumnDef& co
 // The key of `row` (values in TableDef::columns order) in `index`.
 std::vector<std::uint8_t> index_key_for_row(const TableDef& table, const IndexDef& index,
                                             const Row& row);
+// The same, appended to `writer` (whose buffer a caller making many keys reuses).
+void append_row_key(KeyWriter& writer, const TableDef& table, const IndexDef& index, const Row& row);
 
 // The key of leading values of the index's columns (fewer values than columns make a prefix
 // key, for seeks on the first columns only).

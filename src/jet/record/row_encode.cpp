@@ -172,6 +172,14 @@ std::vector<std::uint8_t> encode_field(const ColumnDef& column, const Value& raw
 
 RowLayout read_row_layout(const TableDef& def, const ByteView& bytes) {
   RowLayout layout;
+  read_row_layout_into(def, bytes, layout);
+  return layout;
+}
+
+void read_row_layout_into(const TableDef& def, const ByteView& bytes, RowLayout& layout) {
+  layout.fields.clear();
+  layout.var_count = 0;
+  layout.slack = 0;
   layout.column_count = bytes.u16(0);
   const std::size_t mask_size = (std::size_t{layout.column_count} + 7) / 8;
   if (mask_size + 2 > bytes.size()) bytes.damaged("masque des valeurs nulles hors de la ligne");
@@ -211,7 +219,6 @@ RowLayout read_row_layout(const TableDef& def, const ByteView& bytes) {
     }
     layout.fields.push_back(field);
   }
-  return layout;
 }
 
 std::vector<std::uint8_t> encode_row(const TableDef& def, const Row& values, const LongValueEncoder& long_values) {

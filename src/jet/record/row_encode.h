@@ -43,6 +43,8 @@ struct RowLayout {
   std::vector<std::optional<ByteView>> fields;  // by TableDef::columns order
 };
 RowLayout read_row_layout(const TableDef& def, const ByteView& row);
+// The same into `layout`, whose list of fields is reused: for rows read one after another.
+void read_row_layout_into(const TableDef& def, const ByteView& row, RowLayout& layout);
 
 // Stored field of a Memo/OLE value: the 12-byte reference (and inline data), made by the
 // long-value writer. Called only for non-Null long values.

@@ -110,7 +110,8 @@ std::optional<RowId> BulkRowWriter::add_stored(Pager& source_pager, const ByteVi
       next_auto = static_cast<std::uint32_t>(v.as_long());
     }
   }
-  const RowLayout layout = read_row_layout(def_, bytes);
+  read_row_layout_into(def_, bytes, layout_);
+  const RowLayout& layout = layout_;
   if (!fits_as_stored(def_, layout)) return std::nullopt;
   if (hook_) hook_->check(def_, nullptr, &values, std::nullopt);
   next_auto_ = next_auto;

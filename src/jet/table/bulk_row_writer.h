@@ -20,6 +20,7 @@
 #include "jet/record/long_value_write.h"
 #include "jet/record/page_allocator.h"
 #include "jet/record/row.h"
+#include "jet/record/row_encode.h"
 #include "jet/record/table_def.h"
 #include "jet/storage/overlay_pager.h"
 #include "jet/table/table_writer.h"
@@ -66,6 +67,7 @@ class BulkRowWriter {
   std::uint32_t next_auto_ = 0;
   bool has_long_values_ = false;
   std::vector<std::uint8_t> carried_;  // the stored row being carried, its references rewritten
+  RowLayout layout_;                   // where its fields lie
 };
 
 }  // namespace jet

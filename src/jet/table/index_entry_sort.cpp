@@ -11,38 +11,14 @@
 namespace jet {
 namespace {
 
-// Bytes an entry costs in memory: its key and the vector and allocation around it.
-std::size_t held_cost(const IndexNodeItem& item) { return item.key.size() + sizeof(IndexNodeItem) + 16; }
+bool item_before(const IndexNodeItem& a, const IndexNodeItem& b) {
+  return compare_entries(a.key, a.row, b.key, b.row) < 0;
+}
 
-bool before(const IndexNodeItem& a, const IndexNodeItem& b) { return compare_entries(a.key, a.row, b.key, b.row) < 0; }
-
-// An entry's first 16 key bytes as two big-endian numbers (zero-padded): most comparisons end
-// there, without reaching the key through its pointer. Equal prefixes fall back to the keys.
-struct Prefixed {
-  std::uint64_t high = 0, low = 0;
-  std::uint32_t at = 0;
-};
-
-std::uint64_t big_endian(const std::vector<std::uint8_t>& key, std::size_t from) {
+std::uint64_t big_endian(std::span<const std::uint8_t> key, std::size_t from) {
   std::uint64_t v = 0;
   for (std::size_t i = 0; i < 8; ++i) v = (v << 8) | (from + i < key.size() ? key[from + i] : 0u);
   return v;
-}
-
-// Sorts `items` into index order.
-void sort_entries(std::vector<IndexNodeItem>& items) {
-  std::vector<Prefixed> order(items.size());
-  for (std::size_t i = 0; i < items.size(); ++i)
-    order[i] = {big_endian(items[i].key, 0), big_endian(items[i].key, 8), static_cast<std::uint32_t>(i)};
-  std::sort(order.begin(), order.end(), [&items](const Prefixed& a, const Prefixed& b) {
-    if (a.high != b.high) return a.high < b.high;
-    if (a.low != b.low) return a.low < b.low;
-    return before(items[a.at], items[b.at]);
-  });
-  std::vector<IndexNodeItem> sorted;
-  sorted.reserve(items.size());
-  for (const Prefixed& p : order) sorted.push_back(std::move(items[p.at]));
-  items = std::move(sorted);
 }
 
 // On the scratch file an entry is: key length (2 bytes), key, row page (4), row number (1).
@@ -59,8 +35,8 @@ struct IndexEntrySort::Merge {
     IndexNodeItem head;
   };
   std::vector<Reader> readers;
-  std::vector<IndexNodeItem> held;  // the entries never written, sorted
-  std::size_t held_at = 0;
+  std::size_t held_at = 0;  // next of the entries never written (held_, sorted)
+  IndexNodeItem held_head;
   // Reader indexes, smallest head on top (the in-memory entries are reader `readers.size()`).
   std::vector<std::size_t> heap;
 };
@@ -73,7 +49,8 @@ IndexEntrySort::~IndexEntrySort() { clear(); }
 void IndexEntrySort::clear() noexcept {
   held_.clear();
   held_.shrink_to_fit();
-  held_bytes_ = 0;
+  keys_.clear();
+  keys_.shrink_to_fit();
   runs_.clear();
   merge_.reset();
   if (!file_) return;
@@ -89,15 +66,34 @@ void IndexEntrySort::failed(const os::Failure& failure, bool writing) const {
   throw_file_failure(failure, services_, path_, writing ? FileActivity::Writing : FileActivity::Reading);
 }
 
-void IndexEntrySort::add(IndexNodeItem item) {
-  held_bytes_ += held_cost(item);
-  held_.push_back(std::move(item));
+void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
+  held_.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys_.size()),
+                   static_cast<std::uint32_t>(key.size()), row.pointer()});
+  keys_.insert(keys_.end(), key.begin(), key.end());
   ++added_;
-  if (held_bytes_ > budget_) write_run();
+  if (keys_.size() + held_.size() * sizeof(Held) > budget_) write_run();
+}
+
+// Index order (compare_entries) read from the held form. Keys of 16 bytes or less are whole
+// in the prefix: equal prefixes and lengths make equal keys, and the rows decide (indexes of
+// few distinct values hold mostly such ties).
+bool IndexEntrySort::before(const Held& a, const Held& b) const {
+  if (a.high != b.high) return a.high < b.high;
+  if (a.low != b.low) return a.low < b.low;
+  if (a.length <= 16 && b.length <= 16) {
+    // The shorter of two keys equal as far as it goes comes first.
+    if (a.length != b.length) return a.length < b.length;
+    return a.row < b.row;
+  }
+  return compare_entries(key_of(a), RowId::from_pointer(a.row), key_of(b), RowId::from_pointer(b.row)) < 0;
+}
+
+void IndexEntrySort::sort_held() {
+  std::sort(held_.begin(), held_.end(), [this](const Held& a, const Held& b) { return before(a, b); });
 }
 
 void IndexEntrySort::write_run() {
-  sort_entries(held_);
+  sort_held();
   try {
     if (!file_) {
       remove_if_unheld(services_, path_);  // a killed run's
@@ -111,11 +107,13 @@ void IndexEntrySort::write_run() {
       run.bytes += chunk.size();
       chunk.clear();
     };
-    for (const IndexNodeItem& item : held_) {
-      append_le16(chunk, static_cast<std::uint16_t>(item.key.size()));
-      chunk.insert(chunk.end(), item.key.begin(), item.key.end());
-      append_le32(chunk, item.row.page);
-      chunk.push_back(item.row.row);
+    for (const Held& h : held_) {
+      const RowId row = RowId::from_pointer(h.row);
+      const auto key = key_of(h);
+      append_le16(chunk, static_cast<std::uint16_t>(key.size()));
+      chunk.insert(chunk.end(), key.begin(), key.end());
+      append_le32(chunk, row.page);
+      chunk.push_back(row.row);
       if (chunk.size() >= kSortChunk) flush();
     }
     if (!chunk.empty()) flush();
@@ -124,24 +122,30 @@ void IndexEntrySort::write_run() {
     failed(failure, true);
   }
   held_.clear();
-  held_bytes_ = 0;
+  keys_.clear();
 }
 
 IndexItemSource IndexEntrySort::sorted() {
-  sort_entries(held_);
+  sort_held();
+  // Fills `item` with held entry `i`.
+  const auto give = [this](std::size_t i, IndexNodeItem& item) {
+    const auto key = key_of(held_[i]);
+    item.key.assign(key.begin(), key.end());
+    item.row = RowId::from_pointer(held_[i].row);
+    item.child = 0;
+  };
   if (runs_.empty()) {
-    // All in memory: handed out as they are.
+    // All in memory: handed out in order.
     auto at = std::make_shared<std::size_t>(0);
-    return [this, at](IndexNodeItem& item) {
+    return [this, at, give](IndexNodeItem& item) {
       if (*at == held_.size()) return false;
-      item = std::move(held_[(*at)++]);
+      give((*at)++, item);
       return true;
     };
   }
   merge_ = std::make_unique<Merge>();
   Merge& m = *merge_;
-  m.held = std::move(held_);
-  held_.clear();
+  if (!held_.empty()) give(0, m.held_head);
   // Fills `r.head` with the next entry of its run; false at its end.
   const auto next_of = [this](Merge::Reader& r) {
     const auto need = [&](std::size_t n) {
@@ -174,25 +178,27 @@ IndexItemSource IndexEntrySort::sorted() {
   };
   const std::size_t memory = runs_.size();
   const auto head = [&m, memory](std::size_t i) -> const IndexNodeItem& {
-    return i == memory ? m.held[m.held_at] : m.readers[i].head;
+    return i == memory ? m.held_head : m.readers[i].head;
   };
-  const auto greater = [head](std::size_t a, std::size_t b) { return before(head(b), head(a)); };
+  const auto greater = [head](std::size_t a, std::size_t b) { return item_before(head(b), head(a)); };
   m.readers.resize(runs_.size());
   for (std::size_t i = 0; i < runs_.size(); ++i) {
     m.readers[i].at = runs_[i].offset;
     m.readers[i].end = runs_[i].offset + runs_[i].bytes;
     if (next_of(m.readers[i])) m.heap.push_back(i);
   }
-  if (!m.held.empty()) m.heap.push_back(memory);
+  if (!held_.empty()) m.heap.push_back(memory);
   std::make_heap(m.heap.begin(), m.heap.end(), greater);
-  return [&m, memory, next_of, greater](IndexNodeItem& item) mutable {
+  return [this, &m, memory, next_of, greater, give](IndexNodeItem& item) mutable {
     if (m.heap.empty()) return false;
     std::pop_heap(m.heap.begin(), m.heap.end(), greater);
     const std::size_t i = m.heap.back();
     bool more;
     if (i == memory) {
-      item = std::move(m.held[m.held_at++]);
-      more = m.held_at < m.held.size();
+      item = std::move(m.held_head);
+      m.held_head = IndexNodeItem{};
+      more = ++m.held_at < held_.size();
+      if (more) give(m.held_at, m.held_head);
     } else {
       item = std::move(m.readers[i].head);
       m.readers[i].head = IndexNodeItem{};

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,8 @@ class IndexEntrySort {
   IndexEntrySort& operator=(const IndexEntrySort&) = delete;
 
   // Throws jet::Error (3026 for a full disk...) when a run cannot be written.
-  void add(IndexNodeItem item);
+  void add(std::span<const std::uint8_t> key, RowId row);
+  void add(const IndexNodeItem& item) { add(item.key, item.row); }
   // Entries added so far.
   std::uint64_t size() const noexcept { return added_; }
   // Runs written to the scratch file so far.
@@ -43,14 +45,26 @@ class IndexEntrySort {
     std::uint64_t offset = 0;
     std::uint64_t bytes = 0;
   };
+  // An entry held in memory: its key's first 16 bytes as two big-endian numbers (zero-padded,
+  // so that most comparisons end there), where the key lies in `keys_`, and its row.
+  struct Held {
+    std::uint64_t high = 0, low = 0;
+    std::uint32_t offset = 0;
+    std::uint32_t length = 0;
+    std::uint32_t row = 0;  // row pointer, ordered as RowId
+  };
+  bool before(const Held& a, const Held& b) const;
+  std::span<const std::uint8_t> key_of(const Held& h) const { return {keys_.data() + h.offset, h.length}; }
+  void sort_held();
   void write_run();
   [[noreturn]] void failed(const os::Failure& failure, bool writing) const;
 
   const os::Services& services_;
   std::string path_;
   std::size_t budget_;
-  std::vector<IndexNodeItem> held_;
-  std::size_t held_bytes_ = 0;
+  // Entries in memory, their keys one after the other in one buffer (no allocation per entry).
+  std::vector<Held> held_;
+  std::vector<std::uint8_t> keys_;
   std::uint64_t added_ = 0;
   std::vector<Run> runs_;
   std::unique_ptr<os::File> file_;

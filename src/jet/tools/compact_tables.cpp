@@ -47,15 +47,15 @@ class GatheredIndexes final : public IndexHook {
         continue;
       }
       if (!complete_[i] || row_left_out_of_index(def, def.indexes[i], *new_values)) continue;
-      std::vector<std::uint8_t> key;
+      key_.clear();
       try {
-        key = index_key_for_row(def, def.indexes[i], *new_values);
+        append_row_key(key_, def, def.indexes[i], *new_values);
       } catch (const Error& e) {
         if (!key_not_computable(e)) throw;
         drop(i);  // its stored key is taken from the source
         continue;
       }
-      entries_[i]->add({std::move(key), id, 0});
+      entries_[i]->add(key_.bytes(), id);
     }
   }
 
@@ -69,6 +69,7 @@ class GatheredIndexes final : public IndexHook {
   }
   std::vector<std::unique_ptr<IndexEntrySort>> entries_;
   std::vector<bool> complete_;
+  KeyWriter key_;  // one buffer for every key made
 };
 
 [[noreturn]] void cannot_carry(const std::string& path, const std::string& what) {
