@@ -48,7 +48,9 @@ void FrmAttente::MiseAJour(const std::string& chemin) {
     rs.Close();
 
     Message(" 2- Retour arrière sur les infos topo --------------");
+    Bd->SetProgress(Avancement(chemin));
     Bd->Execute(RequeteRetourTopo(CheminSauvegarde), dao::dbFailOnError);
+    Bd->SetProgress({});
     EcritJournalBase(" - Nombre d'enregistrements traités / nombre total de fiches : " +
                      std::to_string(Bd->RecordsAffected()) + " sur " +
                      std::to_string(Bd->TableDefs("FICHE").RecordCount()));

@@ -70,6 +70,33 @@ TEST(Update, JoinOfTwoLocalTables) {
             (Lines{"10|used", "11|used", "12|bar12", "13|used"}));
 }
 
+TEST(Update, ValuesAreReadBeforeAnyRowChanges) {
+  Scratch scratch;
+  Db db(scratch.copy("indexTestV2000.mdb"));
+  // Table2's values are read as they were, though the same statement changes them.
+  db.x("UPDATE Table1 INNER JOIN Table2 ON Table1.otherfk1 = Table2.id "
+       "SET Table1.data = Table2.data, Table2.data = 'changed' WHERE Table2.id > 0");
+  EXPECT_EQ(db.q("SELECT data FROM Table1 ORDER BY id"), (Lines{"baz0", "foo1", "foo1", "foo2"}));
+  EXPECT_EQ(db.q("SELECT data FROM Table2 ORDER BY id"), (Lines{"foo0", "changed", "changed"}));
+}
+
+// A listener hears the rows of an UPDATE and a DELETE as they are written, up to the whole.
+TEST(Update, WritesAreToldAsTheyGo) {
+  Scratch scratch;
+  Db db(scratch.copy("indexTestV2000.mdb"));
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> heard;
+  db.exec().set_progress([&](std::uint64_t done, std::uint64_t total) { heard.emplace_back(done, total); });
+  EXPECT_EQ(db.x("UPDATE Table2 SET data = 'one'"), 3);
+  EXPECT_EQ(heard, (std::vector<std::pair<std::uint64_t, std::uint64_t>>{{0, 3}, {1, 3}, {2, 3}, {3, 3}}));
+  heard.clear();
+  EXPECT_EQ(db.x("DELETE FROM Table1 WHERE id > 1"), 2);
+  EXPECT_EQ(heard, (std::vector<std::pair<std::uint64_t, std::uint64_t>>{{0, 2}, {1, 2}, {2, 2}}));
+  db.exec().set_progress({});
+  heard.clear();
+  db.x("UPDATE Table2 SET data = 'two'");
+  EXPECT_TRUE(heard.empty());
+}
+
 TEST(Update, InsideATransactionASavepoint) {
   Scratch scratch;
   const std::string path = scratch.copy("indexTestV2000.mdb");
@@ -163,6 +190,18 @@ TEST_F(BackupUpdate, CopiesTheBackupValuesOfTwinRecordsOnly) {
   EXPECT_NE(exported.find("\"N7\",\"P7\",\"1\",,,,"), std::string::npos) << exported;
   auto db = jet::Database::open(main_path);
   EXPECT_TRUE(jet::verify_database(*db).empty());
+}
+
+TEST_F(BackupUpdate, ARecordWithTwoTwinsTakesTheLastOne) {
+  {
+    Db backup(backup_path);
+    backup.fill("Table1", {rec("N2", "P2", "1", "", "2013-02-01", "first", ""),
+                           rec("N2", "P2", "1", "", "2013-02-02", "second", "")});
+  }
+  Db db(main_path, [&](std::string_view) { return jet::Database::open(backup_path); });
+  EXPECT_EQ(db.x(statement("backup.mdb")), 4);
+  EXPECT_EQ(db.q("SELECT data6, data7 FROM Table1 WHERE data1 IN ('N1', 'N2') ORDER BY data1"),
+            (Lines{"2013-01-01|T1", "2013-02-02|second"}));
 }
 
 TEST_F(BackupUpdate, MissingBackupFileOrTable) {

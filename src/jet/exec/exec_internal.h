@@ -51,6 +51,11 @@ class Run {
 
   // What the writes do with a row the engine refuses (see executor.h).
   RowErrors row_errors = RowErrors::Fail;
+  // Told as UPDATE and DELETE write their rows; null when no one listens.
+  const Progress* progress = nullptr;
+  void wrote(std::uint64_t done, std::uint64_t total) const {
+    if (progress) (*progress)(done, total);
+  }
   // Under RowErrors::Skip: whether `e` refuses one row only (the row is passed over).
   bool skips_row(const jet::Error& e) const;
   // A value converted for a column; under RowErrors::Skip a value that cannot be becomes

@@ -104,25 +104,44 @@ std::int64_t run_update(Run& run, const Update& update) {
   const Relation rel = scope.join_tree(*update.target, where);
   const auto tuples = matching(scope, rel, update.where.get());
 
-  // New values per changed row, in the order rows were met; a row met twice takes the
-  // values of its last match.
+  // Values read only from other databases cannot change under this statement's writes: they
+  // are worked out as each row is written, from the tuple kept, rather than all held first.
+  bool deferred = true;
+  for (const auto& a : update.assignments)
+    for (const int s : scope.sources_of(*a.value))
+      if (scope.sources[static_cast<std::size_t>(s)].local) deferred = false;
+
+  // The changed rows, in the order they were met; a row met twice takes the values of its
+  // last match (its last tuple, or its values replaced column by column).
   struct Change {
     int source;
     std::int32_t row;
-    std::vector<std::pair<int, Value>> values;
+    std::uint32_t tuple;   // deferred: the tuple the values come from
+    std::uint32_t values;  // otherwise: its entry in `held`
   };
   std::vector<Change> changes;
-  std::unordered_map<std::uint64_t, std::size_t> at;
-  for (const std::int32_t* t : tuples) {
+  std::vector<std::vector<std::pair<int, Value>>> held;
+  constexpr std::uint32_t kUnmet = 0xFFFFFFFF;
+  std::vector<std::vector<std::uint32_t>> change_of(scope.sources.size());  // per source, per row
+  for (std::size_t n = 0; n < tuples.size(); ++n) {
+    const std::int32_t* t = tuples[n];
     scope.current = t;
     for (std::size_t i = 0; i < targets.size(); ++i) {
       const std::int32_t row = t[targets[i].source];
       if (row < 0) continue;  // the Null side of an outer join: no row to change
+      auto& index = change_of[static_cast<std::size_t>(targets[i].source)];
+      if (index.empty()) index.assign(scope.sources[static_cast<std::size_t>(targets[i].source)].count(), kUnmet);
+      std::uint32_t& at = index[static_cast<std::size_t>(row)];
+      if (at == kUnmet) {
+        at = static_cast<std::uint32_t>(changes.size());
+        changes.push_back({targets[i].source, row, 0, deferred ? 0 : static_cast<std::uint32_t>(held.size())});
+        if (!deferred) held.emplace_back();
+      }
+      Change& change = changes[at];
+      change.tuple = static_cast<std::uint32_t>(n);
+      if (deferred) continue;
       Value v = scope.eval(*update.assignments[i].value);
-      const std::uint64_t key = (static_cast<std::uint64_t>(targets[i].source) << 32) | static_cast<std::uint32_t>(row);
-      auto [it, fresh] = at.emplace(key, changes.size());
-      if (fresh) changes.push_back({targets[i].source, row, {}});
-      auto& values = changes[it->second].values;
+      auto& values = held[change.values];
       bool replaced = false;
       for (auto& [column, value] : values)
         if (column == targets[i].column) value = v, replaced = true;
@@ -130,11 +149,15 @@ std::int64_t run_update(Run& run, const Update& update) {
     }
   }
   scope.current = nullptr;
+  change_of.clear();
+  change_of.shrink_to_fit();
 
   jet::Statement statement(db.pager());
   std::unordered_map<int, std::unique_ptr<TableChange>> writers;
   std::int64_t changed = 0;
+  std::uint64_t done = 0;
   for (const auto& c : changes) {
+    run.wrote(done++, changes.size());
     const Source& s = scope.sources[static_cast<std::size_t>(c.source)];
     auto& w = writers[c.source];
     if (!w) w = std::make_unique<TableChange>(db, s.name);
@@ -143,10 +166,20 @@ std::int64_t run_update(Run& run, const Update& update) {
     std::optional<Row> full = s.table->read(id);
     if (!full) continue;
     const TableDef& def = s.table->def();
-    for (const auto& [column, value] : c.values)
+    const auto set = [&](int column, const Value& value) {
       (*full)[static_cast<std::size_t>(column)] = run.convert(def.columns[static_cast<std::size_t>(column)], value);
+    };
+    if (deferred) {
+      scope.current = tuples[c.tuple];
+      for (std::size_t i = 0; i < targets.size(); ++i)
+        if (targets[i].source == c.source) set(targets[i].column, scope.eval(*update.assignments[i].value));
+      scope.current = nullptr;
+    } else {
+      for (const auto& [column, value] : held[c.values]) set(column, value);
+    }
     if (write_row(run, [&] { w->writer.update(id, *full); })) ++changed;
   }
+  run.wrote(changes.size(), changes.size());
   statement.commit();
   return changed;
 }
@@ -189,8 +222,11 @@ std::int64_t run_delete(Run& run, const Delete& del) {
   std::int64_t removed = 0;
   if (!ids.empty()) {
     TableChange change(db, s.name);
-    for (const RowId id : ids)
-      if (write_row(run, [&] { change.writer.remove(id); })) ++removed;
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+      run.wrote(i, ids.size());
+      if (write_row(run, [&] { change.writer.remove(ids[i]); })) ++removed;
+    }
+    run.wrote(ids.size(), ids.size());
   }
   statement.commit();
   return removed;

@@ -26,6 +26,7 @@ struct Executor::Impl {
   jet::Database* read_db = nullptr;
   jet::WritableDatabase* write_db = nullptr;
   DatabaseOpener opener;
+  Progress progress;
 
   detail::Run make_run(const Statement& st, const Parameters& parameters) {
     detail::Run run(read_db, write_db, opener, parameters, st.parameters);
@@ -67,6 +68,7 @@ std::int64_t Executor::execute(std::string_view sql, const Parameters& parameter
   const Statement st = parse_statement(sql);
   detail::Run run = impl_->make_run(st, parameters);
   run.row_errors = row_errors;
+  run.progress = impl_->progress ? &impl_->progress : nullptr;
   return std::visit(
       [&](const auto& body) -> std::int64_t {
         using T = std::decay_t<decltype(body)>;
@@ -132,5 +134,7 @@ std::vector<std::string> Executor::parameter_names(std::string_view sql) {
   }
   return names;
 }
+
+void Executor::set_progress(Progress progress) { impl_->progress = std::move(progress); }
 
 }  // namespace jet::sql

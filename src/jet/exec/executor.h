@@ -96,6 +96,9 @@ enum class RowErrors {
   Skip,  // pass the row over, change the others, raise nothing
 };
 
+// Told how far the writes of a long statement are: rows written so far, rows to write.
+using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
 class Executor {
  public:
   // Full executor over a writable database.
@@ -111,6 +114,8 @@ class Executor {
   std::int64_t execute(std::string_view sql, const Parameters& parameters = {},
                        RowErrors row_errors = RowErrors::Fail);
   ResultSet select(std::string_view sql, const Parameters& parameters = {});
+  // Called by UPDATE and DELETE as they write their rows (empty: nothing told).
+  void set_progress(Progress progress);
 
   // Names the statement needs as parameters (declared or not bound to a column), in order
   // of appearance, each once; what a caller shows before asking for values.

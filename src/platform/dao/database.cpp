@@ -44,6 +44,11 @@ void Database::Execute(std::string_view sql, int options) {
 
 long Database::RecordsAffected() const { impl_->checkOpen(); return impl_->recordsAffected; }
 
+void Database::SetProgress(std::function<void(std::uint64_t, std::uint64_t)> progress) {
+  impl_->checkOpen();
+  impl_->sql().set_progress(std::move(progress));
+}
+
 Collection<TableDef> Database::TableDefs() const {
   impl_->checkOpen();
   struct Source : detail::CollectionSource<TableDef> {

@@ -16,6 +16,8 @@
 // made inside it are dropped. Dropping the last handle closes the database.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -41,6 +43,9 @@ class Database {
   Recordset OpenRecordset(std::string_view source, int type = 0, int options = 0);
   void Execute(std::string_view sql, int options = 0);
   long RecordsAffected() const;
+  // Told as a long Execute writes its rows (rows written, rows to write), for a wait form;
+  // empty to stop. Not a DAO member: Jet showed no progress.
+  void SetProgress(std::function<void(std::uint64_t, std::uint64_t)> progress);
 
   Collection<TableDef> TableDefs() const;
   TableDef TableDefs(std::string_view name) const { return TableDefs()(name); }
