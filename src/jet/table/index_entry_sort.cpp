@@ -67,6 +67,13 @@ void IndexEntrySort::failed(const os::Failure& failure, bool writing) const {
 }
 
 void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
+  // Grown by doubling, but never past the budget: a run is written before that.
+  const auto grow = [this](auto& v, std::size_t more, std::size_t unit) {
+    if (v.size() + more <= v.capacity()) return;
+    v.reserve(std::max(v.size() + more, std::min(v.capacity() * 2, budget_ / unit + more)));
+  };
+  grow(held_, 1, sizeof(Held));
+  grow(keys_, key.size(), 1);
   held_.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys_.size()),
                    static_cast<std::uint32_t>(key.size()), row.pointer()});
   keys_.insert(keys_.end(), key.begin(), key.end());

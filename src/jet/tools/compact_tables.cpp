@@ -121,14 +121,18 @@ IndexItemSource refusing_duplicates(WritableDatabase& db, const std::string& tab
   };
 }
 
+using CopiedFrom = std::vector<std::pair<std::uint32_t, RowId>>;
+
 // Builds the indexes of the filled table. A row whose key cannot be computed carries the
-// entry the source's matching index holds for the row it was copied from (`copied_from`:
-// destination row pointer and source row, sorted by destination).
+// entry the source's matching index holds for the row it was copied from (`copied_from`
+// gives, when first needed, each destination row pointer and its source row, sorted by
+// destination).
 void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& name, const Table& source,
-                     const std::vector<std::pair<std::uint32_t, RowId>>& copied_from, GatheredIndexes& gathered) {
+                     const std::function<CopiedFrom()>& copied_from, GatheredIndexes& gathered) {
   const TableDef def = read_table_def(db.pager(), page);
   OverlayIndexPageStore store(db.allocator());
   const Table table(db.pager(), name, def);
+  std::optional<CopiedFrom> origins;
   for (std::size_t i = 0; i < def.indexes.size(); ++i) {
     const IndexDef& index = def.indexes[i];
     if (IndexEntrySort* entries = gathered.take(i)) {
@@ -140,8 +144,10 @@ void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& n
     const IndexDef* from = source_index(source.def(), def, index);
     std::optional<std::unordered_map<std::uint32_t, std::vector<std::uint8_t>>> held;
     const auto stored = [&](RowId row) -> std::optional<std::vector<std::uint8_t>> {
-      const auto origin = std::lower_bound(copied_from.begin(), copied_from.end(), std::make_pair(row.pointer(), RowId{}));
-      if (!from || origin == copied_from.end() || origin->first != row.pointer()) return std::nullopt;
+      if (!from) return std::nullopt;
+      if (!origins) origins = copied_from();
+      const auto origin = std::lower_bound(origins->begin(), origins->end(), std::make_pair(row.pointer(), RowId{}));
+      if (origin == origins->end() || origin->first != row.pointer()) return std::nullopt;
       if (!held) held = stored_keys_by_row(source.pager(), source.def(), *from);
       const auto it = held->find(origin->second.pointer());
       if (it == held->end()) return std::nullopt;
@@ -215,29 +221,38 @@ std::uint64_t append_rows(Database& source, const Table& from, WritableDatabase&
   const ColumnSelection needs = stored ? writer.stored_row_needs() : ColumnSelection{};
   const auto position = positions(from.def(), to);
   std::uint64_t copied = 0;
-  std::vector<std::pair<std::uint32_t, RowId>> copied_from;
+  std::vector<std::uint32_t> placed;  // destination row pointers, in the order of the source's rows
   Row values, out;
-  from.scan_stored([&](RowId id, const ByteView& bytes) {
-    std::optional<RowId> placed;
+  from.scan_stored([&](RowId, const ByteView& bytes) {
+    std::optional<RowId> at;
     if (stored) {
       decode_row_into(source.pager(), from.def(), bytes, values, needs);
-      placed = writer.add_stored(source.pager(), bytes, values);
+      at = writer.add_stored(source.pager(), bytes, values);
     }
-    if (!placed) {
+    if (!at) {
       decode_row_into(source.pager(), from.def(), bytes, values);
       out.assign(to.columns.size(), Value::null());
       for (std::size_t i = 0; i < values.size(); ++i)
         if (position[i]) out[*position[i]] = std::move(values[i]);
-      placed = writer.add(out);
+      at = writer.add(out);
     }
-    copied_from.emplace_back(placed->pointer(), id);
+    placed.push_back(at->pointer());
     ++copied;
     if (progress) progress->add();
     return true;
   });
   writer.finish();
-  std::sort(copied_from.begin(), copied_from.end(),
-            [](const auto& a, const auto& b) { return a.first < b.first; });
+  // The source rows again, in the same order, when an index needs its stored entries.
+  const auto copied_from = [&] {
+    CopiedFrom pairs;
+    pairs.reserve(placed.size());
+    from.scan_stored([&](RowId id, const ByteView&) {
+      pairs.emplace_back(placed.at(pairs.size()), id);
+      return pairs.size() < placed.size();
+    });
+    std::sort(pairs.begin(), pairs.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    return pairs;
+  };
   rebuild_indexes(destination, entry.table_page(), entry.name, from, copied_from, gathered);
   return copied;
 }
@@ -283,7 +298,7 @@ std::uint64_t copy_rows(Database& source, std::string_view table, WritableDataba
   for (; reused < existing.size(); ++reused) writer.remove(existing[reused]);
   std::sort(copied_from.begin(), copied_from.end(),
             [](const auto& a, const auto& b) { return a.first < b.first; });
-  rebuild_indexes(destination, entry->table_page(), entry->name, from, copied_from, gathered);
+  rebuild_indexes(destination, entry->table_page(), entry->name, from, [&] { return copied_from; }, gathered);
   return copied;
 }
 
