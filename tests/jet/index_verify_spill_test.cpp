@@ -109,7 +109,7 @@ class Damaged {
     const auto t = table();
     const auto spilled = jet::verify_index_with(t, index(t, unique), {kBudget, &services});
     EXPECT_GT(files.writes(), 0) << "the entries did not go through scratch runs";
-    const auto held = jet::verify_index_with(t, index(t, unique), {std::size_t{1} << 30, nullptr});
+    const auto held = jet::verify_index_with(t, index(t, unique), {std::size_t{64} << 20, nullptr});
     EXPECT_EQ(spilled, held);
     return spilled;
   }

@@ -63,12 +63,11 @@ void IndexRowMatch::add(std::span<const std::uint8_t> key, RowId row, PageNumber
     previous_row_ = row;
     has_previous_ = true;
   }
-  std::vector<std::uint8_t> payload;
-  payload.reserve(kPayloadHeader + key.size());
-  append_le32(payload, page);
-  append_le16(payload, static_cast<std::uint16_t>(slot));
-  payload.insert(payload.end(), key.begin(), key.end());
-  sorted_.add(std::uint64_t{row.pointer()} << 32 | ordinal_++, payload);
+  payload_.clear();
+  append_le32(payload_, page);
+  append_le16(payload_, static_cast<std::uint16_t>(slot));
+  payload_.insert(payload_.end(), key.begin(), key.end());
+  sorted_.add(std::uint64_t{row.pointer()} << 32 | ordinal_++, payload_);
 }
 
 bool IndexRowMatch::next_group(Group& g) {

@@ -63,6 +63,7 @@ class IndexRowMatch {
   std::size_t room_;
   SpillSort sorted_;
   std::uint32_t ordinal_ = 0;
+  std::vector<std::uint8_t> payload_;  // the record being added
   std::vector<std::uint8_t> previous_key_;  // the last entry's, for duplicates in a unique index
   RowId previous_row_{};
   bool has_previous_ = false;

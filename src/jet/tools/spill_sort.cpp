@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kHeader = 10;
 constexpr std::size_t kWriteChunk = 1 << 18;
 constexpr std::size_t kMinReadChunk = 1 << 12;
+constexpr std::size_t kMaxReserve = std::size_t{32} << 20;
 constexpr const char* kScratchName = "fichier temporaire de vérification";
 
 }  // namespace
@@ -43,9 +44,11 @@ void SpillSort::add(std::uint64_t order, std::span<const std::uint8_t> payload) 
   if (reading_) throw Error(ErrorCode::DatabaseDamaged, "tri : ajout après lecture");
   if (held_.capacity() == 0) {
     // Reserved, not touched: the memory in use grows with the records up to the budget,
-    // without the copies (and the doubled peaks) of a growing vector.
-    arena_.reserve(budget_);
-    held_.reserve(budget_ / sizeof(Slot) + 1);
+    // without the copies (and the doubled peaks) of a growing vector. Only so much is
+    // reserved, since some systems charge reserved memory as if it were used.
+    const std::size_t reserve = std::min(budget_, kMaxReserve);
+    arena_.reserve(reserve);
+    held_.reserve(reserve / sizeof(Slot) + 1);
   }
   held_.push_back({order, static_cast<std::uint32_t>(arena_.size()), static_cast<std::uint32_t>(payload.size())});
   arena_.insert(arena_.end(), payload.begin(), payload.end());
