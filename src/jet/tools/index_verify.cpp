@@ -9,6 +9,7 @@
 #include "jet/btree/index_page.h"
 #include "jet/btree/index_row_key.h"
 #include "jet/storage/format.h"
+#include "jet/tools/index_level_links.h"
 #include "jet/tools/index_row_match.h"
 
 namespace jet {
@@ -17,50 +18,6 @@ constexpr std::size_t kMaxProblems = 200;  // a wrecked index would otherwise fl
 
 std::string row_text(RowId r) { return index_row_text(r); }
 std::string where(PageNumber page, std::size_t entry) { return index_entry_where(page, entry); }
-
-// The previous/next links of each level, checked as the walk meets the level's pages from
-// left to right. Their findings follow those of the walk, level by level, as if each level
-// were checked once the tree is known.
-class LevelLinks {
- public:
-  void visit(std::size_t depth, PageNumber number, PageNumber prev, PageNumber next) {
-    if (levels_.size() <= depth) levels_.resize(depth + 1);
-    Level& level = levels_[depth];
-    const PageNumber want_prev = level.last ? level.last->number : 0;
-    if (level.last) check_next(level, number);
-    if (prev != want_prev)
-      keep(level, "page " + std::to_string(number) + " : page précédente " + std::to_string(prev) + " au lieu de " +
-                      std::to_string(want_prev));
-    level.last = Linked{number, next};
-  }
-
-  // The last page of each level names no next page; then every finding, level by level.
-  template <typename Report>
-  void finish(Report&& report) {
-    for (Level& level : levels_) {
-      if (level.last) check_next(level, 0);
-      for (auto& s : level.findings) report(std::move(s));
-    }
-  }
-
- private:
-  struct Linked {
-    PageNumber number, next;
-  };
-  struct Level {
-    std::optional<Linked> last;
-    std::vector<std::string> findings;
-  };
-  static void keep(Level& level, std::string s) {
-    if (level.findings.size() < kMaxProblems) level.findings.push_back(std::move(s));
-  }
-  static void check_next(Level& level, PageNumber want) {
-    if (level.last->next != want)
-      keep(level, "page " + std::to_string(level.last->number) + " : page suivante " +
-                      std::to_string(level.last->next) + " au lieu de " + std::to_string(want));
-  }
-  std::vector<Level> levels_;
-};
 
 class Checker {
  public:
@@ -195,7 +152,7 @@ class Checker {
   std::vector<KeyColumn> columns_;
   std::vector<std::string> problems_;
   std::vector<bool> seen_;  // a bit per page of the file
-  LevelLinks links_;
+  IndexLevelLinks links_{kMaxProblems};
   std::optional<std::size_t> leaf_depth_;
   std::optional<std::pair<std::vector<std::uint8_t>, RowId>> last_leaf_entry_;
   IndexRowMatch* match_ = nullptr;  // where the leaf entries go, in tree order
