@@ -19,8 +19,8 @@ struct Item {
 };
 
 // Few distinct orders (many ties), payloads of 0 to 300 bytes numbered by their position.
-std::vector<Item> random_items(std::size_t n, unsigned seed) {
-  std::mt19937 random(seed);
+std::vector<Item> random_items(std::size_t n, unsigned start) {
+  std::mt19937 random(start);
   std::vector<Item> out;
   for (std::size_t i = 0; i < n; ++i) {
     std::vector<std::uint8_t> payload(random() % 301, static_cast<std::uint8_t>(i));

@@ -1,6 +1,7 @@
 #include "jet/tools/spill_sort.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "jet/base/bytes.h"
 #include "jet/base/error.h"
@@ -41,7 +42,7 @@ SpillSort::SpillSort(const os::Services& services, std::size_t budget) : service
 SpillSort::~SpillSort() = default;
 
 void SpillSort::add(std::uint64_t order, std::span<const std::uint8_t> payload) {
-  if (reading_) throw Error(ErrorCode::DatabaseDamaged, "tri : ajout après lecture");
+  if (reading_) throw std::logic_error("SpillSort::add after next");
   if (held_.capacity() == 0) {
     // Reserved, not touched: the memory in use grows with the records up to the budget,
     // without the copies (and the doubled peaks) of a growing vector. Only so much is
