@@ -71,6 +71,10 @@ std::unique_ptr<File> FaultyFileSystem::create_new(const std::string& path) {
   return std::make_unique<FaultyFile>(real_.create_new(path), *this, path);
 }
 
+std::unique_ptr<File> FaultyFileSystem::create_scratch() {
+  return std::make_unique<FaultyFile>(real_.create_scratch(), *this, "(scratch)");
+}
+
 void FaultyFileSystem::publish_new(const std::string& from, const std::string& to) {
   if (due(renames_, rename_cue_)) throw Failure(rename_cue_.kind, to);
   real_.publish_new(from, to);

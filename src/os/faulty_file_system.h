@@ -38,6 +38,7 @@ class FaultyFileSystem final : public FileSystem {
 
   std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) override;
   std::unique_ptr<File> create_new(const std::string& path) override;
+  std::unique_ptr<File> create_scratch() override;
   void publish_new(const std::string& from, const std::string& to) override;
   void rename_over(const std::string& from, const std::string& to) override;
   void remove(const std::string& path) override { real_.remove(path); }

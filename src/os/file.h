@@ -45,6 +45,10 @@ class FileSystem {
   virtual std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) = 0;
   // A new, empty file opened for writing; AlreadyExists when the name is taken.
   virtual std::unique_ptr<File> create_new(const std::string& path) = 0;
+  // A new, empty file in the system's temporary folder, for work that may not write beside
+  // its database (a read-only one): no other opener can reach it, and it is gone once closed
+  // or once the program ends, however it ends.
+  virtual std::unique_ptr<File> create_scratch() = 0;
   // Gives the finished file `from` the name `to`, which must not exist (AlreadyExists): a file
   // that appeared meanwhile is never replaced. `from` is gone afterwards.
   virtual void publish_new(const std::string& from, const std::string& to) = 0;

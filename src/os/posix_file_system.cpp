@@ -107,6 +107,7 @@ class PosixFileSystem final : public FileSystem {
  public:
   std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) override;
   std::unique_ptr<File> create_new(const std::string& path) override;
+  std::unique_ptr<File> create_scratch() override;
   void publish_new(const std::string& from, const std::string& to) override;
   void rename_over(const std::string& from, const std::string& to) override;
   void remove(const std::string& path) override;
@@ -184,6 +185,18 @@ std::unique_ptr<File> PosixFileSystem::create_new(const std::string& path) {
     fail(err, path);
   }
   return std::make_unique<PosixFile>(fd, path);
+}
+
+std::unique_ptr<File> PosixFileSystem::create_scratch() {
+  std::error_code ec;
+  std::string folder = std::filesystem::temp_directory_path(ec).string();
+  if (ec || folder.empty()) folder = "/tmp";
+  std::string name = folder + "/jet-XXXXXX";
+  const int fd = ::mkostemp(name.data(), O_CLOEXEC);
+  if (fd < 0) fail(errno, folder);
+  // Unlinked at once: only this descriptor reaches it, and the system frees it on close.
+  ::unlink(name.c_str());
+  return std::make_unique<PosixFile>(fd, name);
 }
 
 void PosixFileSystem::publish_new(const std::string& from, const std::string& to) {

@@ -113,6 +113,7 @@ class Win32FileSystem final : public FileSystem {
  public:
   std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) override;
   std::unique_ptr<File> create_new(const std::string& path) override;
+  std::unique_ptr<File> create_scratch() override;
   void publish_new(const std::string& from, const std::string& to) override;
   void rename_over(const std::string& from, const std::string& to) override;
   void remove(const std::string& path) override;
@@ -168,6 +169,24 @@ std::unique_ptr<File> Win32FileSystem::create_new(const std::string& path) {
                                 FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) fail(::GetLastError(), path);
   return std::make_unique<Win32File>(handle, path);
+}
+
+std::unique_ptr<File> Win32FileSystem::create_scratch() {
+  wchar_t folder[MAX_PATH + 1];
+  const DWORD length = ::GetTempPathW(MAX_PATH + 1, folder);
+  if (length == 0 || length > MAX_PATH) fail(::GetLastError(), "%TEMP%");
+  wchar_t name[MAX_PATH + 1];
+  if (::GetTempFileNameW(folder, L"jet", 0, name) == 0) fail(::GetLastError(), narrow(folder));
+  // Opened without sharing and deleted by the system when the last handle closes, the
+  // program's end included.
+  HANDLE handle = ::CreateFileW(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    const DWORD error = ::GetLastError();
+    ::DeleteFileW(name);
+    fail(error, narrow(name));
+  }
+  return std::make_unique<Win32File>(handle, narrow(name));
 }
 
 void Win32FileSystem::publish_new(const std::string& from, const std::string& to) {

@@ -3,6 +3,7 @@
 // every system.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -130,6 +131,45 @@ TEST_F(SystemFiles, CreationNeverReplacesAndPublishingKeepsAnExistingName) {
   EXPECT_EQ(content_of(taken), "new");
   EXPECT_FALSE(files.exists(fresh));
   EXPECT_NO_THROW(files.remove(fresh));  // already gone: not an error
+}
+
+// The temporary folder is taken from the environment, as the system's own programs take it
+// (an empty name: the variable is removed).
+#ifdef _WIN32
+constexpr const char* kTemporaryFolderVariable = "TMP";
+void use_temporary_folder(const std::string& folder) {
+  _putenv_s("TMP", folder.c_str());
+  _putenv_s("TEMP", folder.c_str());
+}
+#else
+constexpr const char* kTemporaryFolderVariable = "TMPDIR";
+void use_temporary_folder(const std::string& folder) {
+  if (folder.empty()) ::unsetenv("TMPDIR");
+  else ::setenv("TMPDIR", folder.c_str(), 1);
+}
+#endif
+
+TEST_F(SystemFiles, ScratchFilesAreSeparateAndLeaveNothingInTheTemporaryFolder) {
+  const char* before = std::getenv(kTemporaryFolderVariable);
+  const std::string previous = before ? before : "";
+  use_temporary_folder(dir.string());
+  {
+    auto a = files.create_scratch();
+    auto b = files.create_scratch();
+    const std::uint8_t one[] = {'u', 'n'};
+    const std::uint8_t two[] = {'d', 'e', 'u', 'x'};
+    a->write_at(0, one);
+    b->write_at(0, two);
+    a->write_at(100000, two);  // grows like any file
+    std::vector<std::uint8_t> back(4);
+    EXPECT_EQ(b->read_at(0, back), 4u);
+    EXPECT_EQ(std::string(back.begin(), back.end()), "deux");
+    EXPECT_EQ(a->read_at(0, back), 4u);
+    EXPECT_EQ(std::string(back.begin(), back.begin() + 2), "un");
+    EXPECT_EQ(a->size(), 100004u);
+  }
+  use_temporary_folder(previous);
+  EXPECT_TRUE(fs::is_empty(dir)) << "a closed scratch file left a name behind";
 }
 
 TEST_F(SystemFiles, ReadOnlyAttributeAndLockFiles) {

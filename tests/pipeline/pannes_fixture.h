@@ -39,6 +39,7 @@ class CompteRenommages final : public os::FileSystem {
   int renommages() const { return renommages_; }
   std::unique_ptr<os::File> open(const std::string& p, os::Access a, os::Sharing s) override { return suite_.open(p, a, s); }
   std::unique_ptr<os::File> create_new(const std::string& p) override { return suite_.create_new(p); }
+  std::unique_ptr<os::File> create_scratch() override { return suite_.create_scratch(); }
   void publish_new(const std::string& de, const std::string& vers) override {
     ++renommages_;
     suite_.publish_new(de, vers);

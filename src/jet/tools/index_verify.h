@@ -9,16 +9,32 @@
 // missing or deleted rows, live rows without exactly one entry (rows an ignore-nulls index
 // leaves out must have none) and duplicate keys in a unique index.
 // An empty result means the index is sound.
+//
+// Memory stays within a fixed budget whatever the size of the table: the tree is walked
+// page by page, and its leaf entries are met with the rows by sorting them by row
+// (index_row_match.h), past the budget through a scratch file in the system's temporary
+// folder.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "jet/table/table.h"
 #include "jet/record/table_def.h"
+#include "os/services.h"
 
 namespace jet {
 
+struct IndexVerifyOptions {
+  // Bytes of leaf entries held in memory while they are sorted by row.
+  std::size_t sort_budget = std::size_t{8} << 20;
+  // Where the scratch file goes when the budget is exceeded; the machine's when null.
+  const os::Services* services = nullptr;
+};
+
 std::vector<std::string> verify_index(const Table& table, const IndexDef& index);
+std::vector<std::string> verify_index_with(const Table& table, const IndexDef& index,
+                                           const IndexVerifyOptions& options);
 
 }  // namespace jet

@@ -30,18 +30,38 @@ bool reference_kind_global_map(Pager& pager) {
 
 bool is_kind(const ByteView& v, PageKind kind) { return v.u8(0) == static_cast<std::uint8_t>(kind); }
 
+// Pages marked free in the global map, a bit per page of the file.
+class FreePages {
+ public:
+  explicit FreePages(PageNumber count) : bits_(count, false) {}
+  void mark(PageNumber p) {
+    if (p < bits_.size()) bits_[p] = true;
+  }
+  bool count(PageNumber p) const { return p < bits_.size() && bits_[p]; }
+  void clear() { std::fill(bits_.begin(), bits_.end(), false); }
+
+ private:
+  std::vector<bool> bits_;
+};
+
+// Who claims each page. The few distinct claimants are named once; each page of the file
+// holds the number of its claimant (4 bytes a page, whatever the size of the tables).
 class Claims {
  public:
-  Claims(std::vector<std::string>& problems, const std::set<PageNumber>& free_pages)
-      : problems_(problems), free_(free_pages) {}
+  Claims(std::vector<std::string>& problems, const FreePages& free_pages, PageNumber count)
+      : problems_(problems), free_(free_pages), owner_of_(count, kNobody) {}
 
   void claim(PageNumber p, const std::string& by) {
     if (free_.count(p)) problems_.push_back(by + " : la page " + std::to_string(p) + " est marquée libre");
-    auto [it, fresh] = owners_.emplace(p, by);
-    if (!fresh && it->second != by)
-      problems_.push_back("page " + std::to_string(p) + " revendiquée par " + it->second + " et par " + by);
+    const std::uint32_t id = name_id(by);
+    std::uint32_t& owner = p < owner_of_.size() ? owner_of_[p] : beyond_[p];
+    if (owner == kNobody) owner = id;
+    else if (owner != id)
+      problems_.push_back("page " + std::to_string(p) + " revendiquée par " + names_[owner] + " et par " + by);
   }
-  bool claimed(PageNumber p) const { return owners_.count(p) != 0; }
+  bool claimed(PageNumber p) const {
+    return p < owner_of_.size() ? owner_of_[p] != kNobody : beyond_.count(p) != 0;
+  }
 
   // A usage-map row serves one map: a page a writer adds to one would appear in the other.
   void claim_row(RowId where, const std::string& by) {
@@ -52,9 +72,22 @@ class Claims {
   }
 
  private:
+  static constexpr std::uint32_t kNobody = ~std::uint32_t{0};
+  std::uint32_t name_id(const std::string& by) {
+    // Claims come in long runs from one claimant.
+    if (!names_.empty() && names_[last_] == by) return last_;
+    auto [it, fresh] = ids_.emplace(by, static_cast<std::uint32_t>(names_.size()));
+    if (fresh) names_.push_back(by);
+    return last_ = it->second;
+  }
+
   std::vector<std::string>& problems_;
-  const std::set<PageNumber>& free_;
-  std::map<PageNumber, std::string> owners_;
+  const FreePages& free_;
+  std::vector<std::uint32_t> owner_of_;
+  std::map<PageNumber, std::uint32_t> beyond_;  // pages past the end of the file some map names
+  std::vector<std::string> names_;
+  std::map<std::string, std::uint32_t> ids_;
+  std::uint32_t last_ = 0;
   std::map<std::uint32_t, std::string> rows_;
 };
 
@@ -155,7 +188,7 @@ void check_reach(Pager& pager, const FreeMapReach& reach, const Claims& claims, 
 // A page naming a table as owner must be in that table's map unless it is marked free:
 // otherwise its rows are lost to the table (repair puts such pages back).
 void check_data_pages(Pager& pager, const std::map<PageNumber, std::string>& tables,
-                      const std::map<PageNumber, std::set<PageNumber>>& owned, const std::set<PageNumber>* free_pages,
+                      const std::map<PageNumber, std::vector<PageNumber>>& owned, const FreePages* free_pages,
                       std::vector<std::string>& problems) {
   for (PageNumber p = 2; p < pager.page_count(); ++p) {
     try {
@@ -167,7 +200,8 @@ void check_data_pages(Pager& pager, const std::map<PageNumber, std::string>& tab
         problems.push_back("page " + std::to_string(p) + " : espace libre annoncé " + std::to_string(data.free_space()) +
                            ", réel " + std::to_string(expected));
       const auto table = tables.find(data.owner());
-      if (free_pages && table != tables.end() && !free_pages->count(p) && !owned.at(table->first).count(p))
+      if (free_pages && table != tables.end() && !free_pages->count(p) &&
+          !std::binary_search(owned.at(table->first).begin(), owned.at(table->first).end(), p))
         problems.push_back("page " + std::to_string(p) + " : page de données de la table « " + table->second +
                            " » absente de sa table d'utilisation");
     } catch (const Error& e) {
@@ -210,10 +244,10 @@ std::size_t expected_free_space(const Page& page) {
 
 void verify_pages(Pager& pager, const Catalog& catalog, std::vector<std::string>& problems) {
   const PageNumber count = pager.page_count();
-  std::set<PageNumber> free_pages;
+  FreePages free_pages(count);
   std::optional<FreeMapReach> reach;
   try {
-    for (PageNumber p : marked_pages(pager, kGlobalUsageMap, count)) free_pages.insert(p);
+    for (PageNumber p : marked_pages(pager, kGlobalUsageMap, count)) free_pages.mark(p);
     reach = free_map_reach(pager);
   } catch (const Error& e) {
     // Some Access files keep a reference-kind global map whose entries do not all name
@@ -224,17 +258,19 @@ void verify_pages(Pager& pager, const Catalog& catalog, std::vector<std::string>
     free_pages.clear();
     reach.reset();
   }
-  Claims claims(problems, free_pages);
+  Claims claims(problems, free_pages, count);
   if (reach)
     for (PageNumber p : bitmap_pages(pager, kGlobalUsageMap)) claims.claim(p, "la table des pages libres");
   std::map<PageNumber, std::string> tables;
-  std::map<PageNumber, std::set<PageNumber>> owned;
+  std::map<PageNumber, std::vector<PageNumber>> owned;  // each table's pages, ascending
   for (const CheckedTable& table : tables_to_check(catalog)) {
     try {
       // A table whose map cannot be read is left out of the search for forgotten pages.
       if (const auto pages = claim_table(pager, table, claims, problems)) {
         tables.emplace(table.page, table.name);
-        owned[table.page].insert(pages->begin(), pages->end());
+        std::vector<PageNumber>& mine = owned[table.page];
+        mine.insert(mine.end(), pages->begin(), pages->end());
+        std::sort(mine.begin(), mine.end());
       }
     } catch (const Error& e) {
       problems.push_back("table « " + table.name + " » : " + e.description());
