@@ -6,7 +6,8 @@
 // the backup), the compaction, a full read of FICHE against mdb-export, and the whole
 // quelis-maj run on a copy of the workstation. Prints one table per size (time, peak memory,
 // ratio to cp and to mdb-export measured in the same run), then the growth of each step from
-// the first size to the last. Prints figures only; never fails.
+// the first size to the last. Prints figures only; never fails. A size given as COUNT=FOLDER
+// uses the workstation already built there (a million records takes minutes to build).
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -67,13 +68,19 @@ struct Row {
   Measure m;
 };
 
-std::vector<Row> bench_size(const fs::path& dir, int records, const std::string& bin) {
+// `built`: a workstation made earlier for that count (left as it is), else one is made.
+std::vector<Row> bench_size(const fs::path& dir, int records, const std::string& bin, const std::string& built) {
   const std::string jet = bin + "/jet", tool = bin + "/quelis-maj";
   std::vector<Row> rows;
-  const fs::path station = dir / "poste";
+  fs::path station = dir / "poste";
   fs::remove_all(station);
-  rows.push_back({"construction du poste (2 bases et une sauvegarde)",
-                  run({tool, "demo", "--poste-seulement", "--fiches", std::to_string(records), station.string()})});
+  if (built.empty()) {
+    rows.push_back({"construction du poste (2 bases et une sauvegarde)",
+                    run({tool, "demo", "--poste-seulement", "--fiches", std::to_string(records), station.string()})});
+  } else {
+    station = built;
+    rows.push_back({"construction du poste (faite avant)", Measure{0, 0, true}});
+  }
   const fs::path bases = station / "C" / "QUELIS" / "Bases";
   const std::string live = (bases / "Quelis.mdb").string(), backup = (bases / "QuelisSauv_18012013.mdb").string();
   const std::string work = (dir / "copie.mdb").string(), out = (dir / "compacte.mdb").string();
@@ -116,15 +123,21 @@ void print(const std::vector<Row>& rows) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Each argument: a count of records, or COUNT=FOLDER for a workstation built before.
   std::vector<int> sizes;
-  for (int i = 1; i < argc; ++i) sizes.push_back(std::atoi(argv[i]));
+  std::map<int, std::string> built;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    sizes.push_back(std::atoi(arg.c_str()));
+    if (const auto eq = arg.find('='); eq != std::string::npos) built[sizes.back()] = arg.substr(eq + 1);
+  }
   if (sizes.empty()) sizes = {100000};
   const fs::path dir = fs::temp_directory_path() / ("pipeline_bench_" + std::to_string(::getpid()));
   fs::create_directories(dir);
   std::map<int, std::vector<Row>> results;
   std::printf("Mise à jour d'une base, étape par étape et en entier\n");
   for (int records : sizes) {
-    results[records] = bench_size(dir, records, QUELIS_BIN);
+    results[records] = bench_size(dir, records, QUELIS_BIN, built[records]);
     print(results[records]);
   }
   if (sizes.size() > 1) {

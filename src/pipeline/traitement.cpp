@@ -218,7 +218,7 @@ void FrmAttente::CopieTemporaire() {
 
   Message("Réparation de la base temporaire...");
   try {
-    moteur_->RepairDatabase(CheminTemp);
+    moteur_->RepairDatabase(CheminTemp, Avancement(CheminTemp));
   } catch (const platform::Error& e) {
     throw ErreurSurFichier(e, "réparation de " + CheminTemp);
   }

@@ -46,6 +46,27 @@ TEST(JetVerify, EveryFixtureIsSound) {
   }
 }
 
+// A listener hears the check rise to its whole, table by table and index by index, and the
+// findings are those of the silent check.
+TEST(JetVerify, ProgressRisesToTheWholeAndChangesNothing) {
+  auto db = jet::Database::open(jet_test::fixture("indexTestV2000.mdb"));
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> heard;
+  const auto told = jet::verify_database(db->pager(), db->catalog(), jet::verify_index,
+                                         [&](std::uint64_t done, std::uint64_t total) { heard.emplace_back(done, total); });
+  EXPECT_EQ(told, jet::verify_database(*db, jet::verify_index));
+  ASSERT_GT(heard.size(), db->table_names().size());
+  const std::uint64_t total = heard.front().second;
+  EXPECT_GT(total, 0u);
+  for (std::size_t i = 0; i < heard.size(); ++i) {
+    EXPECT_EQ(heard[i].second, total);
+    EXPECT_LE(heard[i].first, total);
+    if (i) {
+      EXPECT_GE(heard[i].first, heard[i - 1].first);
+    }
+  }
+  EXPECT_EQ(heard.back().first, total);
+}
+
 struct Planted {
   jet_test::ScratchDir dir;
   Bytes bytes;

@@ -34,10 +34,10 @@ TEST_F(FrmAttenteTest, MessageShowsAndLogsOnlyWhenTheLogIsOpen) {
   EXPECT_EQ(f->LblMessage1.caption(), "Copie vers base temporaire...");
 }
 
-// A long copy, survey restore and compaction show how far they have gone on the label; the
+// A long copy, repair, survey restore and compaction show how far they have gone on the label; the
 // log keeps each line alone. (The threshold is lowered so that the small sample database
 // counts as large.)
-TEST_F(FrmAttenteTest, LongCopiesUpdatesAndCompactionsShowTheirProgressOnTheLabelOnly) {
+TEST_F(FrmAttenteTest, LongStepsShowTheirProgressOnTheLabelOnly) {
   baseVivante(std::string("4.4.0.1"), 1500);
   auto f = form(bases);
   f->SeuilAvancement = 0;
@@ -47,8 +47,8 @@ TEST_F(FrmAttenteTest, LongCopiesUpdatesAndCompactionsShowTheirProgressOnTheLabe
   const std::string log = read(kJournal);
   EXPECT_TRUE(f->Succes) << log;
   f->Unload();
-  for (const std::string etape : {"Copie vers base temporaire...", " 2- Retour arrière sur les infos topo --------------",
-                                   "Compactage base temporaire"}) {
+  for (const std::string etape : {"Copie vers base temporaire...", "Réparation de la base temporaire...",
+                                   " 2- Retour arrière sur les infos topo --------------", "Compactage base temporaire"}) {
     SCOPED_TRACE(etape);
     const auto debut = std::find(vus.begin(), vus.end(), etape);
     ASSERT_NE(debut, vus.end());

@@ -32,8 +32,8 @@ namespace {
 
 class Repairer {
  public:
-  explicit Repairer(WritableDatabase& db)
-      : db_(db), pager_(db.pager()), store_(db.allocator()), maps_(db.pager(), db.allocator()) {}
+  Repairer(WritableDatabase& db, const VerifyProgress& progress)
+      : db_(db), pager_(db.pager()), store_(db.allocator()), maps_(db.pager(), db.allocator()), progress_(progress) {}
 
   RepairReport run() {
     // A file the whole check finds sound has nothing to repair: one check, nothing written.
@@ -395,7 +395,7 @@ class Repairer {
   bool sound() {
     try {
       const Catalog catalog(pager_);
-      return verify_database(pager_, catalog, verify_index).empty();
+      return verify_database(pager_, catalog, verify_index, progress_).empty();
     } catch (const Error&) {
       return false;
     }
@@ -416,6 +416,7 @@ class Repairer {
   OverlayPager& pager_;
   OverlayIndexPageStore store_;
   UsageMapPages maps_;  // rows for the usage maps made anew
+  const VerifyProgress& progress_;
   RepairReport report_;
   std::map<std::uint32_t, std::vector<PageNumber>> owned_by_;
   std::set<PageNumber> free_;
@@ -427,9 +428,9 @@ class Repairer {
 
 }  // namespace
 
-RepairReport repair(const std::string& path) {
+RepairReport repair(const std::string& path, const VerifyProgress& progress) {
   auto db = WritableDatabase::open(path);
-  return Repairer(*db).run();
+  return Repairer(*db, progress).run();
 }
 
 }  // namespace jet

@@ -26,6 +26,8 @@
 #include <string>
 #include <vector>
 
+#include "jet/tools/verify.h"
+
 namespace jet {
 
 struct RepairReport {
@@ -34,6 +36,8 @@ struct RepairReport {
 };
 
 // Opens `path` exclusively (3045 when in use, 3051 when it cannot be written), repairs it.
-RepairReport repair(const std::string& path);
+// `progress` is told how far the first whole check has gone (most of the work on a sound
+// file, which needs nothing more).
+RepairReport repair(const std::string& path, const VerifyProgress& progress = {});
 
 }  // namespace jet

@@ -133,18 +133,58 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
   return problems;
 }
 
-std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, const IndexChecker& check_index) {
+std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, const IndexChecker& check_index,
+                                         const VerifyProgress& progress) {
   std::vector<std::string> problems;
   verify_catalog(catalog, pager.layout(), problems);
   verify_pages(pager, catalog, problems);
-  for (const CheckedTable& checked : tables_to_check(catalog)) {
+  const std::vector<CheckedTable> tables = tables_to_check(catalog);
+  // The work of each table, from its definition's row count (read again below: cheap).
+  const auto weight = [&](const CheckedTable& checked) -> std::pair<std::uint64_t, std::uint64_t> {
+    try {
+      const TableDef def = read_table_def(pager, checked.page);
+      return {std::uint64_t{def.row_count} + 1, check_index ? def.indexes.size() : 0};
+    } catch (const Error&) {
+      return {1, 0};
+    }
+  };
+  std::uint64_t total = 0, done = 0;
+  if (progress)
+    for (const CheckedTable& checked : tables) {
+      const auto [rows, indexes] = weight(checked);
+      total += rows * (1 + indexes);
+    }
+  for (const CheckedTable& checked : tables) {
+    const std::uint64_t start = done;
+    const auto [rows, indexes] = progress ? weight(checked) : std::pair<std::uint64_t, std::uint64_t>{0, 0};
+    // Each index checked tells, the rows counting as checked before the first one.
+    bool rows_told = false;
+    const auto tell_rows = [&] {
+      if (rows_told) return;
+      rows_told = true;
+      done += rows;
+      progress(done, total);
+    };
+    IndexChecker counted = check_index;
+    if (progress && check_index)
+      counted = [&](const Table& table, const IndexDef& index) {
+        tell_rows();
+        auto found = check_index(table, index);
+        done += rows;
+        progress(done, total);
+        return found;
+      };
     try {
       const Table table(pager, checked.name, read_table_def(pager, checked.page));
-      auto found = verify_table(table, check_index);
+      auto found = verify_table(table, counted);
       problems.insert(problems.end(), found.begin(), found.end());
       check_recreatable(pager, catalog, table, problems);
     } catch (const Error& e) {
       problems.push_back("table « " + checked.name + " » : " + e.description());
+    }
+    if (progress) {
+      done = start + rows * (1 + indexes);
+      progress(done, total);
     }
   }
   return problems;

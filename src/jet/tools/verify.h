@@ -7,6 +7,7 @@
 // result means the database is sound. Never throws for damage it can describe.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -19,9 +20,15 @@ using IndexChecker = std::function<std::vector<std::string>(const Table&, const 
 
 std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index = {});
 
+// Told how far a check has gone (work done, work in all) as each table's rows and each of
+// its indexes are checked; a table weighs its row count plus one, once for its rows and once
+// per index.
+using VerifyProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
 // The same checks on the pages `pager` serves (an open transaction's overlay included),
 // `catalog` read from them.
-std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, const IndexChecker& check_index = {});
+std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, const IndexChecker& check_index = {},
+                                         const VerifyProgress& progress = {});
 
 // The same checks for one table.
 std::vector<std::string> verify_table(const Table& table, const IndexChecker& check_index = {});

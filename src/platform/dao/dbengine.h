@@ -74,7 +74,8 @@ class DBEngine {
   void CommitTrans();
   void Rollback();
 
-  void RepairDatabase(std::string_view path);
+  // `progress` (not a DAO argument, as for CompactDatabase) is told how far the check goes.
+  void RepairDatabase(std::string_view path, const std::function<void(std::uint64_t, std::uint64_t)>& progress = {});
   // `progress` (not DAO's) is told the rows carried and the rows to carry as it goes.
   void CompactDatabase(std::string_view source, std::string_view destination,
                        const std::function<void(std::uint64_t done, std::uint64_t total)>& progress = {});

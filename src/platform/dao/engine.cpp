@@ -78,8 +78,8 @@ void DBEngine::BeginTrans() { Workspaces(0).BeginTrans(); }
 void DBEngine::CommitTrans() { Workspaces(0).CommitTrans(); }
 void DBEngine::Rollback() { Workspaces(0).Rollback(); }
 
-void DBEngine::RepairDatabase(std::string_view path) {
-  detail::repairDatabase(*impl_->workstation, path);
+void DBEngine::RepairDatabase(std::string_view path, const std::function<void(std::uint64_t, std::uint64_t)>& progress) {
+  detail::repairDatabase(*impl_->workstation, path, progress);
 }
 
 void DBEngine::CompactDatabase(std::string_view source, std::string_view destination,

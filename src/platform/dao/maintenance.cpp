@@ -10,12 +10,13 @@
 
 namespace platform::dao::detail {
 
-void repairDatabase(const platform::Workstation& workstation, std::string_view path) {
+void repairDatabase(const platform::Workstation& workstation, std::string_view path,
+                    const std::function<void(std::uint64_t, std::uint64_t)>& progress) {
   guarded([&] {
     ResolvedPath resolved = resolveDatabasePath(workstation, path);
     checkFilePresent(resolved, path);
     try {
-      jet::repair(platform::localfs::toUtf8(resolved.local));
+      jet::repair(platform::localfs::toUtf8(resolved.local), progress);
     } catch (const jet::Error& e) {
       rethrowWithPath(e, path, resolved.local);
     }

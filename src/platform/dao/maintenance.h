@@ -13,7 +13,8 @@
 
 namespace platform::dao::detail {
 
-void repairDatabase(const platform::Workstation& workstation, std::string_view path);
+void repairDatabase(const platform::Workstation& workstation, std::string_view path,
+                    const std::function<void(std::uint64_t, std::uint64_t)>& progress = {});
 void compactDatabase(const platform::Workstation& workstation, std::string_view source,
                      std::string_view destination,
                      const std::function<void(std::uint64_t, std::uint64_t)>& progress = {});
