@@ -67,18 +67,23 @@ void IndexEntrySort::failed(const os::Failure& failure, bool writing) const {
 }
 
 void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
-  // Grown by doubling, but never past the budget: a run is written before that.
-  const auto grow = [this](auto& v, std::size_t more, std::size_t unit) {
-    if (v.size() + more <= v.capacity()) return;
-    v.reserve(std::max(v.size() + more, std::min(v.capacity() * 2, budget_ / unit + more)));
-  };
-  grow(held_, 1, sizeof(Held));
-  grow(keys_, key.size(), 1);
+  // The buffers grow by doubling, their capacity counted against the budget: when growing
+  // would pass it, the entries held go to a run first and the buffers are reused.
+  const bool keys_full = keys_.size() + key.size() > keys_.capacity();
+  const bool held_full = held_.size() + 1 > held_.capacity();
+  if (keys_full || held_full) {
+    const std::size_t keys_cap = keys_full ? std::max(keys_.size() + key.size(), keys_.capacity() * 2) : keys_.capacity();
+    const std::size_t held_cap = held_full ? std::max<std::size_t>(held_.size() + 1, held_.capacity() * 2) : held_.capacity();
+    if (!held_.empty() && keys_cap + held_cap * sizeof(Held) > budget_) write_run();
+    if (keys_.size() + key.size() > keys_.capacity())
+      keys_.reserve(std::max(key.size(), std::min(keys_cap, budget_ / 2)));
+    if (held_.size() + 1 > held_.capacity())
+      held_.reserve(std::max<std::size_t>(1, std::min(held_cap, budget_ / 2 / sizeof(Held))));
+  }
   held_.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys_.size()),
                    static_cast<std::uint32_t>(key.size()), row.pointer()});
   keys_.insert(keys_.end(), key.begin(), key.end());
   ++added_;
-  if (keys_.size() + held_.size() * sizeof(Held) > budget_) write_run();
 }
 
 // Index order (compare_entries) read from the held form. Keys of 16 bytes or less are whole

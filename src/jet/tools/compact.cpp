@@ -68,7 +68,7 @@ class Compactor {
     std::vector<CarriedTable> tables;
     if (progress_.report) {
       for (const CatalogEntry* entry : source_.catalog().tables(true))
-        if (!engine_table(entry->name)) progress_.total += source_.table(entry->name).count_rows();
+        if (!engine_table(entry->name)) progress_.total += source_.table(entry->name).def().row_count;
     }
     for (const CatalogEntry* entry : source_.catalog().tables(true)) {
       if (engine_table(entry->name)) continue;
@@ -98,7 +98,7 @@ class Compactor {
     report_.queries = 0;
     for (const auto& r : source_rows)
       if (r.type == kQueryType) ++report_.queries;
-    check_carried();
+    check_carried(tables);
     return report_;
   }
 
@@ -184,13 +184,10 @@ class Compactor {
   // decode (a damaged blob of the source is carried as bytes). The new file is not verified
   // in full here: its indexes are built from the very rows it received, and whoever relies
   // on it checks it once, where that protects its user.
-  void check_carried() {
-    for (const CatalogEntry* entry : source_.catalog().tables(true)) {
-      if (engine_table(entry->name) || entry->name == "MSysACEs") continue;
-      const std::uint64_t expected = source_.table(entry->name).count_rows();
-      if (destination_.table(entry->name).count_rows() != expected) {
-        cannot_carry("la table " + entry->name + " n'a pas reçu toutes ses lignes");
-      }
+  void check_carried(const std::vector<CarriedTable>& tables) {
+    for (const CarriedTable& table : tables) {
+      if (destination_.table(table.name).count_rows() != table.rows)
+        cannot_carry("la table " + table.name + " n'a pas reçu toutes ses lignes");
     }
     std::vector<std::string> problems;
     verify_catalog(destination_.catalog(), destination_.pager().layout(), problems);

@@ -25,6 +25,7 @@ struct CarriedTable {
   PageNumber source_page = 0;
   PageNumber page = 0;
   std::map<std::string, std::string> foreign_keys;  // placeholder -> name in the source
+  std::uint64_t rows = 0;                           // rows read from the source
 };
 
 // The design a carried table is created from: the source's (design_of), with the columns

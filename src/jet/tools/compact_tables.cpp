@@ -357,7 +357,8 @@ CarriedTable carry_table(Database& source, const CatalogEntry& entry, WritableDa
   Transaction tx(destination.pager());
   carried.page = destination.create_table(design);
   restate_columns(destination, carried.page, def, restated, true);
-  report.rows += copy_rows(source, entry.name, destination, {}, false, sort_bytes, progress);
+  carried.rows = copy_rows(source, entry.name, destination, {}, false, sort_bytes, progress);
+  report.rows += carried.rows;
   restate_columns(destination, carried.page, def, restated, false);
   const TableDef written = read_table_def(destination.pager(), carried.page);
   if (written.next_autonumber != def.next_autonumber) {
