@@ -90,15 +90,10 @@ TEST(IndexEntrySort, AFullDiskIsAClearErrorAndLeavesNoScratchFile) {
 jet::TableDesign cases() {
   jet::TableDesign design;
   design.name = "Dossiers";
-  const auto column = [](std::string name, jet::ColumnType type, std::uint16_t size = 0) {
-    jet::ColumnDesign c;
-    c.name = std::move(name);
-    c.type = type;
-    if (size) c.size = size;
-    return c;
-  };
-  design.columns = {column("Numero", jet::ColumnType::Long), column("Commune", jet::ColumnType::Text, 60),
-                    column("Section", jet::ColumnType::Text, 10), column("Observations", jet::ColumnType::Memo)};
+  design.columns = {jet_test::column_design("Numero", jet::ColumnType::Long),
+                    jet_test::column_design("Commune", jet::ColumnType::Text, 60),
+                    jet_test::column_design("Section", jet::ColumnType::Text, 10),
+                    jet_test::column_design("Observations", jet::ColumnType::Memo)};
   design.indexes = {{"PrimaryKey", {{"Numero", false}}, true, true, false, true},
                     {"Lieu", {{"Commune", false}, {"Section", true}}, false, false, false, false},
                     {"Section", {{"Section", false}}, false, false, true, false}};

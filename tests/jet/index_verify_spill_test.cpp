@@ -29,14 +29,8 @@ constexpr std::size_t kBudget = 4096;  // a few dozen entries a run
 jet::TableDesign design() {
   jet::TableDesign d;
   d.name = "Dossiers";
-  const auto column = [](std::string name, jet::ColumnType type, std::uint16_t size = 0) {
-    jet::ColumnDesign c;
-    c.name = std::move(name);
-    c.type = type;
-    if (size) c.size = size;
-    return c;
-  };
-  d.columns = {column("Numero", jet::ColumnType::Long), column("Commune", jet::ColumnType::Text, 40)};
+  d.columns = {jet_test::column_design("Numero", jet::ColumnType::Long),
+               jet_test::column_design("Commune", jet::ColumnType::Text, 40)};
   d.indexes = {{"PrimaryKey", {{"Numero", false}}, true, true, false, true},
                {"Commune", {{"Commune", false}}, false, false, false, false}};
   return d;

@@ -116,4 +116,12 @@ std::string joined(const std::vector<std::string>& lines) {
 
 std::string jet_program() { return std::string(QUELIS_BINARY_DIR) + "/src/app/jet"; }
 
+jet::ColumnDesign column_design(std::string name, jet::ColumnType type, std::uint16_t size) {
+  jet::ColumnDesign c;
+  c.name = std::move(name);
+  c.type = type;
+  if (size) c.size = size;
+  return c;
+}
+
 }  // namespace jet_test

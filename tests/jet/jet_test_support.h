@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "jet/table/table_design.h"
+
 namespace test_support {
 class ScratchFolder;
 }
@@ -62,5 +64,8 @@ std::vector<std::string> verify_problems(const std::string& path);
 std::string joined(const std::vector<std::string>& lines);
 // The built `jet` program, for tests of its commands.
 std::string jet_program();
+
+// A column of a table design: `size` for Text and Binary (0 keeps the default).
+jet::ColumnDesign column_design(std::string name, jet::ColumnType type, std::uint16_t size = 0);
 
 }  // namespace jet_test
