@@ -11,6 +11,7 @@ class FaultyFile final : public File {
 
   std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into) override {
     if (FaultyFileSystem::due(owner_.reads_, owner_.read_cue_)) throw Failure(owner_.read_cue_.kind, path_);
+    owner_.bytes_read_ += into.size();
     return real_->read_at(offset, into);
   }
 

@@ -34,6 +34,8 @@ class FaultyFileSystem final : public FileSystem {
   int writes() const noexcept { return writes_; }
   int syncs() const noexcept { return syncs_; }
   int reads() const noexcept { return reads_; }
+  // Bytes the reads asked for (a read ahead of several pages counts them all).
+  std::uint64_t bytes_read() const noexcept { return bytes_read_; }
   std::uint64_t bytes_written() const noexcept { return bytes_written_; }
 
   std::unique_ptr<File> open(const std::string& path, Access access, Sharing sharing) override;
@@ -62,6 +64,7 @@ class FaultyFileSystem final : public FileSystem {
   FileSystem& real_;
   Cue write_cue_, sync_cue_, read_cue_, rename_cue_;
   int writes_ = 0, syncs_ = 0, reads_ = 0, renames_ = 0;
+  std::uint64_t bytes_read_ = 0;
   std::uint64_t bytes_written_ = 0;
   std::uint64_t bytes_grown_ = 0;
   std::optional<std::uint64_t> byte_limit_;

@@ -40,14 +40,14 @@ class IndexJoin : public ::testing::Test {
                     {L(6), T("Paris"), L(901), T("901")}});
   }
   // The statement on a freshly opened database, with the pages read from the disk.
-  Lines run(const std::string& sql, int* reads = nullptr) {
+  Lines run(const std::string& sql, std::uint64_t* bytes_read = nullptr) {
     os::FaultyFileSystem files{*os::system_services().files};
     const os::Services counted{&files, os::system_services().clock, os::system_services().random};
     os::ServicesOverride use(counted);
     Db db(path);
-    const int before = files.reads();
+    const std::uint64_t before = files.bytes_read();
     Lines out = db.q(sql);
-    if (reads) *reads = files.reads() - before;
+    if (bytes_read) *bytes_read = files.bytes_read() - before;
     return out;
   }
   Scratch scratch;
@@ -85,7 +85,7 @@ TEST_F(IndexJoin, SeveralMatchesAndKeysOfAnotherKind) {
 }
 
 TEST_F(IndexJoin, OnlyThePagesOfTheRowsFoundAreRead) {
-  int seeking = 0, reading = 0;
+  std::uint64_t seeking = 0, reading = 0;
   const Lines a = run("SELECT Vif.Id, Sauv.Valeur FROM Vif INNER JOIN Sauv ON Vif.Commune = Sauv.Commune "
                       "AND Vif.Numero = Sauv.Numero",
                       &seeking);
@@ -94,7 +94,7 @@ TEST_F(IndexJoin, OnlyThePagesOfTheRowsFoundAreRead) {
                       &reading);
   EXPECT_EQ(a.size(), 3u);
   EXPECT_EQ(b.size(), 3u);
-  EXPECT_LT(seeking * 2, reading) << seeking << " pages read by seeking, " << reading << " by reading";
+  EXPECT_LT(seeking * 2, reading) << seeking << " bytes read by seeking, " << reading << " by reading";
 }
 
 TEST_F(IndexJoin, AnUpdateJoinedByTheKeyTakesTheRowsFound) {

@@ -2,12 +2,16 @@
 // length follow the file), so committed pages are not kept in memory by the overlay.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
+
 #include "jet/db/create_database.h"
 #include "jet/table/index_maintain_hook.h"
 #include "jet/storage/database_file.h"
 #include "jet/storage/transaction.h"
 #include "jet/storage/writable_file.h"
 #include "jet_test_support.h"
+#include "os/faulty_file_system.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace write_pager_refresh_test_cases {
@@ -30,6 +34,37 @@ TEST(WritePagerRefresh, FilePagerForgetsWrittenPagesAndLearnsTheNewLength) {
   EXPECT_EQ(pager.read(1).view().u8(0), 0x22);
   EXPECT_EQ(pager.page_count(), 5u);
   EXPECT_EQ(pager.read(4).view().u8(100), 0x44);
+}
+
+// Pages read in order come in blocks, whatever the order of later reads; pages a block
+// brought in are forgotten like the others once written.
+TEST(WritePagerRefresh, PagesReadAheadAreTheFilesAndFollowItsWrites) {
+  jet_test::ScratchDir dir;
+  constexpr jet::PageNumber kPages = 100;
+  std::vector<std::uint8_t> bytes(4096 * kPages);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i / 4096 * 7 + i % 251);
+  const std::string path = dir.write("p.bin", bytes);
+  os::FaultyFileSystem files{*os::system_services().files};
+  const os::Services services{&files, os::system_services().clock, os::system_services().random};
+  jet::FilePager pager(jet::open_database_file(services, path, jet::OpenMode::Exclusive, true), path, 4096, services);
+  const auto same = [&](jet::PageNumber p) {
+    const jet::Page page = pager.read(p);
+    return std::equal(page.view().data(), page.view().data() + 4096, bytes.begin() + std::ptrdiff_t{p} * 4096);
+  };
+  const int before = files.reads();
+  for (jet::PageNumber p = 0; p < kPages; ++p) EXPECT_TRUE(same(p)) << p;
+  EXPECT_LT(files.reads() - before, static_cast<int>(kPages / 4));  // a call per block, not per page
+  for (jet::PageNumber p : {97u, 3u, 50u, 51u, 99u, 0u, 64u}) EXPECT_TRUE(same(p)) << p;
+
+  // Page 40 and the ones after it are in the cache now; page 42 is rewritten behind it.
+  EXPECT_TRUE(same(40));
+  jet::FileSink sink(pager.file(), path, services);
+  std::map<jet::PageNumber, std::shared_ptr<const std::vector<std::uint8_t>>> pages;
+  pages[42] = std::make_shared<const std::vector<std::uint8_t>>(4096, 0x42);
+  sink.write_pages(4096, pages);
+  EXPECT_TRUE(pager.refresh({42}));
+  EXPECT_EQ(pager.read(42).view().u8(4000), 0x42);
+  EXPECT_TRUE(same(43));
 }
 
 TEST(WritePagerRefresh, CommittedPagesAreServedByTheFileNotKeptInMemory) {

@@ -40,12 +40,23 @@ class ByteView {
   PageNumber page() const noexcept { return page_; }
 
   std::uint8_t u8(std::size_t offset) const { check(offset, 1); return data_[offset]; }
-  std::uint16_t u16(std::size_t offset) const;
+  // Inline: rows and keys are read through these, field by field.
+  std::uint16_t u16(std::size_t offset) const {
+    check(offset, 2);
+    return static_cast<std::uint16_t>(data_[offset] | (data_[offset + 1] << 8));
+  }
   std::uint32_t u24(std::size_t offset) const;
-  std::uint32_t u32(std::size_t offset) const;
+  std::uint32_t u32(std::size_t offset) const {
+    check(offset, 4);
+    return data_[offset] | (data_[offset + 1] << 8) | (static_cast<std::uint32_t>(data_[offset + 2]) << 16) |
+           (static_cast<std::uint32_t>(data_[offset + 3]) << 24);
+  }
   std::uint64_t u64(std::size_t offset) const;
   // A checked sub-range [offset, offset + length).
-  ByteView sub(std::size_t offset, std::size_t length) const;
+  ByteView sub(std::size_t offset, std::size_t length) const {
+    check(offset, length);
+    return ByteView(data_ + offset, length, page_, file_);
+  }
   std::vector<std::uint8_t> copy() const { return {data_, data_ + size_}; }
   std::span<const std::uint8_t> span() const noexcept { return {data_, size_}; }
 
@@ -125,8 +136,9 @@ class Pager {
 };
 
 // Pages read from an open database file (see database_file.h for the opening and its
-// refusals), with a small cache. The file stays open, and locked in its sharing mode, for
-// the pager's life.
+// refusals), with a small cache. Pages read in order are read ahead in blocks (a scan makes
+// one system call per block, not per page). The file stays open, and locked in its sharing
+// mode, for the pager's life.
 class FilePager final : public Pager {
  public:
   FilePager(std::shared_ptr<os::File> file, const std::string& name, std::size_t page_size,
@@ -152,6 +164,9 @@ class FilePager final : public Pager {
   std::shared_ptr<const std::string> name_;
   struct Cache;
   std::unique_ptr<Cache> cache_;
+  // The last page read from the file: a miss on the next one starts a block.
+  PageNumber last_read_ = 0xFFFFFFFF;
+  std::vector<std::uint8_t> block_;  // the bytes of the last read, reused
 };
 
 }  // namespace jet

@@ -1,6 +1,7 @@
 #include "jet/table/index_entry_sort.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "jet/base/bytes.h"
 #include "jet/btree/index_page.h"
@@ -16,8 +17,10 @@ bool item_before(const IndexNodeItem& a, const IndexNodeItem& b) {
 }
 
 std::uint64_t big_endian(std::span<const std::uint8_t> key, std::size_t from) {
+  std::uint8_t b[8] = {};
+  if (from < key.size()) std::memcpy(b, key.data() + from, std::min<std::size_t>(8, key.size() - from));
   std::uint64_t v = 0;
-  for (std::size_t i = 0; i < 8; ++i) v = (v << 8) | (from + i < key.size() ? key[from + i] : 0u);
+  for (const std::uint8_t byte : b) v = (v << 8) | byte;
   return v;
 }
 
