@@ -194,7 +194,13 @@ TEST_F(Kills, AKilledCompactionLeavesNoDestinationOrAWholeOne) {
   const Args command = {jet_test::jet_program(), "compact", base_, out};
   const auto before = jet_test::read_file(base_);
   int kills = 0, whole = 0;
-  auto check = [&](const std::string& what, bool killed) {
+  // A run removes the unfinished files a killed one left, which shifts the count of its calls:
+  // runs killed at a chosen call start from a folder without them (the last runs keep them).
+  const auto clear_leftovers = [&] {
+    for (const auto& e : fs::directory_iterator(dir_.path()))
+      if (e.path().filename().string().rfind("out.mdb.", 0) == 0) fs::remove(e.path());
+  };
+  auto check = [&](const std::string& what, bool killed, bool clear = true) {
     SCOPED_TRACE(what);
     kills += killed;
     if (fs::exists(out)) {
@@ -203,6 +209,7 @@ TEST_F(Kills, AKilledCompactionLeavesNoDestinationOrAWholeOne) {
       fs::remove(out);
     }
     EXPECT_TRUE(jet_test::read_file(base_) == before);
+    if (clear) clear_leftovers();
   };
   const int writes = count_calls(command, "pwrite64", dir_);
   fs::remove(out);
@@ -215,7 +222,7 @@ TEST_F(Kills, AKilledCompactionLeavesNoDestinationOrAWholeOne) {
   }
   const auto full = duration_of(command);
   fs::remove(out);
-  for (int i = 1; i <= 5; ++i) check("instant " + std::to_string(i), killed_after(command, full * i / 6));
+  for (int i = 1; i <= 5; ++i) check("instant " + std::to_string(i), killed_after(command, full * i / 6), false);
   EXPECT_GT(kills, 4);
   // The unfinished files of the killed runs do not stop the next one.
   wait_killed(start(command));

@@ -45,4 +45,8 @@ namespace jet {
 
 void WritableDatabase::reload_catalog() { catalog_ = std::make_unique<Catalog>(*overlay_); }
 
+void WritableDatabase::write_unjournaled() noexcept { sink_->write_unjournaled(); }
+
+void WritableDatabase::sync() { sink_->sync(); }
+
 }  // namespace jet

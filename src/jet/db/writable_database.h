@@ -49,6 +49,11 @@ class WritableDatabase {
   // Reads the catalog again through the overlay (after changes made with CatalogWriter).
   void reload_catalog();
 
+  // For a new file thrown away unless completed: commits skip the rollback journal and the
+  // sync (see FileSink::write_unjournaled); sync() makes the whole file durable at the end.
+  void write_unjournaled() noexcept;
+  void sync();
+
  private:
   WritableDatabase() = default;
   std::unique_ptr<Database> db_;

@@ -40,8 +40,24 @@ void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& 
   flush();
 }
 
+void FileSink::sync() {
+  try {
+    file_->sync();
+  } catch (const os::Failure& failure) {
+    throw_file_failure(failure, services_, path_, FileActivity::Writing);
+  }
+}
+
 void FileSink::write_pages(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) {
   restored_ = false;
+  if (unjournaled_) {
+    try {
+      write_runs(page_size, numbers, load);
+    } catch (const os::Failure& failure) {
+      throw_file_failure(failure, services_, path_, FileActivity::Writing);
+    }
+    return;
+  }
   std::optional<RollbackJournal> journal;
   try {
     journal.emplace(RollbackJournal::save(services_, path_, *file_, page_size, numbers));

@@ -27,6 +27,13 @@ class FileSink final : public PageSink {
   void write_pages(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) override;
   bool file_unchanged_after_failure() const noexcept override { return restored_; }
 
+  // For a new file thrown away unless it is completed (a compaction's): commits write their
+  // pages straight in, without a rollback journal or a sync each, and a failed one leaves the
+  // file as it is. Whoever completes the file syncs it once (sync()).
+  void write_unjournaled() noexcept { unjournaled_ = true; }
+  // Makes what was written durable. Throws jet::Error (3026, 3040...) on failure.
+  void sync();
+
  private:
   // Writes the pages, consecutive ones together.
   void write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load);
@@ -35,6 +42,7 @@ class FileSink final : public PageSink {
   std::string path_;
   const os::Services& services_;
   bool restored_ = false;  // the last failed commit was undone on the file
+  bool unjournaled_ = false;
 };
 
 }  // namespace jet

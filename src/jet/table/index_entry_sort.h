@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "jet/table/btree_build.h"
+#include "os/failure.h"
 #include "os/file.h"
 #include "os/services.h"
 

@@ -234,8 +234,12 @@ CompactReport compact(const std::string& source, const std::string& destination,
   remove_leftover(sys, temp);
   auto to = create_database(temp, options);  // refuses an existing file, a missing folder
   try {
+    // Until it is published the new file is nobody's: no journal nor sync per table, one
+    // sync before it takes its name.
+    to->write_unjournaled();
     if (settings.overlay_pages) to->pager().set_budget(settings.overlay_pages);
     CompactReport report = Compactor(*from, *to, settings).run();
+    to->sync();
     to.reset();
     sys.files->publish_new(temp, destination);
     return report;

@@ -151,12 +151,14 @@ std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, c
   std::uint64_t total = 0, done = 0;
   if (progress)
     for (const CheckedTable& checked : tables) {
-      const auto [rows, indexes] = weight(checked);
-      total += rows * (1 + indexes);
+      const auto work = weight(checked);
+      total += work.first * (1 + work.second);
     }
   for (const CheckedTable& checked : tables) {
     const std::uint64_t start = done;
-    const auto [rows, indexes] = progress ? weight(checked) : std::pair<std::uint64_t, std::uint64_t>{0, 0};
+    // Plain variables, not a structured binding: the lambdas below capture them.
+    const auto work = progress ? weight(checked) : std::pair<std::uint64_t, std::uint64_t>{0, 0};
+    const std::uint64_t rows = work.first, indexes = work.second;
     // Each index checked tells, the rows counting as checked before the first one.
     bool rows_told = false;
     const auto tell_rows = [&] {
