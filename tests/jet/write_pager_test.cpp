@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "jet/base/error.h"
+#include "jet/storage/format.h"
 #include "jet/storage/memory_pager.h"
 #include "jet/storage/overlay_pager.h"
 #include "jet/record/page_allocator.h"
@@ -132,6 +133,38 @@ TEST_F(OverlayLevels, AnOuterLevelCannotEndWhileAnInnerOneIsOpen) {
   pager.commit();
   outer.rollback();
   EXPECT_EQ(pager.depth(), 0);
+}
+
+// A file one page short of the 2 GB a database may reach; every page reads as zeros.
+class NearlyFullPager final : public jet::Pager {
+ public:
+  std::size_t page_size() const noexcept override { return 4096; }
+  jet::PageNumber page_count() const noexcept override { return jet::disk::kMaxPageCount - 1; }
+  const std::string& file_name() const noexcept override { return name_; }
+  jet::Page read(jet::PageNumber number) override {
+    return jet::Page(number, std::make_shared<const std::vector<std::uint8_t>>(4096, 0),
+                     std::make_shared<const std::string>(name_));
+  }
+
+ private:
+  std::string name_ = "presque pleine.mdb";
+};
+
+TEST(OverlaySizeLimit, TheFileMayReachTwoGigabytesButNotGrowPastThem) {
+  NearlyFullPager base;
+  jet::OverlayPager pager(base, nullptr);
+  pager.begin();
+  EXPECT_EQ(pager.append(filled(4096, 1)), jet::disk::kMaxPageCount - 1);  // the last page allowed
+  try {
+    pager.append(filled(4096, 2));
+    ADD_FAILURE() << "a page past 2 GB was appended";
+  } catch (const jet::Error& e) {
+    EXPECT_EQ(e.number(), 3001);
+    EXPECT_NE(std::string(e.what()).find("2 Go"), std::string::npos) << e.what();
+  }
+  EXPECT_EQ(pager.page_count(), jet::disk::kMaxPageCount);
+  pager.rollback();
+  EXPECT_EQ(pager.page_count(), jet::disk::kMaxPageCount - 1);
 }
 
 // ---- on a copy of an Access-made file ----

@@ -212,7 +212,7 @@ int run(int argc, char** argv) {
   demo->add_flag("--poste-seulement", posteSeulement,
                  "construit le poste d'exemple sans lancer l'outil (pour le copier ailleurs, sous Windows par exemple)");
   int fiches = 200;
-  demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 1000000));
+  demo->add_option("--fiches", fiches, "nombre de fiches de chaque base d'exemple")->check(CLI::Range(2, 3000000));
   auto* etape = app.add_subcommand(
       "etape", "lance une étape de mise à jour sur une base (copie temporaire, transaction, compactage, remplacement)");
   std::string nomEtape, baseEtape;

@@ -12,6 +12,8 @@ namespace jet {
 enum class ErrorCode : int {
   Overflow = 6,
   TypeMismatch = 13,
+  // Also Jet's answer to a write that would take a file past 2 GB.
+  InvalidArgument = 3001,
   NoCurrentRecord = 3021,
   DuplicateKey = 3022,
   FileNotFound = 3024,

@@ -12,6 +12,9 @@ namespace jet::disk {
 
 // ---- Pages -------------------------------------------------------------------------------
 inline constexpr std::size_t kPageSize = 4096;          // Jet 4 page; Jet 3 uses 2048
+// The most pages a file may hold: 2 GB of Jet 4 pages (1 GB of Jet 3 ones). Access opens
+// nothing larger, so no write may take a file past it.
+inline constexpr std::uint32_t kMaxPageCount = 1u << 19;
 inline constexpr std::size_t kPageKind = 0;             // u8: the page type below
 inline constexpr std::size_t kPageFreeSpace = 2;        // u16: free bytes (data, index, tdef)
 inline constexpr std::size_t kPageOwner = 4;            // u32: owning tdef page, or "LVAL"

@@ -7,6 +7,7 @@
 
 #include "jet/base/error.h"
 #include "jet/storage/database_file.h"
+#include "jet/storage/format.h"
 
 namespace jet {
 namespace {
@@ -143,7 +144,12 @@ void OverlayPager::write(PageNumber number, std::vector<std::uint8_t> bytes) {
 
 PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
   if (levels_.empty()) refuse_overlay("écriture hors transaction");
-  if (page_count_ == 0xFFFFFF) refuse_overlay("fichier plein");  // row pointers hold 24-bit pages
+  // Jet answers "invalid argument" to a write that would take the file past its size limit;
+  // the transaction is then rolled back by its owner and the file stays as it was.
+  if (page_count_ >= disk::kMaxPageCount) {
+    const int number = static_cast<int>(ErrorCode::InvalidArgument);
+    throw Error(number, describe(number) + " (la base dépasserait 2 Go, la taille maximale d'une base Access)");
+  }
   bytes.resize(page_size(), 0);
   const PageNumber number = page_count_++;
   place(number, std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes)));
