@@ -7,42 +7,54 @@
 #include "jet/base/error_texts.h"
 #include "jet/record/long_value.h"
 #include "jet/record/row_encode.h"
+#include "jet/record/row_frame.h"
 #include "jet/record/usage_map_write.h"
 #include "jet/storage/format.h"
 
 namespace jet {
 namespace {
 
-// Whether every field of a stored row surely fits its column as a writer requires it (a text
-// within its size, a number within its precision), judged from the bytes where that is
-// enough. A row not proven to fit is written from its values, which refuses a damaged one.
-bool fits_as_stored(const TableDef& def, const RowLayout& layout) {
-  for (const ColumnDef& c : def.columns) {
-    const auto& field = layout.fields[c.definition_order];
-    if (!field) continue;
-    switch (c.type) {
-      case ColumnType::Text: {
-        // Two bytes a character, or at least one once compressed (after the 2-byte mark).
-        const bool compressed = field->size() >= 2 && field->u8(0) == 0xFF && field->u8(1) == 0xFE;
-        const std::size_t most = compressed ? field->size() - 2 : field->size() / 2;
-        if ((!compressed && field->size() % 2 != 0) || most * 2 > c.length) return false;
-        break;
-      }
-      case ColumnType::Binary:
-        if (field->size() > c.length) return false;
-        break;
-      case ColumnType::Numeric:
-        try {
-          coerce_to_column(c, decode_field(c, *field));
-        } catch (const Error&) {
-          return false;
-        }
-        break;
-      default:
-        break;
-    }
+// The stored bytes of column `c` in a row framed by `f`, or nothing when the row holds no
+// value for it (Null, or written before the column existed).
+std::optional<ByteView> stored_field(const ByteView& row, const RowFrame& f, const ColumnDef& c) {
+  if (c.number >= f.stored_columns || ((row.u8(f.mask_at + c.number / 8) >> (c.number % 8)) & 1) == 0) return {};
+  if (c.is_fixed()) {
+    const std::size_t start = 2 + std::size_t{c.fixed_offset}, size = fixed_column_size(c);
+    if (start + size > f.fixed_end) return {};
+    return row.sub(start, size);
   }
-  return true;
+  if (c.var_index >= f.var_count) return {};
+  const std::size_t start = f.var_offset(row, c.var_index), end = f.var_offset(row, std::size_t{c.var_index} + 1);
+  if (start > end || end > f.mask_at) row.damaged("colonne variable « " + c.name + " » hors de la ligne");
+  return row.sub(start, end - start);
+}
+
+// Whether a stored field surely fits its column as a writer requires it (a text within its
+// size, a number within its precision), judged from the bytes where that is enough. A row
+// with a field not proven to fit is written from its values, which refuses a damaged one.
+bool fits_as_stored(const ColumnDef& c, const ByteView& field) {
+  switch (c.type) {
+    case ColumnType::Text: {
+      // Two bytes a character, or at least one once compressed (after the 2-byte mark).
+      const bool compressed = field.size() >= 2 && field.u8(0) == 0xFF && field.u8(1) == 0xFE;
+      const std::size_t most = compressed ? field.size() - 2 : field.size() / 2;
+      return (compressed || field.size() % 2 == 0) && most * 2 <= c.length;
+    }
+    case ColumnType::Binary: return field.size() <= c.length;
+    case ColumnType::Numeric:
+      try {
+        coerce_to_column(c, decode_field(c, field));
+        return true;
+      } catch (const Error&) {
+        return false;
+      }
+    default: return true;
+  }
+}
+
+bool examined_when_stored(const ColumnDef& c) {
+  return c.type == ColumnType::Text || c.type == ColumnType::Binary || c.type == ColumnType::Numeric ||
+         is_long_value(c.type);
 }
 
 }  // namespace
@@ -56,7 +68,8 @@ BulkRowWriter::BulkRowWriter(OverlayPager& pager, PageAllocator& allocator, std:
       hook_(hook),
       long_values_(pager, allocator),
       next_auto_(def_.next_autonumber) {
-  for (const ColumnDef& c : def_.columns) has_long_values_ = has_long_values_ || is_long_value(c.type);
+  for (const ColumnDef& c : def_.columns)
+    if (examined_when_stored(c)) examined_.push_back(&c);
   if (!def_.indexes.empty() && !hook_)
     throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
                 describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (la table « " + name_ +
@@ -110,20 +123,27 @@ std::optional<RowId> BulkRowWriter::add_stored(Pager& source_pager, const ByteVi
       next_auto = static_cast<std::uint32_t>(v.as_long());
     }
   }
-  read_row_layout_into(def_, bytes, layout_);
-  const RowLayout& layout = layout_;
-  if (!fits_as_stored(def_, layout)) return std::nullopt;
+  const RowFrame frame = read_row_frame(bytes, pager_.layout(), def_.variable_columns > 0);
+  fields_.clear();
+  for (const ColumnDef* c : examined_) {
+    const std::optional<ByteView> field = stored_field(bytes, frame, *c);
+    if (!field) continue;
+    if (is_long_value(c->type)) {
+      if (field->size() >= disk::kLongValueFieldSize &&
+          parse_long_value_ref(*field).storage != LongValueStorage::Inline) {
+        fields_.push_back(*field);
+      }
+    } else if (!fits_as_stored(*c, *field)) {
+      return std::nullopt;
+    }
+  }
   if (hook_) hook_->check(def_, nullptr, &values, std::nullopt);
   next_auto_ = next_auto;
   carried_.assign(bytes.data(), bytes.data() + bytes.size());
-  if (!has_long_values_) return put(carried_, values);
-  for (const ColumnDef& c : def_.columns) {
-    const auto& field = layout.fields[c.definition_order];
-    if (!is_long_value(c.type) || !field || field->size() < disk::kLongValueFieldSize) continue;
-    if (parse_long_value_ref(*field).storage == LongValueStorage::Inline) continue;
+  for (const ByteView& field : fields_) {
     // Kept out of the row as in the source, so that the row keeps its size.
-    const std::vector<std::uint8_t> reference = long_values_.write(read_long_value(source_pager, *field), 0);
-    const auto at = static_cast<std::size_t>(field->data() - bytes.data());
+    const std::vector<std::uint8_t> reference = long_values_.write(read_long_value(source_pager, field), 0);
+    const auto at = static_cast<std::size_t>(field.data() - bytes.data());
     std::memcpy(carried_.data() + at, reference.data(), disk::kLongValueFieldSize);
   }
   return put(carried_, values);

@@ -65,9 +65,9 @@ class BulkRowWriter {
   PageNumber page_number_ = 0;
   std::uint32_t added_ = 0;
   std::uint32_t next_auto_ = 0;
-  bool has_long_values_ = false;
-  std::vector<std::uint8_t> carried_;  // the stored row being carried, its references rewritten
-  RowLayout layout_;                   // where its fields lie
+  std::vector<const ColumnDef*> examined_;  // columns whose stored bytes are looked at
+  std::vector<std::uint8_t> carried_;       // the stored row being carried, its references rewritten
+  std::vector<ByteView> fields_;            // its long values kept out of the row
 };
 
 }  // namespace jet
