@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <random>
 
 #include "jet/btree/index_page.h"
@@ -68,6 +69,56 @@ TEST(IndexEntrySort, RunsMergeIntoTheOrderOfAnInMemorySort) {
     EXPECT_TRUE(same(drain(sort.sorted()), entries));
     sort.clear();
     EXPECT_FALSE(fs::exists(scratch));
+  }
+}
+
+TEST(IndexEntrySort, SortsSharingAPoolTakeWhatTheOthersLeaveAndStayWithinIt) {
+  jet_test::ScratchDir dir;
+  const auto path = [&](int i) { return (dir.path() / ("t.mdb.tri" + std::to_string(i))).string(); };
+  const auto sorted = [](std::vector<jet::IndexNodeItem> entries) {
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+      return jet::compare_entries(a.key, a.row, b.key, b.row) < 0;
+    });
+    return entries;
+  };
+  // One index of long keys beside one of a few short ones: an even split of the memory
+  // would make the first spill, the pool lets it keep everything.
+  const auto wide = random_entries(2000, 7);
+  const auto narrow = random_entries(10, 8);
+  {
+    jet::IndexEntrySort alone(os::system_services(), path(0), 96 << 10);
+    for (const auto& e : wide) alone.add(e);
+    EXPECT_GT(alone.runs(), 0u);
+  }
+  {
+    jet::IndexEntrySort::Pool pool(192 << 10);
+    jet::IndexEntrySort a(os::system_services(), path(1), pool), b(os::system_services(), path(2), pool);
+    for (const auto& e : narrow) b.add(e);
+    for (const auto& e : wide) a.add(e);
+    EXPECT_EQ(a.runs(), 0u);
+    EXPECT_TRUE(same(drain(a.sorted()), sorted(wide)));
+    EXPECT_TRUE(same(drain(b.sorted()), sorted(narrow)));
+    a.clear();
+    b.clear();
+    EXPECT_EQ(pool.used, 0u);  // what the sorts held is given back
+  }
+  // Three large indexes growing together: each spills, the whole stays near the budget.
+  jet::IndexEntrySort::Pool pool(64 << 10);
+  std::vector<std::unique_ptr<jet::IndexEntrySort>> sorts;
+  std::vector<std::vector<jet::IndexNodeItem>> entries;
+  for (int i = 0; i < 3; ++i) {
+    sorts.push_back(std::make_unique<jet::IndexEntrySort>(os::system_services(), path(3 + i), pool));
+    entries.push_back(random_entries(6000, 20 + static_cast<unsigned>(i)));
+  }
+  std::size_t most = 0;
+  for (std::size_t n = 0; n < 6000; ++n) {
+    for (int i = 0; i < 3; ++i) sorts[i]->add(entries[i][n]);
+    most = std::max(most, pool.used);
+  }
+  EXPECT_LE(most, (64u << 10) + (64u << 10) / 4);  // the budget, and at most each sort's floor past it
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_GT(sorts[i]->runs(), 0u);
+    EXPECT_TRUE(same(drain(sorts[i]->sorted()), sorted(entries[i])));
   }
 }
 

@@ -45,11 +45,25 @@ struct IndexEntrySort::Merge {
 };
 
 IndexEntrySort::IndexEntrySort(const os::Services& services, std::string scratch, std::size_t budget)
-    : services_(services), path_(std::move(scratch)), budget_(std::max<std::size_t>(budget, 4096)) {}
+    : services_(services), path_(std::move(scratch)), own_pool_(std::make_unique<Pool>(budget)), pool_(own_pool_.get()) {
+  pool_->sharers = 1;
+}
+
+IndexEntrySort::IndexEntrySort(const os::Services& services, std::string scratch, Pool& pool)
+    : services_(services), path_(std::move(scratch)), pool_(&pool) {
+  ++pool_->sharers;
+}
+
+std::size_t IndexEntrySort::room() const noexcept {
+  const std::size_t others = pool_->used - held_capacity();
+  const std::size_t floor = std::max<std::size_t>(pool_->budget / (4 * std::max<std::size_t>(pool_->sharers, 1)), 4096);
+  return std::max(pool_->budget > others ? pool_->budget - others : 0, floor);
+}
 
 IndexEntrySort::~IndexEntrySort() { clear(); }
 
 void IndexEntrySort::clear() noexcept {
+  pool_->used -= held_capacity();
   held_.clear();
   held_.shrink_to_fit();
   keys_.clear();
@@ -75,13 +89,18 @@ void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
   const bool keys_full = keys_.size() + key.size() > keys_.capacity();
   const bool held_full = held_.size() + 1 > held_.capacity();
   if (keys_full || held_full) {
-    const std::size_t keys_cap = keys_full ? std::max(keys_.size() + key.size(), keys_.capacity() * 2) : keys_.capacity();
-    const std::size_t held_cap = held_full ? std::max<std::size_t>(held_.size() + 1, held_.capacity() * 2) : held_.capacity();
-    if (!held_.empty() && keys_cap + held_cap * sizeof(Held) > budget_) write_run();
-    if (keys_.size() + key.size() > keys_.capacity())
-      keys_.reserve(std::max(key.size(), std::min(keys_cap, budget_ / 2)));
-    if (held_.size() + 1 > held_.capacity())
-      held_.reserve(std::max<std::size_t>(1, std::min(held_cap, budget_ / 2 / sizeof(Held))));
+    const std::size_t room = this->room();
+    const std::size_t before = held_capacity();
+    std::size_t keys_cap = keys_full ? std::max(keys_.size() + key.size(), keys_.capacity() * 2) : keys_.capacity();
+    std::size_t held_cap = held_full ? std::max<std::size_t>(held_.size() + 1, held_.capacity() * 2) : held_.capacity();
+    if (!held_.empty() && keys_cap + held_cap * sizeof(Held) > room) {
+      write_run();  // the buffers are emptied and kept as they are
+      keys_cap = std::max(keys_.capacity(), key.size());
+      held_cap = std::max<std::size_t>(held_.capacity(), 1);
+    }
+    keys_.reserve(keys_cap);
+    held_.reserve(held_cap);
+    pool_->used += held_capacity() - before;
   }
   held_.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys_.size()),
                    static_cast<std::uint32_t>(key.size()), row.pointer()});
@@ -104,7 +123,11 @@ bool IndexEntrySort::before(const Held& a, const Held& b) const {
 }
 
 void IndexEntrySort::sort_held() {
-  std::sort(held_.begin(), held_.end(), [this](const Held& a, const Held& b) { return before(a, b); });
+  const auto less = [this](const Held& a, const Held& b) { return before(a, b); };
+  // Rows copied in the order of a key (an autonumber, a table filled in key order) give
+  // entries already in order: one pass finds it.
+  if (std::is_sorted(held_.begin(), held_.end(), less)) return;
+  std::sort(held_.begin(), held_.end(), less);
 }
 
 void IndexEntrySort::write_run() {

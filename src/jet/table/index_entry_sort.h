@@ -21,9 +21,22 @@ namespace jet {
 
 class IndexEntrySort {
  public:
+  // Memory shared by the sorts of one table's indexes: a sort grows while the pool has room,
+  // so that an index with long keys may take what one with short keys leaves. Each sort
+  // keeps a floor of its own, lest one left with nothing write a run per entry. Must
+  // outlive its sorts.
+  struct Pool {
+    explicit Pool(std::size_t bytes) : budget(bytes) {}
+    std::size_t budget;
+    std::size_t used = 0;     // capacity of the sharing sorts' buffers
+    std::size_t sharers = 0;
+  };
+
   // `scratch` is the scratch file's path (made only when needed, removed at destruction);
   // `budget` the bytes of entries held in memory before a run is written.
   IndexEntrySort(const os::Services& services, std::string scratch, std::size_t budget);
+  // The same drawing on `pool`.
+  IndexEntrySort(const os::Services& services, std::string scratch, Pool& pool);
   ~IndexEntrySort();
   IndexEntrySort(const IndexEntrySort&) = delete;
   IndexEntrySort& operator=(const IndexEntrySort&) = delete;
@@ -59,10 +72,14 @@ class IndexEntrySort {
   void sort_held();
   void write_run();
   [[noreturn]] void failed(const os::Failure& failure, bool writing) const;
+  std::size_t held_capacity() const noexcept { return keys_.capacity() + held_.capacity() * sizeof(Held); }
+  // Bytes this sort may hold now.
+  std::size_t room() const noexcept;
 
   const os::Services& services_;
   std::string path_;
-  std::size_t budget_;
+  std::unique_ptr<Pool> own_pool_;
+  Pool* pool_;
   // Entries in memory, their keys one after the other in one buffer (no allocation per entry).
   std::vector<Held> held_;
   std::vector<std::uint8_t> keys_;

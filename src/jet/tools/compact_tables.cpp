@@ -32,10 +32,9 @@ class GatheredIndexes final : public IndexHook {
  public:
   // `budget`: bytes of entries held in memory, shared among the table's indexes.
   GatheredIndexes(const TableDef& def, const os::Services& services, const std::string& path, std::size_t budget)
-      : complete_(def.indexes.size(), true) {
-    const std::size_t each = budget / std::max<std::size_t>(def.indexes.size(), 1);
+      : pool_(budget), complete_(def.indexes.size(), true) {
     for (std::size_t i = 0; i < def.indexes.size(); ++i)
-      entries_.push_back(std::make_unique<IndexEntrySort>(services, path + ".tri" + std::to_string(i), each));
+      entries_.push_back(std::make_unique<IndexEntrySort>(services, path + ".tri" + std::to_string(i), pool_));
   }
 
   void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
@@ -67,6 +66,7 @@ class GatheredIndexes final : public IndexHook {
     complete_[i] = false;
     entries_[i]->clear();
   }
+  IndexEntrySort::Pool pool_;  // declared first: the sorts draw on it until they are gone
   std::vector<std::unique_ptr<IndexEntrySort>> entries_;
   std::vector<bool> complete_;
   KeyWriter key_;  // one buffer for every key made
