@@ -266,7 +266,9 @@ void Recordset::Update() {
     if (impl_->editMode == dbEditAdd) {
       jet::RowId id = writer.insert(impl_->buffer);
       impl_->ids.push_back(id);
-      impl_->values.emplace_back(impl_->columns.size(), jet::Value::null());
+      // Only a query's own columns read kept values; a table's records are read from their
+      // rows, so a table filled through AddNew holds nothing per record but its place.
+      if (impl_->keepsValues()) impl_->values.emplace_back(impl_->columns.size(), jet::Value::null());
       impl_->deleted.push_back(false);
       // The current record stays the one before AddNew; the position past the end moves.
       if (impl_->cur == impl_->size() - 1) impl_->cur = impl_->size();

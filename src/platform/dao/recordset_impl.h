@@ -5,6 +5,7 @@
 // read-only dynasets keep the values they were given at open.
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -52,6 +53,9 @@ struct RecordsetImpl {
 
   long size() const noexcept { return static_cast<long>(deleted.size()); }
   bool rowBacked() const noexcept { return table.has_value(); }
+  bool keepsValues() const noexcept {
+    return std::any_of(columns.begin(), columns.end(), [](const Column& c) { return c.resultColumn >= 0; });
+  }
   void checkOpen() const;                 // 3420 when closed or its database closed
   bool hasCurrent() const noexcept { return cur >= 0 && cur < size(); }
   void checkCurrent() const;              // 3021 / 3167
