@@ -186,6 +186,23 @@ TEST(IndexEntrySort, ACompactionInAFewPagesAndKilobytesCarriesTheDatabaseWhole) 
   for (const auto& entry : fs::directory_iterator(dir.path()))
     EXPECT_EQ(entry.path().extension().string().rfind(".tri", 0), std::string::npos) << entry.path();
   EXPECT_FALSE(fs::exists(jet::spill_path(jet::compaction_path(tight))));
+
+  // The pages a compaction cannot hold go to the new file itself, not through a scratch
+  // file: held to 16 pages it writes hardly more than with room to spare.
+  os::FaultyFileSystem files{*os::system_services().files};
+  const os::Services counted{&files, os::system_services().clock, os::system_services().random};
+  const auto written = [&](const std::string& to, std::size_t pages) {
+    jet::CompactOptions options;
+    options.overlay_pages = pages;
+    const std::uint64_t before = files.bytes_written();
+    jet::compact(source, to, &counted, options);
+    return files.bytes_written() - before;
+  };
+  const std::uint64_t with_room = written((dir.path() / "large2.mdb").string(), 0);
+  const std::uint64_t held = written((dir.path() / "serre2.mdb").string(), 16);
+  EXPECT_GE(with_room, fs::file_size(roomy));
+  EXPECT_LT(held, with_room + with_room / 4) << with_room;
+  EXPECT_EQ(jet_test::joined(jet::diff_files(roomy, (dir.path() / "serre2.mdb").string())), "");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <stdexcept>
 
 #include "jet/base/error.h"
@@ -133,6 +134,55 @@ TEST_F(OverlayLevels, AnOuterLevelCannotEndWhileAnInnerOneIsOpen) {
   pager.commit();
   outer.rollback();
   EXPECT_EQ(pager.depth(), 0);
+}
+
+// A sink for a file nobody uses until it is finished: it takes pages before the commit.
+class EarlySink final : public jet::PageSink {
+ public:
+  using jet::PageSink::write_pages;
+  void write_pages(std::size_t, const std::vector<jet::PageNumber>& numbers, const PageLoader& load) override {
+    for (std::size_t i = 0; i < numbers.size(); ++i) pages[numbers[i]] = load(i)->at(0);
+    ++calls;
+  }
+  bool takes_pages_early() const noexcept override { return true; }
+  std::map<jet::PageNumber, std::uint8_t> pages;  // first byte of each page written
+  int calls = 0;
+};
+
+TEST(OverlayEarlyWrites, PagesPastTheBudgetGoToTheSinkAndStayReadable) {
+  jet::MemoryPager base = four_pages();
+  EarlySink sink;
+  jet::OverlayPager pager(base, &sink, {}, 4);  // no scratch file: the sink is the only way out
+  pager.begin();
+  pager.write(1, filled(512, 0x31));
+  for (std::uint8_t i = 0; i < 12; ++i) pager.append(filled(512, static_cast<std::uint8_t>(0x40 + i)));
+  EXPECT_GE(sink.pages.size(), 8u);   // most left memory before the commit
+  EXPECT_LE(pager.resident_pages(), 4u);
+  EXPECT_EQ(first_byte(pager, 1), 0x31);
+  for (std::uint8_t i = 0; i < 12; ++i) EXPECT_EQ(first_byte(pager, 4 + i), 0x40 + i) << int(i);
+  pager.write(4, filled(512, 0x55));  // a page on the file changed again
+  EXPECT_EQ(first_byte(pager, 4), 0x55);
+  pager.commit();
+  EXPECT_EQ(sink.pages.size(), 13u);  // every changed page, the last version of each
+  EXPECT_EQ(sink.pages.at(4), 0x55);
+  EXPECT_EQ(sink.pages.at(1), 0x31);
+}
+
+TEST(OverlayEarlyWrites, ARollbackAfterPagesWentEarlyLeavesTheFileUnusable) {
+  jet::MemoryPager base = four_pages();
+  EarlySink sink;
+  jet::OverlayPager pager(base, &sink, {}, 4);
+  pager.begin();
+  pager.begin();  // a statement inside the transaction: its pages wait in memory
+  for (std::uint8_t i = 0; i < 6; ++i) pager.append(filled(512, i));
+  EXPECT_TRUE(sink.pages.empty());
+  pager.rollback();
+  pager.rollback();
+  pager.begin();  // nothing reached the file: work goes on
+  for (std::uint8_t i = 0; i < 12; ++i) pager.append(filled(512, i));
+  ASSERT_FALSE(sink.pages.empty());
+  pager.rollback();
+  EXPECT_EQ(error_of([&] { pager.begin(); }), 3043);
 }
 
 // A file one page short of the 2 GB a database may reach; every page reads as zeros.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
-#include <tuple>
 
 #include "jet/base/error.h"
 #include "jet/storage/database_file.h"
@@ -104,21 +103,34 @@ void OverlayPager::place(PageNumber number, Bytes bytes) {
 }
 
 void OverlayPager::make_room() {
-  if (!spill_ || resident_ <= budget_) return;
+  const bool early = sink_ && sink_->takes_pages_early();
+  if ((!spill_ && !early) || resident_ <= budget_) return;
   // Down to three quarters of the budget at once, so that the choosing is paid rarely.
-  std::vector<std::tuple<std::uint64_t, PageNumber, Entry*>> held;
+  struct Held {
+    std::uint64_t used;
+    PageNumber number;
+    Entry* entry;
+    bool outermost;
+  };
+  std::vector<Held> held;
   held.reserve(resident_);
-  for (Level& level : levels_)
-    for (auto& [number, entry] : level.pages)
-      if (entry.bytes) held.emplace_back(entry.used, number, &entry);
+  for (std::size_t i = 0; i < levels_.size(); ++i)
+    for (auto& [number, entry] : levels_[i].pages)
+      if (entry.bytes) held.push_back({entry.used, number, &entry, i == 0});
   const std::size_t keep = budget_ - budget_ / 4;
   if (held.size() <= keep) return;
   const auto cut = held.begin() + static_cast<std::ptrdiff_t>(held.size() - keep);
-  std::nth_element(held.begin(), cut, held.end());
-  // In page order: the scratch file is then mostly written and read in runs.
-  std::sort(held.begin(), cut, [](const auto& a, const auto& b) { return std::get<1>(a) < std::get<1>(b); });
+  std::nth_element(held.begin(), cut, held.end(), [](const Held& a, const Held& b) { return a.used < b.used; });
+  // In page order: the files are then mostly written and read in runs.
+  std::sort(held.begin(), cut, [](const Held& a, const Held& b) { return a.number < b.number; });
+  std::vector<std::pair<PageNumber, Entry*>> to_file;
   for (auto it = held.begin(); it != cut; ++it) {
-    Entry& entry = *std::get<2>(*it);
+    Entry& entry = *it->entry;
+    if (early && it->outermost) {
+      to_file.emplace_back(it->number, &entry);
+      continue;
+    }
+    if (!spill_) continue;  // stays in memory
     if (entry.slot == kNoSlot) {
       try {
         entry.slot = spill_->store(*entry.bytes);
@@ -129,6 +141,27 @@ void OverlayPager::make_room() {
     }
     entry.bytes.reset();
     --resident_;
+  }
+  if (!to_file.empty()) write_early(to_file);
+}
+
+void OverlayPager::write_early(std::vector<std::pair<PageNumber, Entry*>>& victims) {
+  std::vector<PageNumber> numbers;
+  numbers.reserve(victims.size());
+  for (const auto& victim : victims) numbers.push_back(victim.first);
+  written_early_ = true;
+  try {
+    sink_->write_pages(page_size(), numbers, [&](std::size_t i) { return victims[i].second->bytes; });
+  } catch (...) {
+    write_failed_ = true;  // some pages may be on the file: no rollback can undo them
+    throw;
+  }
+  const bool reread = base_.refresh(numbers);
+  Level& outer = levels_.front();
+  for (const auto& [number, entry] : victims) {
+    if (!reread) committed_[number] = entry->bytes;
+    discard(*entry);
+    outer.pages.erase(number);
   }
 }
 
@@ -206,6 +239,7 @@ void OverlayPager::commit() {
 
 void OverlayPager::end_outermost() noexcept {
   levels_.pop_back();
+  written_early_ = false;
   resident_ = 0;
   if (spill_) spill_->reset();
 }
@@ -215,6 +249,8 @@ void OverlayPager::rollback() {
   ++rollbacks_;
   page_count_ = levels_.back().page_count_at_begin;
   if (levels_.size() == 1) {
+    // Pages already on the file stay there: the file is a mix nothing may build on.
+    if (written_early_) write_failed_ = true;
     end_outermost();
     return;
   }

@@ -45,6 +45,10 @@ class PageSink {
   // After write_pages threw: true when the file is known to be exactly as before the call
   // (the commit was undone), so that work may go on.
   virtual bool file_unchanged_after_failure() const noexcept { return false; }
+  // True when pages of the outermost transaction may be written before its commit (a file
+  // nobody uses until it is finished): the pager then writes the pages it lets go of
+  // straight to the file, and a rollback leaves the file unusable.
+  virtual bool takes_pages_early() const noexcept { return false; }
 };
 
 class OverlayPager final : public Pager {
@@ -121,8 +125,12 @@ class OverlayPager final : public Pager {
   // Lets go of an entry dropped or replaced.
   void discard(Entry& entry) noexcept;
   std::uint64_t rollbacks_ = 0;
-  // Moves the least recently used pages to the scratch file while memory holds too many.
+  // Moves the least recently used pages to the scratch file while memory holds too many,
+  // or those of the outermost level to the file when the sink takes pages early.
   void make_room();
+  // Writes the outermost level's `victims` to the file and forgets them (the base reads
+  // them from the file again).
+  void write_early(std::vector<std::pair<PageNumber, Entry*>>& victims);
   // Ends the outermost level: the scratch file is emptied.
   void end_outermost() noexcept;
 
@@ -131,6 +139,7 @@ class OverlayPager final : public Pager {
   std::shared_ptr<const std::string> name_;
   std::vector<Level> levels_;
   bool write_failed_ = false;  // the sink failed: the file's state is unknown
+  bool written_early_ = false;  // the outermost level has pages on the file already
   // Committed pages the base cannot serve, read in place of it.
   std::map<PageNumber, Bytes> committed_;
   PageNumber page_count_;

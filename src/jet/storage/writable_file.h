@@ -29,8 +29,11 @@ class FileSink final : public PageSink {
 
   // For a new file thrown away unless it is completed (a compaction's): commits write their
   // pages straight in, without a rollback journal or a sync each, and a failed one leaves the
-  // file as it is. Whoever completes the file syncs it once (sync()).
+  // file as it is. The pages a transaction changes beyond its memory budget go straight to
+  // the file too, not through a scratch file. Whoever completes the file syncs it once
+  // (sync()).
   void write_unjournaled() noexcept { unjournaled_ = true; }
+  bool takes_pages_early() const noexcept override { return unjournaled_; }
   // Makes what was written durable. Throws jet::Error (3026, 3040...) on failure.
   void sync();
 
