@@ -88,6 +88,10 @@ std::vector<Row> bench_size(const fs::path& dir, int records, const std::string&
   std::fflush(stdout);
 
   fs::remove(work);
+  // The floor every step is held against: a copy of the file already in the page cache, as
+  // the steps find it (the first copy reads it in from the disk and is not counted).
+  run({"cp", live, work});
+  fs::remove(work);
   rows.push_back({"cp", run({"cp", live, work})});
   rows.push_back({"réparation (jet repair)", run({jet, "repair", work})});
   rows.push_back({"retour topo (jet sql UPDATE joint)", run({jet, "sql", work, survey_update(backup)})});

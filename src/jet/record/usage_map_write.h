@@ -11,6 +11,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "jet/storage/overlay_pager.h"
 #include "jet/record/usage_map.h"

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "jet/base/bytes.h"
+#include "jet/base/crc32.h"
 #include "jet/base/error.h"
 #include "jet/storage/database_file.h"
 
@@ -20,24 +21,6 @@ constexpr std::array<std::uint8_t, 8> kMagic = {'J', 'E', 'T', 'J', 'R', 'N', 'L
 constexpr std::size_t kHeaderSize = 32;
 // Entries are written and read in runs of about this many bytes.
 constexpr std::size_t kChunk = 1 << 20;
-
-constexpr std::array<std::uint32_t, 256> make_crc_table() {
-  std::array<std::uint32_t, 256> table{};
-  for (std::uint32_t i = 0; i < 256; ++i) {
-    std::uint32_t c = i;
-    for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-    table[i] = c;
-  }
-  return table;
-}
-constexpr auto kCrcTable = make_crc_table();
-
-// CRC-32 (the zlib one), continued from `crc` over `bytes`.
-std::uint32_t crc32(std::uint32_t crc, const std::uint8_t* bytes, std::size_t size) {
-  crc = ~crc;
-  for (std::size_t i = 0; i < size; ++i) crc = kCrcTable[(crc ^ bytes[i]) & 0xFF] ^ (crc >> 8);
-  return ~crc;
-}
 
 struct Header {
   std::size_t page_size = 0;
