@@ -19,7 +19,7 @@ namespace alter_column_test {
 std::string problems(const std::string& path) {
   auto db = jet::Database::open(path);
   std::string text;
-  for (const auto& p : jet::verify_database(*db, jet::verify_index)) text += p + "\n";
+  for (const auto& p : jet::verify_database(*db, jet::verify_indexes)) text += p + "\n";
   return text;
 }
 

@@ -135,7 +135,7 @@ std::set<std::string> mdb_tables(const std::string& path) {
 std::string problems(const std::string& path) {
   auto db = jet::Database::open(path);
   std::string out;
-  for (const auto& p : jet::verify_database(*db, jet::verify_index)) out += p + "\n";
+  for (const auto& p : jet::verify_database(*db, jet::verify_indexes)) out += p + "\n";
   return out;
 }
 

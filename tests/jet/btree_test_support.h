@@ -31,7 +31,7 @@ std::vector<Entry> sorted(std::vector<Entry> entries);
 // Levels of the tree under `root` (1 for a lone leaf).
 std::size_t depth(jet::Pager& pager, jet::PageNumber root);
 
-// verify_index, leaving out only the complaints about entries and rows that do not match
+// verify_indexes, leaving out only the complaints about entries and rows that do not match
 // up (tests that insert entries of made-up rows, or are half-way through re-inserting).
 std::vector<std::string> tree_problems(const jet::Table& table, const jet::IndexDef& index);
 

@@ -71,7 +71,7 @@ TEST(Compact, EveryFixtureIsCarriedWhole) {
     EXPECT_EQ(mdbtools("mdb-queries -L", destination), mdbtools("mdb-queries -L", source));
     EXPECT_EQ(mdbtools("mdb-schema", destination), mdbtools("mdb-schema", source));
     auto db = jet::Database::open(destination);
-    EXPECT_EQ(joined(jet::verify_database(*db, jet::verify_index)), "");
+    EXPECT_EQ(joined(jet::verify_database(*db, jet::verify_indexes)), "");
     EXPECT_EQ(report.tables >= db->table_names().size(), true);
   }
 }

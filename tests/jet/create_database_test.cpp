@@ -186,7 +186,7 @@ TEST(CreateDatabase, NewFileIsSoundAndOpensForWriting) {
   const std::string path = created(dir);
   {
     auto db = jet::Database::open(path);
-    EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+    EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
   }
   auto w = jet::WritableDatabase::open(path);
   EXPECT_EQ(w->catalog().tables(true).size(), 4u);

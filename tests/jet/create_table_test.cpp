@@ -110,7 +110,7 @@ TEST(CreateTable, MdbtoolsListsTheTableWithEveryTypeAndSize) {
   EXPECT_EQ(def.find_column("Montant")->precision, 12);
   EXPECT_EQ(def.find_column("Montant")->scale, 2);
   EXPECT_EQ(def.long_value_maps.size(), 2u);
-  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
 }
 
 TEST(CreateTable, IndexesCarryTheirRulesAndOrder) {
@@ -273,7 +273,7 @@ TEST(CreateTable, RowsWrittenThroughTheIndexesReadBackEverywhere) {
     EXPECT_EQ(writer.definition().next_autonumber, 300u);
   }
   auto db = jet::Database::open(f.path);
-  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
   const std::string csv = mdb("mdb-export", f.path, "'Fiche Éléments'");
   EXPECT_NE(csv.find("\n300,\"C1299\","), std::string::npos);
   EXPECT_NE(csv.find("\n1,\"C1000\",,\"brut\",1,,0,,,0,\"07/06/09 12:00:00\",,\"mmmmmmmmmmmmmmmmmmmm\",,,\n"), std::string::npos) << csv.substr(0, 400);

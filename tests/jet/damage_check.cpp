@@ -51,7 +51,7 @@ std::optional<std::vector<std::string>> verify(const std::string& path, int& ope
   result.opened = true;
   jet3 = db->header().format == jet::FileFormat::Jet3;
   try {
-    return jet::verify_database(*db, jet::verify_index);
+    return jet::verify_database(*db, jet::verify_indexes);
   } catch (const jet::Error& e) {
     // A verdict that cannot be given is no verdict of soundness.
     return std::vector<std::string>{"vérification interrompue : " + text_of(e)};
@@ -104,7 +104,7 @@ void compact_into_new_file(const std::string& path, bool sound, const fs::path& 
   }
   try {
     auto db = jet::Database::open(destination.string());
-    for (const auto& p : jet::verify_database(*db, jet::verify_index))
+    for (const auto& p : jet::verify_database(*db, jet::verify_indexes))
       broken.push_back("la base compactée ne se vérifie pas : " + p);
   } catch (const jet::Error& e) {
     broken.push_back("la base compactée ne s'ouvre pas : " + text_of(e));
@@ -140,7 +140,7 @@ void write_each_table(const std::vector<std::uint8_t>& bytes, const fs::path& wo
   }
   try {
     auto db = jet::Database::open(copy.string());
-    const auto problems = jet::verify_database(*db, jet::verify_index);
+    const auto problems = jet::verify_database(*db, jet::verify_indexes);
     if (!problems.empty()) broken.push_back("après des écritures, la base ne se vérifie plus : " + problems.front());
   } catch (const jet::Error& e) {
     broken.push_back("après des écritures, la base ne s'ouvre plus : " + text_of(e));

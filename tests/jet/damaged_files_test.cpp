@@ -124,7 +124,7 @@ TEST(DamagedFiles, EachFindingKeepsThePromisesOfVerifyAndRepair) {
     std::string report;
     try {
       auto db = jet::Database::open(path);
-      report = jet_test::joined(jet::verify_database(*db, jet::verify_index));
+      report = jet_test::joined(jet::verify_database(*db, jet::verify_indexes));
     } catch (const jet::Error& e) {
       report = e.description();  // the catalog itself unreadable
     }

@@ -182,7 +182,7 @@ TEST(IndexEntrySort, ACompactionInAFewPagesAndKilobytesCarriesTheDatabaseWhole) 
   EXPECT_EQ(jet_test::joined(jet::diff_files(roomy, tight)), "");
   EXPECT_EQ(fs::file_size(tight), fs::file_size(roomy));
   auto db = jet::Database::open(tight);
-  EXPECT_EQ(jet_test::joined(jet::verify_database(*db, jet::verify_index)), "");
+  EXPECT_EQ(jet_test::joined(jet::verify_database(*db, jet::verify_indexes)), "");
   for (const auto& entry : fs::directory_iterator(dir.path()))
     EXPECT_EQ(entry.path().extension().string().rfind(".tri", 0), std::string::npos) << entry.path();
   EXPECT_FALSE(fs::exists(jet::spill_path(jet::compaction_path(tight))));

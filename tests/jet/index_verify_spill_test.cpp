@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 #include "btree_test_support.h"
 #include "jet/base/bytes.h"
@@ -87,6 +88,17 @@ class Damaged {
     jet::MemoryIndexPageStore store(pager_);
     ASSERT_TRUE(jet::BtreeWriter(store, t.def().page, index(t, unique).root_page).remove(key, row));
   }
+  // Points the end of the row's text past its null mask: the row no longer decodes.
+  void garble_text(jet::RowId row) {
+    auto bytes = pager_.read(row.page).view().copy();
+    const std::size_t slot = pager_.layout().data_row_count + 2 + 2 * std::size_t{row.row};
+    const std::size_t start = jet::load_le16(bytes.data() + slot) & jet::disk::kRowOffsetMask;
+    const std::size_t end = row.row == 0 ? 4096 : jet::load_le16(bytes.data() + slot - 2) & jet::disk::kRowOffsetMask;
+    // The last bytes: null mask (1), variable count (2), start of the text (2), its end (2).
+    jet::store_le16(bytes, end - 7, static_cast<std::uint16_t>(end - start));
+    pager_.set(row.page, std::move(bytes));
+  }
+
   // Flags the row deleted in its data page, leaving its entries where they are.
   void delete_row(jet::RowId row) {
     auto bytes = pager_.read(row.page).view().copy();
@@ -105,6 +117,10 @@ class Damaged {
     EXPECT_GT(files.writes(), 0) << "the entries did not go through scratch runs";
     const auto held = jet::verify_index_with(t, index(t, unique), {std::size_t{64} << 20, nullptr});
     EXPECT_EQ(spilled, held);
+    // Checked beside the table's other index, the rows read once for both: the same report.
+    const auto together = jet::verify_indexes_with(t, {std::size_t{1} << 20, &services});
+    const auto at = static_cast<std::size_t>(&index(t, unique) - t.def().indexes.data());
+    EXPECT_EQ(together.at(at), held);
     return spilled;
   }
 
@@ -125,6 +141,55 @@ std::string joined(const std::vector<std::string>& v) {
   std::string s;
   for (const auto& x : v) s += x + "\n";
   return s;
+}
+
+// Counts the reads of each page, passing them to the pages it wraps.
+class CountingPager final : public jet::Pager {
+ public:
+  explicit CountingPager(jet::Pager& inner) : inner_(inner) {}
+  std::size_t page_size() const noexcept override { return inner_.page_size(); }
+  jet::PageNumber page_count() const noexcept override { return inner_.page_count(); }
+  const std::string& file_name() const noexcept override { return inner_.file_name(); }
+  jet::Page read(jet::PageNumber number) override {
+    ++reads[number];
+    return inner_.read(number);
+  }
+  std::map<jet::PageNumber, int> reads;
+
+ private:
+  jet::Pager& inner_;
+};
+
+TEST(IndexVerifySpill, AllTheIndexesOfATableReadItsRowsOnce) {
+  Damaged d;
+  CountingPager counted(d.pager());
+  const jet::Table t = btree_test::open_table(counted, "Dossiers");
+  const std::vector<jet::PageNumber> data = t.data_pages();
+  ASSERT_GT(data.size(), 10u);
+  const auto data_reads = [&] {
+    int n = 0;
+    for (const jet::PageNumber p : data) n += counted.reads[p];
+    counted.reads.clear();
+    return n;
+  };
+  data_reads();
+  for (const auto& index : t.def().indexes) EXPECT_TRUE(jet::verify_index(t, index).empty());
+  EXPECT_EQ(data_reads(), static_cast<int>(data.size() * t.def().indexes.size()));
+  const auto found = jet::verify_indexes(t);
+  ASSERT_EQ(found.size(), t.def().indexes.size());
+  for (const auto& f : found) EXPECT_TRUE(f.empty()) << joined(f);
+  EXPECT_EQ(data_reads(), static_cast<int>(data.size()));
+}
+
+TEST(IndexVerifySpill, ARowThatNoLongerDecodesStopsTheReadingOfTheRowsTheSameWay) {
+  Damaged d;
+  const jet::RowId row = d.entries(true)[1500].second;
+  d.garble_text(row);
+  for (const bool unique : {true, false}) {
+    const auto p = d.verify(unique);
+    ASSERT_FALSE(p.empty());
+    EXPECT_NE(p.back().find("lecture des lignes de la table interrompue"), std::string::npos) << joined(p);
+  }
 }
 
 TEST(IndexVerifySpill, TheSoundIndexesAreSoundThroughScratchRuns) {

@@ -105,7 +105,7 @@ std::string mdb_export(const std::string& path, const std::string& table) {
 
 std::vector<std::string> verify_problems(const std::string& path) {
   auto db = jet::Database::open(path);
-  return jet::verify_database(*db, jet::verify_index);
+  return jet::verify_database(*db, jet::verify_indexes);
 }
 
 std::string joined(const std::vector<std::string>& lines) {

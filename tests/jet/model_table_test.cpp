@@ -214,7 +214,7 @@ TEST(ModelTable, RandomChangesMatchTheModelAcrossReopenings) {
   EXPECT_GT(refused, 5);         // duplicates were met and refused
   EXPECT_GT(model.rows.size(), 150u);
   auto db = jet::Database::open(path);
-  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
   bool ok = false;
   const std::string csv = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " 'Modèle' | wc -l", &ok);
   EXPECT_TRUE(ok);

@@ -80,7 +80,7 @@ std::vector<std::string> sorted_by_key(std::vector<std::string> names, bool asce
 // What `jet verify` reports: pages, maps, rows and every index entry.
 std::vector<std::string> problems(const std::string& path) {
   auto db = jet::Database::open(path);
-  return jet::verify_database(*db, jet::verify_index);
+  return jet::verify_database(*db, jet::verify_indexes);
 }
 
 // Sound for the engine's checker, and mdbtools exports the names (as it shows them).

@@ -41,7 +41,7 @@ std::string joined(const std::vector<std::string>& problems) {
 TEST(JetVerify, EveryFixtureIsSound) {
   for (const auto& name : jet_test::all_fixtures()) {
     auto db = jet::Database::open(jet_test::fixture(name));
-    const auto problems = jet::verify_database(*db, jet::verify_index);
+    const auto problems = jet::verify_database(*db, jet::verify_indexes);
     EXPECT_TRUE(problems.empty()) << name << ":\n" << joined(problems);
   }
 }
@@ -51,9 +51,9 @@ TEST(JetVerify, EveryFixtureIsSound) {
 TEST(JetVerify, ProgressRisesToTheWholeAndChangesNothing) {
   auto db = jet::Database::open(jet_test::fixture("indexTestV2000.mdb"));
   std::vector<std::pair<std::uint64_t, std::uint64_t>> heard;
-  const auto told = jet::verify_database(db->pager(), db->catalog(), jet::verify_index,
+  const auto told = jet::verify_database(db->pager(), db->catalog(), jet::verify_indexes,
                                          [&](std::uint64_t done, std::uint64_t total) { heard.emplace_back(done, total); });
-  EXPECT_EQ(told, jet::verify_database(*db, jet::verify_index));
+  EXPECT_EQ(told, jet::verify_database(*db, jet::verify_indexes));
   ASSERT_GT(heard.size(), db->table_names().size());
   const std::uint64_t total = heard.front().second;
   EXPECT_GT(total, 0u);
@@ -75,7 +75,7 @@ struct Planted {
   std::vector<std::string> verify() {
     path = dir.write("copie.mdb", bytes);
     auto db = jet::Database::open(path);
-    return jet::verify_database(*db, jet::verify_index);
+    return jet::verify_database(*db, jet::verify_indexes);
   }
   std::uint8_t* page(jet::PageNumber p) { return bytes.data() + std::size_t{p} * 4096; }
 };

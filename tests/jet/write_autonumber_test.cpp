@@ -55,7 +55,7 @@ TEST(WriteAutonumber, AccessTableNumbersFromItsStoredCounter) {
   }
   auto db = jet::Database::open(path);
   EXPECT_EQ(db->table("Table3").def().next_autonumber, stored + 6);
-  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
   const std::string csv = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " Table3");
   EXPECT_NE(csv.find("\n" + std::to_string(stored + 6) + ",\"tour 1\"\n"), std::string::npos) << csv;
   EXPECT_EQ(pages_of(path, "Table1"), table1);

@@ -22,7 +22,7 @@ namespace {
 using jet_test::error_of;
 std::vector<std::string> problems(const std::string& path) {
   auto db = jet::Database::open(path);
-  return jet::verify_database(*db, jet::verify_index);
+  return jet::verify_database(*db, jet::verify_indexes);
 }
 
 std::size_t ace_rows(const std::string& path, std::int32_t id) {

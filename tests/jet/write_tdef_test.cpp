@@ -127,7 +127,7 @@ TEST(WriteTableDef, RewritingInPlaceGrowsAndShrinksTheChain) {
     tx.commit();
   }
   auto db = jet::Database::open(path);
-  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
   EXPECT_EQ(jet_test::run("mdb-export " + jet_test::shell_quote(path) + " MSP_PROJECTS"), untouched);
 }
 

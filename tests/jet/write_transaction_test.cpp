@@ -73,7 +73,7 @@ TEST(WriteTransaction, RollbackLeavesTheFileByteIdenticalAndCommitPersists) {
   }
   auto db = jet::Database::open(path);
   EXPECT_EQ(db->table("Personnes").count_rows(), 500u);
-  EXPECT_EQ(jet::verify_database(*db, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*db, jet::verify_indexes), std::vector<std::string>{});
   const std::string csv = jet_test::run("mdb-export " + jet_test::shell_quote(path) + " Personnes");
   EXPECT_NE(csv.find("\n500,\"Nom 499\","), std::string::npos);
   EXPECT_NE(csv.find("\n1,\"Nom 0\",\"" + std::string(9000, 'n') + "\"\n"), std::string::npos);

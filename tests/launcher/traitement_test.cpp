@@ -251,7 +251,7 @@ TEST_F(MiseAJourTest, UpdatesADatabaseWhoseRecordsHoldZeroLengthTexts) {
   EXPECT_EQ(count("COFICCOM IS NULL OR cofictyp IS NULL"), "0");
   bd.Close();
   auto compacted = jet::Database::open(local(kBasesLocal + "Quelis.mdb").string());
-  EXPECT_EQ(jet::verify_database(*compacted, jet::verify_index), std::vector<std::string>{});
+  EXPECT_EQ(jet::verify_database(*compacted, jet::verify_indexes), std::vector<std::string>{});
 }
 
 }  // namespace

@@ -91,7 +91,7 @@ int relations(const std::string& file, std::ostream& out) {
 
 int verify(const std::string& file, std::ostream& out) {
   auto db = jet::Database::open(file);
-  const auto problems = jet::verify_database(*db, jet::verify_index);
+  const auto problems = jet::verify_database(*db, jet::verify_indexes);
   for (const auto& p : problems) out << p << '\n';
   if (problems.empty()) out << "Base saine.\n";
   return problems.empty() ? 0 : 1;

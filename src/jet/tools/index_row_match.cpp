@@ -35,14 +35,6 @@ bool has_null_column(const std::vector<KeyColumn>& columns, std::span<const std:
 
 }  // namespace
 
-// The first entry (in tree order) of one row; the row's later entries are seconds.
-struct IndexRowMatch::Group {
-  std::uint32_t pointer = 0;
-  PageNumber page = 0;
-  std::uint16_t slot = 0;
-  std::vector<std::uint8_t> key;
-};
-
 IndexRowMatch::IndexRowMatch(const Table& table, const IndexDef& index, const std::vector<KeyColumn>& columns,
                              const os::Services& services, std::size_t budget, std::size_t room)
     : table_(table), index_(index), columns_(columns), room_(room), sorted_(services, budget) {}
@@ -125,46 +117,69 @@ void IndexRowMatch::check_row(RowId id, const Row& row, const Group* entry, bool
                     key_to_hex(want) + "] pour la ligne " + index_row_text(id));
 }
 
-void IndexRowMatch::finish(std::size_t room, bool incomplete, const std::function<void(std::string)>& report) {
-  room_ = std::min(room_, room);
-  have_record_ = sorted_.next(record_);
-  Group g;
-  bool has = next_group(g);
-  std::optional<std::string> interrupted;
-  bool stopped = false;
-  try {
-    // Only the index's columns are decoded: the rest of each row is not needed here.
-    ColumnSelection wanted(table_.def().columns.size(), false);
-    for (const auto& ic : index_.columns) {
-      if (const ColumnDef* c = table_.def().column_by_number(ic.column_number)) wanted[c->definition_order] = true;
-    }
-    Table::Cursor rows(table_, wanted);
-    while (rows.next()) {
-      const std::uint32_t at = rows.row_id().pointer();
-      while (has && g.pointer < at) {
-        keep(strays_, index_entry_where(g.page, g.slot) + " : désigne la ligne " +
-                          index_row_text(RowId::from_pointer(g.pointer)) + ", absente ou supprimée");
-        has = next_group(g);
-      }
-      const bool listed = has && g.pointer == at;
-      check_row(rows.row_id(), rows.row(), listed ? &g : nullptr, incomplete);
-      if (listed) has = next_group(g);
-      // Past `room_` findings nothing more would be reported.
-      if (full()) {
-        stopped = true;
-        break;
-      }
-    }
-  } catch (const Error& e) {
-    interrupted = std::string("lecture des lignes de la table interrompue : ") + e.what();
+ColumnSelection IndexRowMatch::wanted() const {
+  // Only the index's columns are decoded: the rest of each row is not needed here.
+  ColumnSelection wanted(table_.def().columns.size(), false);
+  for (const auto& ic : index_.columns) {
+    if (const ColumnDef* c = table_.def().column_by_number(ic.column_number)) wanted[c->definition_order] = true;
   }
+  return wanted;
+}
+
+void IndexRowMatch::begin(std::size_t room, bool incomplete) {
+  room_ = std::min(room_, room);
+  incomplete_ = incomplete;
+  stopped_ = false;
+  interrupted_.reset();
+  have_record_ = sorted_.next(record_);
+  has_group_ = next_group(group_);
+}
+
+void IndexRowMatch::interrupt(const std::string& error) {
+  if (wants_rows()) interrupted_ = "lecture des lignes de la table interrompue : " + error;
+}
+
+bool IndexRowMatch::take_row(RowId id, const Row& row) {
+  if (!wants_rows()) return false;
+  try {
+    const std::uint32_t at = id.pointer();
+    while (has_group_ && group_.pointer < at) {
+      keep(strays_, index_entry_where(group_.page, group_.slot) + " : désigne la ligne " +
+                        index_row_text(RowId::from_pointer(group_.pointer)) + ", absente ou supprimée");
+      has_group_ = next_group(group_);
+    }
+    const bool listed = has_group_ && group_.pointer == at;
+    check_row(id, row, listed ? &group_ : nullptr, incomplete_);
+    if (listed) has_group_ = next_group(group_);
+  } catch (const Error& e) {
+    interrupt(e.what());
+    return false;
+  }
+  // Past `room_` findings nothing more would be reported.
+  if (full()) stopped_ = true;
+  return !stopped_;
+}
+
+void IndexRowMatch::finish(std::size_t room, bool incomplete, const std::function<void(std::string)>& report) {
+  begin(room, incomplete);
+  try {
+    Table::Cursor rows(table_, wanted());
+    while (rows.next())
+      if (!take_row(rows.row_id(), rows.row())) break;
+  } catch (const Error& e) {
+    interrupt(e.what());
+  }
+  end(report);
+}
+
+void IndexRowMatch::end(const std::function<void(std::string)>& report) {
   // Entries past the last row name rows that do not exist; after an interruption they are
   // only read for the seconds among them, which come first in the report.
-  while (has && !stopped) {
-    if (!interrupted)
-      keep(strays_, index_entry_where(g.page, g.slot) + " : désigne la ligne " +
-                        index_row_text(RowId::from_pointer(g.pointer)) + ", absente ou supprimée");
-    has = next_group(g);
+  while (has_group_ && !stopped_) {
+    if (!interrupted_)
+      keep(strays_, index_entry_where(group_.page, group_.slot) + " : désigne la ligne " +
+                        index_row_text(RowId::from_pointer(group_.pointer)) + ", absente ou supprimée");
+    has_group_ = next_group(group_);
   }
   std::sort_heap(seconds_.begin(), seconds_.end());
   for (const Second& s : seconds_)
@@ -172,8 +187,8 @@ void IndexRowMatch::finish(std::size_t room, bool incomplete, const std::functio
            index_row_text(RowId::from_pointer(s.row)));
   for (auto& s : duplicates_) report(std::move(s));
   for (auto& s : rows_) report(std::move(s));
-  if (interrupted) {
-    report(std::move(*interrupted));
+  if (interrupted_) {
+    report(std::move(*interrupted_));
     return;
   }
   if (unlisted_rows_ > 0)

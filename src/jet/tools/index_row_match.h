@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -43,8 +44,26 @@ class IndexRowMatch {
   // are counted, not listed.
   void finish(std::size_t room, bool incomplete, const std::function<void(std::string)>& report);
 
+  // The same in steps, for one reading of the rows shared by several indexes: begin(), then
+  // each live row in storage order (take_row, or interrupt when a row cannot be read), then
+  // end(). The columns each row must hold are those of wanted().
+  void begin(std::size_t room, bool incomplete);
+  // False once no more findings are wanted (the following rows need not be given).
+  bool take_row(RowId id, const Row& row);
+  // The rows could not be read on from here: `error` is reported, the rest not checked.
+  void interrupt(const std::string& error);
+  bool wants_rows() const noexcept { return !stopped_ && !interrupted_; }
+  void end(const std::function<void(std::string)>& report);
+  ColumnSelection wanted() const;
+
  private:
-  struct Group;
+  // The first entry (in tree order) of one row; the row's later entries are seconds.
+  struct Group {
+    std::uint32_t pointer = 0;
+    PageNumber page = 0;
+    std::uint16_t slot = 0;
+    std::vector<std::uint8_t> key;
+  };
   struct Second {
     std::uint32_t ordinal;
     PageNumber page;
@@ -72,6 +91,12 @@ class IndexRowMatch {
   std::vector<Second> seconds_;  // a heap: the earliest `room_` second entries
   std::vector<std::string> duplicates_, rows_, strays_;
   std::size_t unlisted_rows_ = 0;
+  // The reading of the rows under way.
+  Group group_;
+  bool has_group_ = false;
+  bool incomplete_ = false;
+  bool stopped_ = false;
+  std::optional<std::string> interrupted_;
 };
 
 }  // namespace jet

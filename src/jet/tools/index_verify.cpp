@@ -1,5 +1,7 @@
 #include "jet/tools/index_verify.h"
 
+#include <algorithm>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -8,6 +10,8 @@
 #include "jet/btree/index_key.h"
 #include "jet/btree/index_page.h"
 #include "jet/btree/index_row_key.h"
+#include "jet/record/data_page.h"
+#include "jet/record/row.h"
 #include "jet/storage/format.h"
 #include "jet/tools/index_level_links.h"
 #include "jet/tools/index_row_match.h"
@@ -26,22 +30,36 @@ class Checker {
         seen_(pager_.page_count(), false) {}
 
   std::vector<std::string> run() {
+    if (walk_tree()) {
+      IndexRowMatch& match = *match_;
+      match.finish(kMaxProblems - problems_.size(), incomplete_, [this](std::string s) { report(std::move(s)); });
+    }
+    return problems_;
+  }
+
+  // Checks the tree and gathers its leaf entries; true when the rows are still to be met
+  // with them (through match(): begin_rows, its rows, end_rows).
+  bool walk_tree() {
     try {
       columns_ = key_columns(table_.def(), index_);
     } catch (const Error& e) {
       report(std::string("définition d'index inutilisable : ") + e.what());
-      return problems_;
+      return false;
     }
     const os::Services& services = options_.services ? *options_.services : os::system_services();
-    IndexRowMatch match(table_, index_, columns_, services, options_.sort_budget, kMaxProblems);
-    match_ = &match;
+    match_ = std::make_unique<IndexRowMatch>(table_, index_, columns_, services, options_.sort_budget, kMaxProblems);
     walk(index_.root_page, 0, std::nullopt);
     links_.finish([this](std::string s) { report(std::move(s)); });
     // Rows are read only while findings are still wanted.
-    if (problems_.size() < kMaxProblems)
-      match.finish(kMaxProblems - problems_.size(), incomplete_, [this](std::string s) { report(std::move(s)); });
+    return problems_.size() < kMaxProblems;
+  }
+  IndexRowMatch& match() { return *match_; }
+  void begin_rows() { match_->begin(kMaxProblems - problems_.size(), incomplete_); }
+  std::vector<std::string> end_rows() {
+    match_->end([this](std::string s) { report(std::move(s)); });
     return problems_;
   }
+  std::vector<std::string>& problems() { return problems_; }
 
  private:
   void report(std::string s) {
@@ -155,7 +173,7 @@ class Checker {
   IndexLevelLinks links_{kMaxProblems};
   std::optional<std::size_t> leaf_depth_;
   std::optional<std::pair<std::vector<std::uint8_t>, RowId>> last_leaf_entry_;
-  IndexRowMatch* match_ = nullptr;  // where the leaf entries go, in tree order
+  std::unique_ptr<IndexRowMatch> match_;  // where the leaf entries go, in tree order
   bool incomplete_ = false;  // some part of the tree could not be read
 };
 
@@ -164,6 +182,112 @@ class Checker {
 std::vector<std::string> verify_index_with(const Table& table, const IndexDef& index,
                                            const IndexVerifyOptions& options) {
   return Checker(table, index, options).run();
+}
+
+std::vector<std::vector<std::string>> verify_indexes_with(const Table& table, const IndexVerifyOptions& options,
+                                                         const std::function<void(std::uint64_t)>& rows_read) {
+  const std::vector<IndexDef>& indexes = table.def().indexes;
+  std::vector<std::vector<std::string>> found(indexes.size());
+  // The sorts by row run side by side: they share the budget.
+  IndexVerifyOptions each = options;
+  each.sort_budget = std::max<std::size_t>(options.sort_budget / std::max<std::size_t>(indexes.size(), 1), 256 << 10);
+  std::vector<std::unique_ptr<Checker>> checkers;
+  std::vector<std::size_t> reading;  // the checkers still meeting their entries with the rows
+  // An index whose check fails outright reports only why, as when checked alone.
+  const auto failed = [&](std::size_t i, const Error& e) {
+    found[i] = {e.description()};
+    checkers[i].reset();
+    reading.erase(std::remove(reading.begin(), reading.end(), i), reading.end());
+  };
+  for (std::size_t i = 0; i < indexes.size(); ++i) {
+    checkers.push_back(std::make_unique<Checker>(table, indexes[i], each));
+    try {
+      if (checkers[i]->walk_tree()) {
+        checkers[i]->begin_rows();
+        reading.push_back(i);
+      } else {
+        found[i] = std::move(checkers[i]->problems());
+        checkers[i].reset();
+      }
+    } catch (const Error& e) {
+      failed(i, e);
+    }
+  }
+  // One reading of the rows for every index; each decodes only its own columns.
+  std::vector<ColumnSelection> wanted(indexes.size());
+  std::vector<Row> rows(indexes.size());
+  ColumnSelection all_wanted(table.def().columns.size(), false);
+  Row all_rows;
+  for (std::size_t i : reading) {
+    wanted[i] = checkers[i]->match().wanted();
+    for (std::size_t c = 0; c < all_wanted.size(); ++c) all_wanted[c] = all_wanted[c] || wanted[i][c];
+  }
+  const auto interrupt_all = [&](const Error& e) {
+    for (std::size_t i : reading) checkers[i]->match().interrupt(e.what());
+  };
+  const auto wanting = [&] {
+    return std::any_of(reading.begin(), reading.end(), [&](std::size_t i) { return checkers[i]->match().wants_rows(); });
+  };
+  Pager& pager = table.pager();
+  std::uint64_t read = 0;
+  try {
+    for (const PageNumber number : table.data_pages()) {
+      if (!wanting()) break;
+      const Page held = pager.read(number);
+      const DataPage page(held);
+      for (std::uint16_t r = 0; r < page.row_count() && wanting(); ++r) {
+        if (page.deleted(r)) continue;
+        const RowId id{number, static_cast<std::uint8_t>(r)};
+        Page moved;
+        std::optional<ByteView> bytes;
+        if (page.overflow(r)) {
+          // A moved row is read through its slot; its new place is flagged deleted.
+          bytes = locate_row(pager, id, table.def().page, &moved);
+          if (!bytes) held.view().damaged("ligne déplacée introuvable (ligne " + std::to_string(r) + ")");
+        } else {
+          bytes = page.row_bytes(r);
+        }
+        // The columns of every index at once; a row that does not decode whole is decoded
+        // again for each index, which stops only when its own columns fail.
+        bool whole = true;
+        try {
+          decode_row_into(pager, table.def(), *bytes, all_rows, all_wanted);
+        } catch (const Error&) {
+          whole = false;
+        }
+        for (std::size_t i : reading) {
+          IndexRowMatch& match = checkers[i]->match();
+          if (!match.wants_rows()) continue;
+          if (!whole) {
+            try {
+              decode_row_into(pager, table.def(), *bytes, rows[i], wanted[i]);
+            } catch (const Error& e) {
+              match.interrupt(e.what());
+              continue;
+            }
+          }
+          match.take_row(id, whole ? all_rows : rows[i]);
+        }
+        ++read;
+      }
+      if (rows_read) rows_read(read);
+    }
+  } catch (const Error& e) {
+    interrupt_all(e);
+  }
+  for (std::size_t i : std::vector<std::size_t>(reading)) {
+    try {
+      found[i] = checkers[i]->end_rows();
+    } catch (const Error& e) {
+      failed(i, e);
+    }
+  }
+  return found;
+}
+
+std::vector<std::vector<std::string>> verify_indexes(const Table& table,
+                                                    const std::function<void(std::uint64_t)>& rows_read) {
+  return verify_indexes_with(table, IndexVerifyOptions{}, rows_read);
 }
 
 std::vector<std::string> verify_index(const Table& table, const IndexDef& index) {

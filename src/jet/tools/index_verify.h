@@ -17,6 +17,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,13 @@ struct IndexVerifyOptions {
 };
 
 std::vector<std::string> verify_index(const Table& table, const IndexDef& index);
+// Every index of `table` (one list of findings per index, in the table's order, each as
+// verify_index gives it), its rows read once for all of them; `rows_read` is told now and
+// page by page how many rows have been read.
+std::vector<std::vector<std::string>> verify_indexes(const Table& table,
+                                                    const std::function<void(std::uint64_t)>& rows_read = {});
+std::vector<std::vector<std::string>> verify_indexes_with(const Table& table, const IndexVerifyOptions& options,
+                                                         const std::function<void(std::uint64_t)>& rows_read = {});
 std::vector<std::string> verify_index_with(const Table& table, const IndexDef& index,
                                            const IndexVerifyOptions& options);
 

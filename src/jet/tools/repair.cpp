@@ -395,7 +395,7 @@ class Repairer {
   bool sound() {
     try {
       const Catalog catalog(pager_);
-      return verify_database(pager_, catalog, verify_index, progress_).empty();
+      return verify_database(pager_, catalog, verify_indexes, progress_).empty();
     } catch (const Error&) {
       return false;
     }
@@ -405,7 +405,7 @@ class Repairer {
     std::vector<std::string> problems;
     try {
       const Catalog catalog(pager_);
-      problems = verify_database(pager_, catalog, verify_index);
+      problems = verify_database(pager_, catalog, verify_indexes);
     } catch (const Error& e) {
       refuse("catalogue : " + e.description());
     }

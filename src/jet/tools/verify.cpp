@@ -1,5 +1,7 @@
 #include "jet/tools/verify.h"
 
+#include <algorithm>
+
 #include <set>
 
 #include "jet/record/data_page.h"
@@ -121,13 +123,16 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
     problems.push_back("table « " + table.name() + " » : " + std::to_string(live) +
                        " lignes présentes, la définition en annonce " + std::to_string(table.def().row_count));
   if (check_index) {
-    for (const IndexDef& index : table.def().indexes) {
-      try {
-        for (auto& p : check_index(table, index))
-          problems.push_back("table « " + table.name() + " », index " + std::to_string(index.number) + " : " + p);
-      } catch (const Error& e) {
-        problems.push_back("table « " + table.name() + " », index " + std::to_string(index.number) + " : " + e.description());
-      }
+    const auto& indexes = table.def().indexes;
+    const auto prefix = [&](std::size_t i) {
+      return "table « " + table.name() + " », index " + std::to_string(indexes[i].number) + " : ";
+    };
+    try {
+      const auto found = check_index(table, {});
+      for (std::size_t i = 0; i < indexes.size() && i < found.size(); ++i)
+        for (const auto& p : found[i]) problems.push_back(prefix(i) + p);
+    } catch (const Error& e) {
+      for (std::size_t i = 0; i < indexes.size(); ++i) problems.push_back(prefix(i) + e.description());
     }
   }
   return problems;
@@ -159,20 +164,19 @@ std::vector<std::string> verify_database(Pager& pager, const Catalog& catalog, c
     // Plain variables, not a structured binding: the lambdas below capture them.
     const auto work = progress ? weight(checked) : std::pair<std::uint64_t, std::uint64_t>{0, 0};
     const std::uint64_t rows = work.first, indexes = work.second;
-    // Each index checked tells, the rows counting as checked before the first one.
-    bool rows_told = false;
-    const auto tell_rows = [&] {
-      if (rows_told) return;
-      rows_told = true;
-      done += rows;
-      progress(done, total);
-    };
+    // The rows count as checked before the indexes, which tell as they read the rows again.
     IndexChecker counted = check_index;
     if (progress && check_index)
-      counted = [&](const Table& table, const IndexDef& index) {
-        tell_rows();
-        auto found = check_index(table, index);
+      counted = [&](const Table& table, const RowsRead& told) {
         done += rows;
+        progress(done, total);
+        const std::uint64_t before = done;
+        auto found = check_index(table, [&](std::uint64_t read) {
+          done = before + std::min(read, rows) * indexes;
+          progress(done, total);
+          if (told) told(read);
+        });
+        done = before + rows * indexes;
         progress(done, total);
         return found;
       };

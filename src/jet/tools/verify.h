@@ -16,12 +16,16 @@
 
 namespace jet {
 
-using IndexChecker = std::function<std::vector<std::string>(const Table&, const IndexDef&)>;
+// Told now and then how many rows of a table an index check has read.
+using RowsRead = std::function<void(std::uint64_t rows)>;
+// Checks every index of a table: one list of findings per index, in the table's order
+// (verify_indexes, index_verify.h).
+using IndexChecker = std::function<std::vector<std::vector<std::string>>(const Table&, const RowsRead&)>;
 
 std::vector<std::string> verify_database(Database& db, const IndexChecker& check_index = {});
 
-// Told how far a check has gone (work done, work in all) as each table's rows and each of
-// its indexes are checked; a table weighs its row count plus one, once for its rows and once
+// Told how far a check has gone (work done, work in all) as each table's rows, then its
+// indexes, are checked; a table weighs its row count plus one, once for its rows and once
 // per index.
 using VerifyProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
