@@ -51,7 +51,8 @@ class Run {
 
   // What the writes do with a row the engine refuses (see executor.h).
   RowErrors row_errors = RowErrors::Fail;
-  // Told as UPDATE and DELETE write their rows; null when no one listens.
+  // Told as UPDATE reads the rows of its table and as UPDATE and DELETE write their rows;
+  // null when no one listens.
   const Progress* progress = nullptr;
   void wrote(std::uint64_t done, std::uint64_t total) const {
     if (progress) (*progress)(done, total);
@@ -155,6 +156,10 @@ class Scope {
 
   std::vector<Source> sources;
   const std::int32_t* current = nullptr;  // the tuple being evaluated
+  // Told every few thousand rows of source `counted_source` read from its table (a long
+  // statement shows it is moving before it writes).
+  int counted_source = -1;
+  std::function<void(std::uint64_t rows)> rows_read;
   const std::vector<SelectItem>* aliases = nullptr;  // select list, for ORDER BY names
 
   // Adds the sources of a FROM item (tables and joins, left to right).

@@ -151,8 +151,11 @@ void Scope::load(int index, const std::vector<const Expr*>& filters) {
     }
     return;
   }
+  std::uint64_t read = 0;
+  const bool counted = index == counted_source && rows_read;
   auto take = [&](RowId id, const Row& row) {
     keep(index, id, row, filters);
+    if (counted && ++read % 1024 == 0) rows_read(read);
     return true;
   };
   if (auto ids = seek_candidates(index, filters)) {

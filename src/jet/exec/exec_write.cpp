@@ -4,6 +4,7 @@
 // 3163, 3314, 3315...) leaves nothing of the statement behind, unless the run passes refused
 // rows over (RowErrors::Skip): each write is a statement of its own inside that one, so a
 // refused row leaves nothing of itself and the others stay.
+#include <algorithm>
 #include <unordered_map>
 
 #include "jet/catalog/catalog.h"
@@ -99,6 +100,14 @@ std::int64_t run_update(Run& run, const Update& update) {
 
   std::vector<const Expr*> where;
   conjuncts(update.where.get(), where);
+  // Told as work done: the rows of the changed table read, then the rows written. Until the
+  // rows to change are known, as many as the table holds are reckoned to come.
+  const Source& changed_source = scope.sources[static_cast<std::size_t>(targets.front().source)];
+  const std::uint64_t table_rows = changed_source.table ? changed_source.table->def().row_count : 0;
+  if (run.progress && table_rows > 0) {
+    scope.counted_source = targets.front().source;
+    scope.rows_read = [&](std::uint64_t n) { run.wrote(std::min(n, table_rows), 2 * table_rows); };
+  }
   // The tuples are gone through in order: rows are read again rather than held.
   scope.make_lazy();
   const Relation rel = scope.join_tree(*update.target, where);
@@ -156,8 +165,9 @@ std::int64_t run_update(Run& run, const Update& update) {
   std::unordered_map<int, std::unique_ptr<TableChange>> writers;
   std::int64_t changed = 0;
   std::uint64_t done = 0;
+  const std::uint64_t read = scope.rows_read ? table_rows : 0;
   for (const auto& c : changes) {
-    run.wrote(done++, changes.size());
+    run.wrote(read + done++, read + changes.size());
     const Source& s = scope.sources[static_cast<std::size_t>(c.source)];
     auto& w = writers[c.source];
     if (!w) w = std::make_unique<TableChange>(db, s.name);
@@ -179,7 +189,7 @@ std::int64_t run_update(Run& run, const Update& update) {
     }
     if (write_row(run, [&] { w->writer.update(id, *full); })) ++changed;
   }
-  run.wrote(changes.size(), changes.size());
+  run.wrote(read + changes.size(), read + changes.size());
   statement.commit();
   return changed;
 }

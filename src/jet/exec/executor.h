@@ -96,7 +96,8 @@ enum class RowErrors {
   Skip,  // pass the row over, change the others, raise nothing
 };
 
-// Told how far the writes of a long statement are: rows written so far, rows to write.
+// Told how far a long statement is (work done, work in all): an UPDATE counts the rows of
+// its table it reads, then the rows it writes; a DELETE the rows it removes.
 using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 class Executor {
