@@ -72,6 +72,22 @@ TEST(IndexEntrySort, RunsMergeIntoTheOrderOfAnInMemorySort) {
   }
 }
 
+TEST(IndexEntrySort, RunsInAnUnnamedScratchFileLeaveNoFileBehind) {
+  jet_test::ScratchDir dir;
+  auto entries = random_entries(20000, 3);
+  {
+    jet::IndexEntrySort sort(os::system_services(), {}, 16 << 10);
+    for (const auto& e : entries) sort.add(e);
+    EXPECT_GT(sort.runs(), 10u);
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+      return jet::compare_entries(a.key, a.row, b.key, b.row) < 0;
+    });
+    EXPECT_TRUE(same(drain(sort.sorted()), entries));
+  }
+  EXPECT_TRUE(fs::is_empty(dir.path()));
+  EXPECT_FALSE(fs::exists(fs::current_path() / ".tri"));
+}
+
 TEST(IndexEntrySort, SortsSharingAPoolTakeWhatTheOthersLeaveAndStayWithinIt) {
   jet_test::ScratchDir dir;
   const auto path = [&](int i) { return (dir.path() / ("t.mdb.tri" + std::to_string(i))).string(); };

@@ -6,6 +6,8 @@
 #include <algorithm>
 
 #include "jet/catalog/catalog.h"
+#include "jet/storage/transaction.h"
+#include "jet/tools/index_verify.h"
 #include "sql_exec_support.h"
 #include "support/linux_programs.h"
 
@@ -65,6 +67,29 @@ TEST_F(SqlIndexes, APrimaryIndexOnATableWithoutOne) {
   EXPECT_EQ(def.logical_indexes[0].kind, jet::IndexKind::Primary);
   EXPECT_EQ(error_of([&] { db->x("INSERT INTO Neuve VALUES ('A', 'deux')"); }), 3022);
   EXPECT_EQ(error_of([&] { db->x("CREATE INDEX Autre ON Neuve (libelle) WITH PRIMARY"); }), 3283);
+}
+
+// A unique index over rows that repeat a key only where a column is Null, as Jet allows, and
+// over a few thousand rows: every row is listed once, in order.
+TEST_F(SqlIndexes, AUniqueIndexAllowsRepeatedNullsAndListsEveryRow) {
+  db->x("CREATE TABLE Parcelles (section TEXT(2), numero LONG, libelle TEXT(30))");
+  jet::Transaction tx(db->db().pager());
+  for (int i = 0; i < 3000; ++i)
+    db->x("INSERT INTO Parcelles VALUES ('A" + std::to_string(i % 7) + "', " + std::to_string(i) + ", 'parcelle " +
+          std::to_string(i) + "')");
+  db->x("INSERT INTO Parcelles VALUES (NULL, 5, 'sans section')");
+  db->x("INSERT INTO Parcelles VALUES (NULL, 5, 'sans section non plus')");
+  tx.commit();
+  db->x("CREATE UNIQUE INDEX Cle ON Parcelles (section, numero)");
+  const jet::Table table = db->db().table("Parcelles");
+  const jet::IndexDef* index = table.def().real_index(table.def().logical_indexes.at(0).real_index);
+  ASSERT_NE(index, nullptr);
+  EXPECT_TRUE(jet::verify_index(table, *index).empty());
+  EXPECT_EQ(db->q("SELECT COUNT(*) FROM Parcelles WHERE section = 'A3' AND numero < 100"), (std::vector<std::string>{"14"}));
+  EXPECT_EQ(error_of([&] { db->x("INSERT INTO Parcelles VALUES ('A1', 1, 'doublon')"); }), 3022);
+  // Sections repeat: refused, and nothing of the index is left.
+  EXPECT_EQ(error_of([&] { db->x("CREATE UNIQUE INDEX Sections ON Parcelles (section)"); }), 3022);
+  EXPECT_EQ(db->db().table("Parcelles").def().indexes.size(), 1u);
 }
 
 TEST_F(SqlIndexes, CreateIndexRefusals) {

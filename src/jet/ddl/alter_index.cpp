@@ -5,6 +5,7 @@
 
 #include "jet/ddl/alter_index_layout.h"
 #include "jet/table/btree_build.h"
+#include "jet/table/index_entry_sort.h"
 #include "jet/btree/btree_write_overlay.h"
 #include "jet/base/error.h"
 #include "jet/base/names.h"
@@ -98,24 +99,14 @@ void create_index(WritableDatabase& db, const std::string& table, const IndexDes
   if (build) {
     const Table rows(db.pager(), entry.name, read_table_def(db.pager(), entry.table_page()));
     const IndexDef& index = *rows.def().real_index(real);
-    const auto entries = index_entries_of_rows(rows, index);
-    if (index.unique()) {
-      // Rows with a Null in the indexed columns may repeat, as in Jet.
-      std::set<RowId> with_null;
-      rows.scan([&](RowId id, const Row& row) {
-        for (const auto& c : index.columns)
-          if (const ColumnDef* column = rows.def().column_by_number(c.column_number);
-              column && row[column->definition_order].is_null())
-            with_null.insert(id);
-        return true;
-      });
-      std::set<std::vector<std::uint8_t>> seen;
-      for (const auto& e : entries)
-        if (!with_null.count(e.row) && !seen.insert(e.key).second) throw Error(ErrorCode::DuplicateKey);
-    }
+    // The entries sorted in bounded memory, a unique index refused on its first key met
+    // twice (the statement then leaves nothing of itself).
+    IndexEntrySort sort(db.pager().services(), {}, kIndexBuildSortBytes);
+    gather_entries_of_rows(rows, index, sort);
     OverlayIndexPageStore store(db.allocator());
     store.select_index(index);
-    build_index_tree(store, rows.def().page, index.root_page, entries);
+    build_index_tree_from(store, rows.def().page, index.root_page,
+                          checking_unique(rows.def(), index, sort.sorted(), [] { throw Error(ErrorCode::DuplicateKey); }));
   }
   statement.commit();
 }

@@ -1,6 +1,8 @@
 #include "jet/table/btree_build.h"
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -9,6 +11,7 @@
 #include "jet/btree/index_row_key.h"
 #include "jet/btree/index_stored_key.h"
 #include "jet/storage/format.h"
+#include "jet/table/index_entry_sort.h"
 
 namespace jet {
 namespace {
@@ -89,25 +92,45 @@ class TreeBuilder {
 
 }  // namespace
 
-std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index,
-                                                 const StoredKeyOf& stored) {
-  std::vector<IndexNodeItem> out;
+void gather_entries_of_rows(const Table& table, const IndexDef& index, IndexEntrySort& sort,
+                            const StoredKeyOf& stored) {
+  KeyWriter key;  // one buffer for every key
   table.scan([&](RowId id, const Row& row) {
     if (row_left_out_of_index(table.def(), index, row)) return true;
     try {
-      out.push_back({index_key_for_row(table.def(), index, row), id, 0});
+      key.clear();
+      append_row_key(key, table.def(), index, row);
+      sort.add(key.bytes(), id);
     } catch (const Error& e) {
       if (!key_not_computable(e) || !stored) throw;
-      auto key = stored(id);
-      if (!key) throw;
-      out.push_back({std::move(*key), id, 0});
+      auto kept = stored(id);
+      if (!kept) throw;
+      sort.add(*kept, id);
     }
     return true;
   });
-  std::sort(out.begin(), out.end(), [](const IndexNodeItem& a, const IndexNodeItem& b) {
-    return compare_entries(a.key, a.row, b.key, b.row) < 0;
-  });
-  return out;
+}
+
+IndexItemSource checking_unique(const TableDef& table, const IndexDef& index, IndexItemSource sorted,
+                                std::function<void()> duplicate) {
+  if (!index.unique()) return sorted;
+  auto previous = std::make_shared<std::optional<std::vector<std::uint8_t>>>();
+  return [columns = key_columns(table, index), sorted = std::move(sorted), duplicate = std::move(duplicate),
+          previous](IndexNodeItem& item) {
+    if (!sorted(item)) return false;
+    const auto has_null = [&] {
+      try {
+        KeyReader r(item.key);
+        for (const KeyColumn& c : columns)
+          if (r.next(c).is_null) return true;
+      } catch (const Error&) {
+      }
+      return false;
+    };
+    if (*previous && compare_keys(**previous, item.key) == 0 && !has_null()) duplicate();
+    *previous = item.key;
+    return true;
+  };
 }
 
 std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root) {
@@ -167,9 +190,10 @@ void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber r
 
 void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index,
                    const StoredKeyOf& stored) {
+  IndexEntrySort sort(table.pager().services(), {}, kIndexBuildSortBytes);
+  gather_entries_of_rows(table, index, sort, stored);
   store.select_index(index);
-  build_index_tree(store, table.def().page, index.root_page,
-                   index_entries_of_rows(table, index, stored));
+  build_index_tree_from(store, table.def().page, index.root_page, sort.sorted());
 }
 
 }  // namespace jet

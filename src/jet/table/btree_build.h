@@ -20,11 +20,13 @@ namespace jet {
 // The key an index already holds for a row whose key cannot be computed (nullopt: none).
 using StoredKeyOf = std::function<std::optional<std::vector<std::uint8_t>>(RowId)>;
 
-// Entries (key, row) of every row of `table` the index lists, in index order. A row whose key
+class IndexEntrySort;
+
+// Adds to `sort` the entry (key, row) of every row of `table` the index lists. A row whose key
 // cannot be computed takes the one `stored` gives; the key errors (3431 unknown character...)
-// are raised before anything is written when there is none.
-std::vector<IndexNodeItem> index_entries_of_rows(const Table& table, const IndexDef& index,
-                                                 const StoredKeyOf& stored = {});
+// are raised, before anything is written, when there is none.
+void gather_entries_of_rows(const Table& table, const IndexDef& index, IndexEntrySort& sort,
+                            const StoredKeyOf& stored = {});
 
 // Pages of the tree under `root` (root included), in walking order; 3049 on a damaged tree.
 std::vector<PageNumber> index_tree_pages(Pager& pager, PageNumber root);
@@ -39,7 +41,16 @@ void build_index_tree_from(IndexPageStore& store, PageNumber table_page, PageNum
 void build_index_tree(IndexPageStore& store, PageNumber table_page, PageNumber root,
                       const std::vector<IndexNodeItem>& sorted);
 
-// index_entries_of_rows then build_index_tree for the index's root page.
+// The entries `sorted` gives, in order, `duplicate` called (it throws) on the second of two
+// equal keys of a unique index; keys with a Null column may repeat, as in Jet.
+IndexItemSource checking_unique(const TableDef& table, const IndexDef& index, IndexItemSource sorted,
+                                std::function<void()> duplicate);
+
+// Bytes of entries an index built from its rows sorts in memory; the rest wait in runs in
+// an unnamed scratch file of the system's temporary folder.
+inline constexpr std::size_t kIndexBuildSortBytes = std::size_t{32} << 20;
+
+// gather_entries_of_rows then build_index_tree_from for the index's root page.
 void rebuild_index(IndexPageStore& store, const Table& table, const IndexDef& index,
                    const StoredKeyOf& stored = {});
 

@@ -72,6 +72,7 @@ void IndexEntrySort::clear() noexcept {
   merge_.reset();
   if (!file_) return;
   file_.reset();
+  if (path_.empty()) return;  // an unnamed scratch file goes when closed
   try {
     services_.files->remove(path_);
   } catch (...) {
@@ -80,7 +81,8 @@ void IndexEntrySort::clear() noexcept {
 }
 
 void IndexEntrySort::failed(const os::Failure& failure, bool writing) const {
-  throw_file_failure(failure, services_, path_, writing ? FileActivity::Writing : FileActivity::Reading);
+  throw_file_failure(failure, services_, path_.empty() ? failure.path() : path_,
+                     writing ? FileActivity::Writing : FileActivity::Reading);
 }
 
 void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
@@ -134,8 +136,12 @@ void IndexEntrySort::write_run() {
   sort_held();
   try {
     if (!file_) {
-      remove_if_unheld(services_, path_);  // a killed run's
-      file_ = services_.files->create_new(path_);
+      if (path_.empty()) {
+        file_ = services_.files->create_scratch();
+      } else {
+        remove_if_unheld(services_, path_);  // a killed run's
+        file_ = services_.files->create_new(path_);
+      }
     }
     Run run{end_, 0};
     std::vector<std::uint8_t> chunk;

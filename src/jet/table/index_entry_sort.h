@@ -32,8 +32,9 @@ class IndexEntrySort {
     std::size_t sharers = 0;
   };
 
-  // `scratch` is the scratch file's path (made only when needed, removed at destruction);
-  // `budget` the bytes of entries held in memory before a run is written.
+  // `scratch` is the scratch file's path (made only when needed, removed at destruction),
+  // empty for an unnamed one in the system's temporary folder; `budget` the bytes of
+  // entries held in memory before a run is written.
   IndexEntrySort(const os::Services& services, std::string scratch, std::size_t budget);
   // The same drawing on `pool`.
   IndexEntrySort(const os::Services& services, std::string scratch, Pool& pool);

@@ -98,29 +98,6 @@ const IndexDef* source_index(const TableDef& source, const TableDef& def, const 
 // Rows of a damaged source can break a unique index (two rows of one key): carried as they
 // are, they would give a new file that does not check sound. Passes the sorted entries on,
 // refusing two neighbours of one key without a Null part.
-IndexItemSource refusing_duplicates(WritableDatabase& db, const std::string& table, const TableDef& def,
-                                    const IndexDef& index, IndexItemSource sorted) {
-  if (!index.unique()) return sorted;
-  auto previous = std::make_shared<std::optional<std::vector<std::uint8_t>>>();
-  return [&db, table, columns = key_columns(def, index), sorted = std::move(sorted), previous](IndexNodeItem& item) {
-    if (!sorted(item)) return false;
-    const auto has_null = [&](const std::vector<std::uint8_t>& key) {
-      try {
-        KeyReader r(key);
-        for (const KeyColumn& c : columns)
-          if (r.next(c).is_null) return true;
-      } catch (const Error&) {
-      }
-      return false;
-    };
-    if (*previous && compare_keys(**previous, item.key) == 0 && !has_null(item.key)) {
-      cannot_carry(db.path(), "clé en double dans un index unique de la table « " + table + " »");
-    }
-    *previous = item.key;
-    return true;
-  };
-}
-
 using CopiedFrom = std::vector<std::pair<std::uint32_t, RowId>>;
 
 // Builds the indexes of the filled table. A row whose key cannot be computed carries the
@@ -137,7 +114,9 @@ void rebuild_indexes(WritableDatabase& db, PageNumber page, const std::string& n
     const IndexDef& index = def.indexes[i];
     if (IndexEntrySort* entries = gathered.take(i)) {
       store.select_index(index);
-      build_index_tree_from(store, def.page, index.root_page, refusing_duplicates(db, name, def, index, entries->sorted()));
+      build_index_tree_from(store, def.page, index.root_page, checking_unique(def, index, entries->sorted(), [&] {
+        cannot_carry(db.path(), "clé en double dans un index unique de la table « " + name + " »");
+      }));
       entries->clear();
       continue;
     }

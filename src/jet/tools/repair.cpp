@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "jet/table/btree_build.h"
+#include "jet/table/index_entry_sort.h"
 #include "jet/btree/btree_write_overlay.h"
 #include "jet/btree/btree_write_page.h"
 #include "jet/record/data_page.h"
@@ -344,9 +345,9 @@ class Repairer {
       return it->second;
     };
     const std::string which = "table « " + table.name() + " », index " + std::to_string(index.number);
-    std::vector<IndexNodeItem> entries;
+    IndexEntrySort entries(pager_.services(), {}, kIndexBuildSortBytes);
     try {
-      entries = index_entries_of_rows(table, index, stored);
+      gather_entries_of_rows(table, index, entries, stored);
     } catch (const Error& e) {
       // Not a damage of the file: say what it is.
       if (key_not_computable(e)) throw Error(e.number(), which + " : " + e.description());
@@ -381,7 +382,7 @@ class Repairer {
     auto empty = encode_index_node(root, pager_.page_size());
     if (!empty) refuse("index " + std::to_string(index.number) + " : racine impossible à écrire");
     store_.write_page(root_page, std::move(*empty));
-    build_index_tree(store_, table.def().page, root_page, entries);
+    build_index_tree_from(store_, table.def().page, root_page, entries.sorted());
     report_.actions.push_back(which + " reconstruit (" + problems.front() + ")" +
                               (root_ours ? "" : ", sa racine passe de la page " + std::to_string(index.root_page) +
                                                     " à la page " + std::to_string(root_page)));
