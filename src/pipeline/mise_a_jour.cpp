@@ -26,6 +26,7 @@ void FrmAttente::MiseAJour(const std::string& chemin) {
     Espace.emplace(moteur_->Workspaces(0));
     Bd.emplace(Espace->OpenDatabase(chemin, true));
     BaseOuverte = true;
+    Bd->WriteAsWorkingCopy();  // deleted unless the update succeeds
 
     Message(" 1- Mise à jour table VERSION --------------");
     dao::Recordset rs = Bd->OpenRecordset("VERSION");

@@ -39,6 +39,7 @@ void FrmAttente::TraitementEtape(const std::string& cheminBase, const std::strin
     Espace.emplace(moteur_->Workspaces(0));
     Bd.emplace(Espace->OpenDatabase(CheminTemp, true));
     BaseOuverte = true;
+    Bd->WriteAsWorkingCopy();  // deleted unless the step succeeds
     etape(*this);
     if (Succes) {
       moteur_->CommitTrans();

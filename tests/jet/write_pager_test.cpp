@@ -15,9 +15,11 @@
 #include "jet/record/page_allocator.h"
 #include "jet/storage/transaction.h"
 #include "jet/record/usage_map_write.h"
+#include "jet/tools/index_verify.h"
 #include "jet/tools/verify.h"
 #include "jet/db/writable_database.h"
 #include "jet_test_support.h"
+#include "os/faulty_file_system.h"
 
 // Each test file keeps its own names, apart from the others compiled with it.
 namespace write_pager_test_cases {
@@ -218,6 +220,37 @@ TEST(OverlaySizeLimit, TheFileMayReachTwoGigabytesButNotGrowPastThem) {
 }
 
 // ---- on a copy of an Access-made file ----
+
+// A working copy thrown away if the work fails: past its memory its pages wait in the scratch
+// file, not in the copy, so a rollback still leaves the copy as it was; a commit writes it
+// without a journal or a sync.
+TEST(WritableFile, AWorkingCopyRollsBackWholeAndCommitsWithoutJournalOrSync) {
+  jet_test::ScratchDir dir;
+  const std::string path = copy_fixture(dir, "delColTestV2000.mdb");
+  const std::vector<std::uint8_t> before = jet_test::read_file(path);
+  os::FaultyFileSystem files{*os::system_services().files};
+  const os::Services counted{&files, os::system_services().clock, os::system_services().random};
+  const auto change_many = [&](jet::WritableDatabase& db) {
+    for (int i = 0; i < 40; ++i) db.allocator().allocate(filled(4096, static_cast<std::uint8_t>(0x10 + i)));
+  };
+  {
+    auto db = jet::WritableDatabase::open(path, &counted);
+    db->write_unjournaled(false);
+    db->pager().set_budget(4);
+    jet::Transaction t(db->pager());
+    change_many(*db);
+    EXPECT_EQ(jet_test::read_file(path), before);  // nothing reached the copy
+    t.rollback();
+    jet::Transaction again(db->pager());  // and work goes on
+    change_many(*db);
+    const int syncs = files.syncs();
+    again.commit();
+    EXPECT_EQ(files.syncs(), syncs);
+  }
+  EXPECT_GT(jet_test::read_file(path).size(), before.size());  // the pages made it, holes filled first
+  auto db = jet::Database::open(path);
+  EXPECT_EQ(jet_test::joined(jet::verify_database(*db, jet::verify_indexes)), "");
+}
 
 TEST(WritableFile, RollbackLeavesTheFileByteForByteAndCommitReachesIt) {
   jet_test::ScratchDir dir;

@@ -45,7 +45,7 @@ namespace jet {
 
 void WritableDatabase::reload_catalog() { catalog_ = std::make_unique<Catalog>(*overlay_); }
 
-void WritableDatabase::write_unjournaled() noexcept { sink_->write_unjournaled(); }
+void WritableDatabase::write_unjournaled(bool early_pages) noexcept { sink_->write_unjournaled(early_pages); }
 
 void WritableDatabase::sync() { sink_->sync(); }
 

@@ -51,7 +51,7 @@ class WritableDatabase {
 
   // For a new file thrown away unless completed: commits skip the rollback journal and the
   // sync (see FileSink::write_unjournaled); sync() makes the whole file durable at the end.
-  void write_unjournaled() noexcept;
+  void write_unjournaled(bool early_pages = true) noexcept;
   void sync();
 
  private:

@@ -32,8 +32,13 @@ class FileSink final : public PageSink {
   // file as it is. The pages a transaction changes beyond its memory budget go straight to
   // the file too, not through a scratch file. Whoever completes the file syncs it once
   // (sync()).
-  void write_unjournaled() noexcept { unjournaled_ = true; }
-  bool takes_pages_early() const noexcept override { return unjournaled_; }
+  // Without `early_pages`, pages reach the file only at commits, so a rollback still leaves
+  // it as it was: for a copy that is worked on and thrown away if the work fails.
+  void write_unjournaled(bool early_pages = true) noexcept {
+    unjournaled_ = true;
+    early_pages_ = early_pages;
+  }
+  bool takes_pages_early() const noexcept override { return unjournaled_ && early_pages_; }
   // Makes what was written durable. Throws jet::Error (3026, 3040...) on failure.
   void sync();
 
@@ -46,6 +51,7 @@ class FileSink final : public PageSink {
   const os::Services& services_;
   bool restored_ = false;  // the last failed commit was undone on the file
   bool unjournaled_ = false;
+  bool early_pages_ = true;
 };
 
 }  // namespace jet

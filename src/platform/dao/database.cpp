@@ -49,6 +49,12 @@ void Database::SetProgress(std::function<void(std::uint64_t, std::uint64_t)> pro
   impl_->sql().set_progress(std::move(progress));
 }
 
+void Database::WriteAsWorkingCopy() {
+  impl_->checkOpen();
+  if (!impl_->writable) throw daoError(dao_errors::ReadOnly);
+  impl_->writable->write_unjournaled(false);
+}
+
 Collection<TableDef> Database::TableDefs() const {
   impl_->checkOpen();
   struct Source : detail::CollectionSource<TableDef> {

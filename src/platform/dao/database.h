@@ -46,6 +46,11 @@ class Database {
   // Told as a long Execute writes its rows (rows written, rows to write), for a wait form;
   // empty to stop. Not a DAO member: Jet showed no progress.
   void SetProgress(std::function<void(std::uint64_t, std::uint64_t)> progress);
+  // For a working copy that is deleted unless the work on it succeeds: commits write their
+  // pages without the rollback journal and the sync that only a crash in the middle of one
+  // would need (the copy is then thrown away). Rollbacks still leave it as it was. Not a DAO
+  // member: Jet kept no journal.
+  void WriteAsWorkingCopy();
 
   Collection<TableDef> TableDefs() const;
   TableDef TableDefs(std::string_view name) const { return TableDefs()(name); }
