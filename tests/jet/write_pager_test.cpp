@@ -233,18 +233,30 @@ TEST(WritableFile, AWorkingCopyRollsBackWholeAndCommitsWithoutJournalOrSync) {
   const auto change_many = [&](jet::WritableDatabase& db) {
     for (int i = 0; i < 40; ++i) db.allocator().allocate(filled(4096, static_cast<std::uint8_t>(0x10 + i)));
   };
-  {
+  const auto working_copy = [&] {
     auto db = jet::WritableDatabase::open(path, &counted);
     db->write_unjournaled(false);
     db->pager().set_budget(4);
+    return db;
+  };
+  {
+    auto db = working_copy();
     jet::Transaction t(db->pager());
     change_many(*db);
+#ifndef _WIN32  // Windows refuses to share the file the engine holds
     EXPECT_EQ(jet_test::read_file(path), before);  // nothing reached the copy
+#endif
     t.rollback();
     jet::Transaction again(db->pager());  // and work goes on
     change_many(*db);
+  }
+  EXPECT_EQ(jet_test::read_file(path), before);
+  {
+    auto db = working_copy();
+    jet::Transaction t(db->pager());
+    change_many(*db);
     const int syncs = files.syncs();
-    again.commit();
+    t.commit();
     EXPECT_EQ(files.syncs(), syncs);
   }
   EXPECT_GT(jet_test::read_file(path).size(), before.size());  // the pages made it, holes filled first
