@@ -31,8 +31,7 @@ class Checker {
 
   std::vector<std::string> run() {
     if (walk_tree()) {
-      IndexRowMatch& match = *match_;
-      match.finish(kMaxProblems - problems_.size(), incomplete_, [this](std::string s) { report(std::move(s)); });
+      match_->finish(kMaxProblems - problems_.size(), incomplete_, [this](std::string s) { report(std::move(s)); });
     }
     return problems_;
   }
@@ -213,7 +212,7 @@ std::vector<std::vector<std::string>> verify_indexes_with(const Table& table, co
       failed(i, e);
     }
   }
-  // One reading of the rows for every index; each decodes only its own columns.
+  // One reading of the rows for every index, the columns of all of them decoded at once.
   std::vector<ColumnSelection> wanted(indexes.size());
   std::vector<Row> rows(indexes.size());
   ColumnSelection all_wanted(table.def().columns.size(), false);
