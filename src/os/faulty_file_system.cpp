@@ -10,12 +10,14 @@ class FaultyFile final : public File {
       : real_(std::move(real)), owner_(owner), path_(std::move(path)) {}
 
   std::size_t read_at(std::uint64_t offset, std::span<std::uint8_t> into) override {
+    const std::lock_guard lock(owner_.mutex_);
     if (FaultyFileSystem::due(owner_.reads_, owner_.read_cue_)) throw Failure(owner_.read_cue_.kind, path_);
     owner_.bytes_read_ += into.size();
     return real_->read_at(offset, into);
   }
 
   void write_at(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
+    const std::lock_guard lock(owner_.mutex_);
     if (FaultyFileSystem::due(owner_.writes_, owner_.write_cue_)) {
       if (owner_.write_cue_.torn) real_->write_at(offset, bytes.first(bytes.size() / 2));
       throw Failure(owner_.write_cue_.kind, path_);
@@ -40,6 +42,7 @@ class FaultyFile final : public File {
   }
 
   void sync() override {
+    const std::lock_guard lock(owner_.mutex_);
     if (FaultyFileSystem::due(owner_.syncs_, owner_.sync_cue_)) throw Failure(owner_.sync_cue_.kind, path_);
     real_->sync();
   }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 
 #include "os/failure.h"
@@ -62,6 +63,9 @@ class FaultyFileSystem final : public FileSystem {
   static bool due(int& counter, const Cue& cue) { return ++counter == cue.at; }
 
   FileSystem& real_;
+  // The engine may read and write from a helper thread (index sorts): the counts are kept
+  // under this lock.
+  std::mutex mutex_;
   Cue write_cue_, sync_cue_, read_cue_, rename_cue_;
   int writes_ = 0, syncs_ = 0, reads_ = 0, renames_ = 0;
   std::uint64_t bytes_read_ = 0;

@@ -25,7 +25,8 @@ class TreeBuilder {
   TreeBuilder(IndexPageStore& store, PageNumber table_page, PageNumber root)
       : store_(store), table_page_(table_page), root_(root), room_(index_entry_room(store.pager().page_size())) {}
 
-  void add(std::size_t depth, IndexNodeItem item) {
+  // `item` is copied into an entry of a page written earlier, so that its buffer serves again.
+  void add(std::size_t depth, const IndexNodeItem& item) {
     open_level(depth);
     const std::size_t size = index_item_size(item, depth == 0);
     Level& level = levels_[depth];
@@ -38,13 +39,22 @@ class TreeBuilder {
       level.node.prev = level.node.number;
       level.node.number = next;
       level.node.next = 0;
+      for (IndexNodeItem& written : level.node.items) level.spare.push_back(std::move(written));
       level.node.items.clear();
       level.used = 0;
       level.split = true;
-      add(depth + 1, std::move(up));
+      add(depth + 1, up);
     }
     Level& same = levels_[depth];  // `level` may have moved with the levels above added
-    same.node.items.push_back(std::move(item));
+    if (same.spare.empty()) {
+      same.node.items.push_back(item);
+    } else {
+      IndexNodeItem& slot = same.node.items.emplace_back(std::move(same.spare.back()));
+      same.spare.pop_back();
+      slot.key.assign(item.key.begin(), item.key.end());
+      slot.row = item.row;
+      slot.child = item.child;
+    }
     same.used += size;
   }
 
@@ -59,7 +69,7 @@ class TreeBuilder {
       }
       IndexNodeItem up{level.node.items.back().key, level.node.items.back().row, level.node.number};
       write(level.node);
-      add(depth + 1, std::move(up));
+      add(depth + 1, up);
     }
   }
 
@@ -68,6 +78,7 @@ class TreeBuilder {
     IndexNode node;
     std::size_t used = 0;
     bool split = false;  // a page of this level was written: it is not the top
+    std::vector<IndexNodeItem> spare;  // entries of written pages, their buffers to reuse
   };
   void open_level(std::size_t depth) {
     if (depth < levels_.size()) return;
@@ -172,8 +183,7 @@ void build_index_tree_from(IndexPageStore& store, PageNumber table_page, PageNum
     previous_key.assign(item.key.begin(), item.key.end());
     previous_row = item.row;
     item.child = 0;
-    builder.add(0, std::move(item));
-    item = IndexNodeItem{};
+    builder.add(0, item);  // `item` keeps its buffer for the next entry
   }
   builder.finish();
 }

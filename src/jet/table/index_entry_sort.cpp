@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
+#include <system_error>
+#include <thread>
 
 #include "jet/base/bytes.h"
 #include "jet/btree/index_page.h"
@@ -29,7 +32,8 @@ constexpr std::size_t kSortChunk = 1 << 18;
 
 }  // namespace
 
-// Reads the runs back, each through a buffer, and always gives the smallest head.
+// Reads the runs back, each through a buffer, and the segments still in memory, and always
+// gives the smallest head.
 struct IndexEntrySort::Merge {
   struct Reader {
     std::uint64_t at = 0, end = 0;
@@ -37,12 +41,53 @@ struct IndexEntrySort::Merge {
     std::size_t used = 0;
     IndexNodeItem head;
   };
+  struct Memory {
+    Segment segment;
+    IndexNodeItem head;
+  };
   std::vector<Reader> readers;
-  std::size_t held_at = 0;  // next of the entries never written (held_, sorted)
-  IndexNodeItem held_head;
-  // Reader indexes, smallest head on top (the in-memory entries are reader `readers.size()`).
+  std::vector<Memory> memory;  // source `readers.size() + i`
+  // Source numbers, smallest head on top.
   std::vector<std::size_t> heap;
 };
+
+// The helper thread sorting a batch, and what stopped it.
+struct IndexEntrySort::Helper {
+  std::thread thread;
+  std::exception_ptr error;
+};
+
+namespace {
+
+// Index order (compare_entries) read from the held form. Keys of 16 bytes or less are whole
+// in the prefix: equal prefixes and lengths make equal keys, and the rows decide (indexes of
+// few distinct values hold mostly such ties).
+struct HeldBefore {
+  const std::uint8_t* keys;
+  template <typename H>
+  bool operator()(const H& a, const H& b) const {
+    if (a.high != b.high) return a.high < b.high;
+    if (a.low != b.low) return a.low < b.low;
+    if (a.length <= 16 && b.length <= 16) {
+      // The shorter of two keys equal as far as it goes comes first.
+      if (a.length != b.length) return a.length < b.length;
+      return a.row < b.row;
+    }
+    return compare_entries({keys + a.offset, a.length}, RowId::from_pointer(a.row), {keys + b.offset, b.length},
+                           RowId::from_pointer(b.row)) < 0;
+  }
+};
+
+// Batches smaller than this are sorted on the calling thread alone: starting a thread would
+// cost more than it saves.
+constexpr std::size_t kSplitFrom = 8192;
+
+bool has_second_core() {
+  static const bool second = std::thread::hardware_concurrency() > 1;
+  return second;
+}
+
+}  // namespace
 
 IndexEntrySort::IndexEntrySort(const os::Services& services, std::string scratch, std::size_t budget)
     : services_(services), path_(std::move(scratch)), own_pool_(std::make_unique<Pool>(budget)), pool_(own_pool_.get()) {
@@ -63,11 +108,13 @@ std::size_t IndexEntrySort::room() const noexcept {
 IndexEntrySort::~IndexEntrySort() { clear(); }
 
 void IndexEntrySort::clear() noexcept {
+  if (helper_ && helper_->thread.joinable()) helper_->thread.join();
+  helper_.reset();
   pool_->used -= held_capacity();
-  held_.clear();
-  held_.shrink_to_fit();
-  keys_.clear();
-  keys_.shrink_to_fit();
+  held_ = Batch{};
+  sorting_ = Batch{};
+  sorting_full_ = false;
+  spilled_ = false;
   runs_.clear();
   merge_.reset();
   if (!file_) return;
@@ -88,52 +135,110 @@ void IndexEntrySort::failed(const os::Failure& failure, bool writing) const {
 void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
   // The buffers grow by doubling, their capacity counted against the budget: when growing
   // would pass it, the entries held go to a run first and the buffers are reused.
-  const bool keys_full = keys_.size() + key.size() > keys_.capacity();
-  const bool held_full = held_.size() + 1 > held_.capacity();
+  std::vector<Held>& held = held_.held;
+  std::vector<std::uint8_t>& keys = held_.keys;
+  const bool keys_full = keys.size() + key.size() > keys.capacity();
+  const bool held_full = held.size() + 1 > held.capacity();
   if (keys_full || held_full) {
-    const std::size_t room = this->room();
-    const std::size_t before = held_capacity();
-    std::size_t keys_cap = keys_full ? std::max(keys_.size() + key.size(), keys_.capacity() * 2) : keys_.capacity();
-    std::size_t held_cap = held_full ? std::max<std::size_t>(held_.size() + 1, held_.capacity() * 2) : held_.capacity();
-    if (!held_.empty() && keys_cap + held_cap * sizeof(Held) > room) {
-      write_run();  // the buffers are emptied and kept as they are
-      keys_cap = std::max(keys_.capacity(), key.size());
-      held_cap = std::max<std::size_t>(held_.capacity(), 1);
+    const std::size_t room = spilled_ ? this->room() / 2 : this->room();
+    std::size_t keys_cap = keys_full ? std::max(keys.size() + key.size(), keys.capacity() * 2) : keys.capacity();
+    std::size_t held_cap = held_full ? std::max<std::size_t>(held.size() + 1, held.capacity() * 2) : held.capacity();
+    if (!held.empty() && keys_cap + held_cap * sizeof(Held) > room) {
+      spill();
+      keys_cap = std::max(keys.capacity(), key.size());
+      held_cap = std::max<std::size_t>(held.capacity(), 1);
     }
-    keys_.reserve(keys_cap);
-    held_.reserve(held_cap);
+    const std::size_t before = held_capacity();
+    keys.reserve(keys_cap);
+    held.reserve(held_cap);
     pool_->used += held_capacity() - before;
   }
-  held_.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys_.size()),
-                   static_cast<std::uint32_t>(key.size()), row.pointer()});
-  keys_.insert(keys_.end(), key.begin(), key.end());
+  held.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys.size()),
+                  static_cast<std::uint32_t>(key.size()), row.pointer()});
+  keys.insert(keys.end(), key.begin(), key.end());
   ++added_;
 }
 
-// Index order (compare_entries) read from the held form. Keys of 16 bytes or less are whole
-// in the prefix: equal prefixes and lengths make equal keys, and the rows decide (indexes of
-// few distinct values hold mostly such ties).
-bool IndexEntrySort::before(const Held& a, const Held& b) const {
-  if (a.high != b.high) return a.high < b.high;
-  if (a.low != b.low) return a.low < b.low;
-  if (a.length <= 16 && b.length <= 16) {
-    // The shorter of two keys equal as far as it goes comes first.
-    if (a.length != b.length) return a.length < b.length;
-    return a.row < b.row;
-  }
-  return compare_entries(key_of(a), RowId::from_pointer(a.row), key_of(b), RowId::from_pointer(b.row)) < 0;
-}
-
-void IndexEntrySort::sort_held() {
-  const auto less = [this](const Held& a, const Held& b) { return before(a, b); };
+void IndexEntrySort::sort_range(Held* begin, Held* end, const std::uint8_t* keys) {
   // Rows copied in the order of a key (an autonumber, a table filled in key order) give
   // entries already in order: one pass finds it.
-  if (std::is_sorted(held_.begin(), held_.end(), less)) return;
-  std::sort(held_.begin(), held_.end(), less);
+  const HeldBefore less{keys};
+  if (std::is_sorted(begin, end, less)) return;
+  std::sort(begin, end, less);
 }
 
-void IndexEntrySort::write_run() {
-  sort_held();
+std::vector<IndexEntrySort::Segment> IndexEntrySort::sort_in_two(Batch& batch) {
+  Held* const begin = batch.held.data();
+  Held* const end = begin + batch.held.size();
+  const std::uint8_t* keys = batch.keys.data();
+  if (begin == end) return {};
+  if (batch.held.size() < kSplitFrom || !has_second_core()) {
+    sort_range(begin, end, keys);
+    return {{begin, end, keys}};
+  }
+  Held* const middle = begin + batch.held.size() / 2;
+  try {
+    std::thread helper(sort_range, begin, middle, keys);
+    sort_range(middle, end, keys);
+    helper.join();
+  } catch (const std::system_error&) {
+    // No thread to be had: the calling one sorts both halves.
+    sort_range(begin, middle, keys);
+    sort_range(middle, end, keys);
+  }
+  return {{begin, middle, keys}, {middle, end, keys}};
+}
+
+void IndexEntrySort::finish_sorting() {
+  if (!helper_) return;
+  if (helper_->thread.joinable()) helper_->thread.join();
+  const std::exception_ptr error = helper_->error;
+  helper_.reset();
+  if (error) std::rethrow_exception(error);
+}
+
+void IndexEntrySort::spill() {
+  if (!spilled_ || !has_second_core()) {
+    // The first run: the batch is sorted as two halves at once and written as two runs. With
+    // a second core, the buffers are given back and the next batches take half the room each.
+    for (const Segment& segment : sort_in_two(held_)) write_run(segment);
+    held_.held.clear();
+    held_.keys.clear();
+    if (!has_second_core()) return;
+    const std::size_t before = held_capacity();
+    held_ = Batch{};
+    pool_->used -= before - held_capacity();
+    spilled_ = true;
+    return;
+  }
+  finish_sorting();
+  if (sorting_full_) {
+    write_run({sorting_.held.data(), sorting_.held.data() + sorting_.held.size(), sorting_.keys.data()});
+    sorting_.held.clear();
+    sorting_.keys.clear();
+    sorting_full_ = false;
+  }
+  std::swap(held_, sorting_);  // the full batch to sort, the emptied buffers to fill
+  sorting_full_ = true;
+  Batch& batch = sorting_;
+  const auto sort_batch = [&batch] { sort_range(batch.held.data(), batch.held.data() + batch.held.size(), batch.keys.data()); };
+  auto helper = std::make_unique<Helper>();
+  Helper& h = *helper;
+  try {
+    h.thread = std::thread([&h, sort_batch] {
+      try {
+        sort_batch();
+      } catch (...) {
+        h.error = std::current_exception();
+      }
+    });
+  } catch (const std::system_error&) {
+    return sort_batch();
+  }
+  helper_ = std::move(helper);
+}
+
+void IndexEntrySort::write_run(const Segment& segment) {
   try {
     if (!file_) {
       if (path_.empty()) {
@@ -145,17 +250,17 @@ void IndexEntrySort::write_run() {
     }
     Run run{end_, 0};
     std::vector<std::uint8_t> chunk;
+    chunk.reserve(kSortChunk + 512);
     const auto flush = [&] {
       file_->write_at(end_, chunk);
       end_ += chunk.size();
       run.bytes += chunk.size();
       chunk.clear();
     };
-    for (const Held& h : held_) {
-      const RowId row = RowId::from_pointer(h.row);
-      const auto key = key_of(h);
-      append_le16(chunk, static_cast<std::uint16_t>(key.size()));
-      chunk.insert(chunk.end(), key.begin(), key.end());
+    for (const Held* h = segment.begin; h != segment.end; ++h) {
+      const RowId row = RowId::from_pointer(h->row);
+      append_le16(chunk, static_cast<std::uint16_t>(h->length));
+      chunk.insert(chunk.end(), segment.keys + h->offset, segment.keys + h->offset + h->length);
       append_le32(chunk, row.page);
       chunk.push_back(row.row);
       if (chunk.size() >= kSortChunk) flush();
@@ -165,31 +270,30 @@ void IndexEntrySort::write_run() {
   } catch (const os::Failure& failure) {
     failed(failure, true);
   }
-  held_.clear();
-  keys_.clear();
 }
 
 IndexItemSource IndexEntrySort::sorted() {
-  sort_held();
-  // Fills `item` with held entry `i`.
-  const auto give = [this](std::size_t i, IndexNodeItem& item) {
-    const auto key = key_of(held_[i]);
-    item.key.assign(key.begin(), key.end());
-    item.row = RowId::from_pointer(held_[i].row);
+  finish_sorting();
+  std::vector<Segment> segments;
+  if (sorting_full_) segments.push_back({sorting_.held.data(), sorting_.held.data() + sorting_.held.size(), sorting_.keys.data()});
+  for (const Segment& s : sort_in_two(held_)) segments.push_back(s);
+  // Fills `item` with held entry `h` (its key buffer reused).
+  const auto give = [](const Segment& s, const Held* h, IndexNodeItem& item) {
+    item.key.assign(s.keys + h->offset, s.keys + h->offset + h->length);
+    item.row = RowId::from_pointer(h->row);
     item.child = 0;
   };
-  if (runs_.empty()) {
-    // All in memory: handed out in order.
-    auto at = std::make_shared<std::size_t>(0);
-    return [this, at, give](IndexNodeItem& item) {
-      if (*at == held_.size()) return false;
-      give((*at)++, item);
+  if (runs_.empty() && segments.size() <= 1) {
+    // All in one sorted segment: handed out in order.
+    auto at = std::make_shared<Segment>(segments.empty() ? Segment{} : segments.front());
+    return [at, give](IndexNodeItem& item) {
+      if (at->begin == at->end) return false;
+      give(*at, at->begin++, item);
       return true;
     };
   }
   merge_ = std::make_unique<Merge>();
   Merge& m = *merge_;
-  if (!held_.empty()) give(0, m.held_head);
   // Fills `r.head` with the next entry of its run; false at its end.
   const auto next_of = [this](Merge::Reader& r) {
     const auto need = [&](std::size_t n) {
@@ -220,33 +324,40 @@ IndexItemSource IndexEntrySort::sorted() {
     r.used += 2 + length + 5;
     return true;
   };
-  const std::size_t memory = runs_.size();
-  const auto head = [&m, memory](std::size_t i) -> const IndexNodeItem& {
-    return i == memory ? m.held_head : m.readers[i].head;
+  // Fills the head of memory source `s` with its next entry; false at its end.
+  const auto next_held = [give](Merge::Memory& s) {
+    if (s.segment.begin == s.segment.end) return false;
+    give(s.segment, s.segment.begin++, s.head);
+    return true;
+  };
+  const std::size_t files = runs_.size();
+  const auto head = [&m, files](std::size_t i) -> const IndexNodeItem& {
+    return i < files ? m.readers[i].head : m.memory[i - files].head;
   };
   const auto greater = [head](std::size_t a, std::size_t b) { return item_before(head(b), head(a)); };
-  m.readers.resize(runs_.size());
-  for (std::size_t i = 0; i < runs_.size(); ++i) {
+  m.readers.resize(files);
+  for (std::size_t i = 0; i < files; ++i) {
     m.readers[i].at = runs_[i].offset;
     m.readers[i].end = runs_[i].offset + runs_[i].bytes;
     if (next_of(m.readers[i])) m.heap.push_back(i);
   }
-  if (!held_.empty()) m.heap.push_back(memory);
+  for (const Segment& s : segments) {
+    m.memory.push_back({s, {}});
+    if (next_held(m.memory.back())) m.heap.push_back(files + m.memory.size() - 1);
+  }
   std::make_heap(m.heap.begin(), m.heap.end(), greater);
-  return [this, &m, memory, next_of, greater, give](IndexNodeItem& item) mutable {
+  return [&m, files, next_of, next_held, greater](IndexNodeItem& item) mutable {
     if (m.heap.empty()) return false;
     std::pop_heap(m.heap.begin(), m.heap.end(), greater);
     const std::size_t i = m.heap.back();
+    // The head goes out by exchange, so that its source refills the caller's old buffer.
     bool more;
-    if (i == memory) {
-      item = std::move(m.held_head);
-      m.held_head = IndexNodeItem{};
-      more = ++m.held_at < held_.size();
-      if (more) give(m.held_at, m.held_head);
-    } else {
-      item = std::move(m.readers[i].head);
-      m.readers[i].head = IndexNodeItem{};
+    if (i < files) {
+      std::swap(item, m.readers[i].head);
       more = next_of(m.readers[i]);
+    } else {
+      std::swap(item, m.memory[i - files].head);
+      more = next_held(m.memory[i - files]);
     }
     if (more) std::push_heap(m.heap.begin(), m.heap.end(), greater);
     else m.heap.pop_back();

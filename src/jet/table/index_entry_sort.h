@@ -61,19 +61,36 @@ class IndexEntrySort {
     std::uint64_t bytes = 0;
   };
   // An entry held in memory: its key's first 16 bytes as two big-endian numbers (zero-padded,
-  // so that most comparisons end there), where the key lies in `keys_`, and its row.
+  // so that most comparisons end there), where the key lies in its batch's keys, and its row.
   struct Held {
     std::uint64_t high = 0, low = 0;
     std::uint32_t offset = 0;
     std::uint32_t length = 0;
     std::uint32_t row = 0;  // row pointer, ordered as RowId
   };
-  bool before(const Held& a, const Held& b) const;
-  std::span<const std::uint8_t> key_of(const Held& h) const { return {keys_.data() + h.offset, h.length}; }
-  void sort_held();
-  void write_run();
+  // Entries held in memory, their keys one after the other in one buffer (no allocation per
+  // entry).
+  struct Batch {
+    std::vector<Held> held;
+    std::vector<std::uint8_t> keys;
+    std::size_t capacity() const noexcept { return keys.capacity() + held.capacity() * sizeof(Held); }
+  };
+  // Held entries sorted, [begin, end) of one batch.
+  struct Segment {
+    const Held* begin = nullptr;
+    const Held* end = nullptr;
+    const std::uint8_t* keys = nullptr;
+  };
+  static void sort_range(Held* begin, Held* end, const std::uint8_t* keys);
+  // Sorts `batch` as two halves, one on a helper thread when the machine has a second core;
+  // gives the sorted segments (one or two, none when empty).
+  static std::vector<Segment> sort_in_two(Batch& batch);
+  void spill();
+  void write_run(const Segment& segment);
+  // Waits for the batch sorted on the helper thread; rethrows what stopped it.
+  void finish_sorting();
   [[noreturn]] void failed(const os::Failure& failure, bool writing) const;
-  std::size_t held_capacity() const noexcept { return keys_.capacity() + held_.capacity() * sizeof(Held); }
+  std::size_t held_capacity() const noexcept { return held_.capacity() + sorting_.capacity(); }
   // Bytes this sort may hold now.
   std::size_t room() const noexcept;
 
@@ -81,9 +98,15 @@ class IndexEntrySort {
   std::string path_;
   std::unique_ptr<Pool> own_pool_;
   Pool* pool_;
-  // Entries in memory, their keys one after the other in one buffer (no allocation per entry).
-  std::vector<Held> held_;
-  std::vector<std::uint8_t> keys_;
+  Batch held_;  // filled by add
+  // Once a first run is written, a full batch is sorted on a helper thread while the next
+  // one fills, and written as a run at the next spill (or merged from memory at the end);
+  // each of the two then takes at most half of the room.
+  bool spilled_ = false;
+  Batch sorting_;
+  bool sorting_full_ = false;  // `sorting_` holds entries not yet written
+  struct Helper;
+  std::unique_ptr<Helper> helper_;
   std::uint64_t added_ = 0;
   std::vector<Run> runs_;
   std::unique_ptr<os::File> file_;

@@ -4,6 +4,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "jet/base/hand_off.h"
 #include "jet/table/btree_build.h"
 #include "jet/table/bulk_row_writer.h"
 #include "jet/table/index_entry_sort.h"
@@ -28,48 +29,103 @@ constexpr const char* kPlaceholder = "~cle_etrangere_";
 // full, from the entries gathered here as each row goes in (reading the rows back would
 // decode every row once more per index). Entries past a memory budget wait in sorted runs in
 // scratch files beside the new database ("<name>.tri<N>").
+//
+// The keys are made and sorted on a helper thread, batch by batch, while the rows of the
+// next batch are copied: each row's indexed values are copied into the batch (into values
+// kept from batch to batch, so that their buffers serve again).
 class GatheredIndexes final : public IndexHook {
  public:
   // `budget`: bytes of entries held in memory, shared among the table's indexes.
   GatheredIndexes(const TableDef& def, const os::Services& services, const std::string& path, std::size_t budget)
-      : pool_(budget), complete_(def.indexes.size(), true) {
+      : def_(def), pool_(budget), complete_(def.indexes.size(), true) {
     for (std::size_t i = 0; i < def.indexes.size(); ++i)
       entries_.push_back(std::make_unique<IndexEntrySort>(services, path + ".tri" + std::to_string(i), pool_));
+    for (const IndexDef& index : def.indexes)
+      for (const IndexColumn& ic : index.columns)
+        for (std::size_t at = 0; at < def.columns.size(); ++at)
+          if (def.columns[at].number == ic.column_number) indexed_.push_back(at);
+    std::sort(indexed_.begin(), indexed_.end());
+    indexed_.erase(std::unique(indexed_.begin(), indexed_.end()), indexed_.end());
   }
 
   void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
-  void apply(const TableDef& def, const Row* old_values, const Row* new_values, RowId id) override {
-    for (std::size_t i = 0; i < def.indexes.size() && i < entries_.size(); ++i) {
-      // Rows overwritten or removed: that index is read back from the rows instead.
-      if (old_values || !new_values) {
-        drop(i);
-        continue;
-      }
-      if (!complete_[i] || row_left_out_of_index(def, def.indexes[i], *new_values)) continue;
-      key_.clear();
-      try {
-        append_row_key(key_, def, def.indexes[i], *new_values);
-      } catch (const Error& e) {
-        if (!key_not_computable(e)) throw;
-        drop(i);  // its stored key is taken from the source
-        continue;
-      }
-      entries_[i]->add(key_.bytes(), id);
+  void apply(const TableDef&, const Row* old_values, const Row* new_values, RowId id) override {
+    if (old_values || !new_values) {
+      // Rows overwritten or removed: the indexes are read back from the rows instead.
+      settle();
+      for (std::size_t i = 0; i < entries_.size(); ++i) drop(i);
+      return;
     }
+    if (entries_.empty()) return;
+    Batch& batch = filling_;
+    if (batch.count == batch.rows.size()) {
+      batch.rows.emplace_back(def_.columns.size(), Value::null());
+      batch.ids.emplace_back();
+    }
+    Row& row = batch.rows[batch.count];
+    for (const std::size_t at : indexed_)
+      if (at < new_values->size()) row[at] = (*new_values)[at];
+    batch.ids[batch.count] = id;
+    if (++batch.count == kBatchRows) hand_over();
   }
 
   // The entries of index `i` of every row, or null when they must be read back.
-  IndexEntrySort* take(std::size_t i) { return i < entries_.size() && complete_[i] ? entries_[i].get() : nullptr; }
+  IndexEntrySort* take(std::size_t i) {
+    settle();
+    return i < entries_.size() && complete_[i] ? entries_[i].get() : nullptr;
+  }
 
  private:
+  static constexpr std::size_t kBatchRows = 2048;
+  struct Batch {
+    std::vector<Row> rows;
+    std::vector<RowId> ids;
+    std::size_t count = 0;
+  };
+
+  void hand_over() {
+    helper_.wait();
+    std::swap(filling_, handed_);
+    filling_.count = 0;
+    helper_.start([this] { gather(handed_); });
+  }
+  // Every row handed so far is in the sorts.
+  void settle() {
+    if (filling_.count > 0) hand_over();
+    helper_.wait();
+  }
+
+  void gather(const Batch& batch) {
+    for (std::size_t r = 0; r < batch.count; ++r) {
+      const Row& values = batch.rows[r];
+      for (std::size_t i = 0; i < def_.indexes.size() && i < entries_.size(); ++i) {
+        if (!complete_[i] || row_left_out_of_index(def_, def_.indexes[i], values)) continue;
+        key_.clear();
+        try {
+          append_row_key(key_, def_, def_.indexes[i], values);
+        } catch (const Error& e) {
+          if (!key_not_computable(e)) throw;
+          drop(i);  // its stored key is taken from the source
+          continue;
+        }
+        entries_[i]->add(key_.bytes(), batch.ids[r]);
+      }
+    }
+  }
+
   void drop(std::size_t i) {
     complete_[i] = false;
     entries_[i]->clear();
   }
-  IndexEntrySort::Pool pool_;  // declared first: the sorts draw on it until they are gone
+
+  const TableDef def_;
+  IndexEntrySort::Pool pool_;  // declared before the sorts: they draw on it until they are gone
   std::vector<std::unique_ptr<IndexEntrySort>> entries_;
   std::vector<bool> complete_;
-  KeyWriter key_;  // one buffer for every key made
+  std::vector<std::size_t> indexed_;  // positions of the columns some index holds
+  KeyWriter key_;  // one buffer for every key made (on the helper thread)
+  Batch filling_, handed_;
+  HandOff helper_;  // declared last: gone first, once the batch under way is done
 };
 
 [[noreturn]] void cannot_carry(const std::string& path, const std::string& what) {
