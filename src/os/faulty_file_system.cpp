@@ -56,16 +56,29 @@ class FaultyFile final : public File {
   std::string path_;
 };
 
-void FaultyFileSystem::fail_write(int nth, FailureKind kind, bool torn) { write_cue_ = {writes_ + nth, kind, torn}; }
-void FaultyFileSystem::fail_sync(int nth, FailureKind kind) { sync_cue_ = {syncs_ + nth, kind, false}; }
-void FaultyFileSystem::fail_read(int nth, FailureKind kind) { read_cue_ = {reads_ + nth, kind, false}; }
+void FaultyFileSystem::fail_write(int nth, FailureKind kind, bool torn) {
+  const std::lock_guard lock(mutex_);
+  write_cue_ = {writes_ + nth, kind, torn};
+}
+void FaultyFileSystem::fail_sync(int nth, FailureKind kind) {
+  const std::lock_guard lock(mutex_);
+  sync_cue_ = {syncs_ + nth, kind, false};
+}
+void FaultyFileSystem::fail_read(int nth, FailureKind kind) {
+  const std::lock_guard lock(mutex_);
+  read_cue_ = {reads_ + nth, kind, false};
+}
 void FaultyFileSystem::fail_rename(int nth, FailureKind kind) { rename_cue_ = {renames_ + nth, kind, false}; }
 void FaultyFileSystem::heal() {
+  const std::lock_guard lock(mutex_);
   write_cue_ = sync_cue_ = read_cue_ = rename_cue_ = Cue{};
   byte_limit_.reset();
 }
 
-void FaultyFileSystem::disk_full_after(std::uint64_t bytes) { byte_limit_ = bytes_grown_ + bytes; }
+void FaultyFileSystem::disk_full_after(std::uint64_t bytes) {
+  const std::lock_guard lock(mutex_);
+  byte_limit_ = bytes_grown_ + bytes;
+}
 
 std::unique_ptr<File> FaultyFileSystem::open(const std::string& path, Access access, Sharing sharing) {
   return std::make_unique<FaultyFile>(real_.open(path, access, sharing), *this, path);

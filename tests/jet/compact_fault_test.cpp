@@ -79,6 +79,36 @@ TEST(CompactFaults, EveryFailingWriteSyncOrRenameLeavesNoDestinationAndNothingEl
   }
 }
 
+// Held to a few pages and kilobytes, a compaction writes its pages and index runs as it goes,
+// on helper threads: a write failing there fails the compaction just the same.
+TEST(CompactFaults, AWriteFailingBehindTheCompactionLeavesNothing) {
+  jet_test::ScratchDir dir;
+  const std::string source = jet_test::copy_fixture(dir, "testV2000.mdb", "source.mdb");
+  const std::string destination = (dir.path() / "out.mdb").string();
+  jet::CompactOptions tight;
+  tight.overlay_pages = 16;
+  tight.index_sort_bytes = 2048;
+  Faulty counting;
+  jet::compact(source, destination, &counting.services, tight);
+  const int writes = counting.files.writes();
+  ASSERT_GT(writes, 20);
+  fs::remove(destination);
+  for (int n = 1; n <= writes; n += writes / 15 + 1) {
+    SCOPED_TRACE("write " + std::to_string(n));
+    Faulty faulty;
+    faulty.files.fail_write(n);
+    const int code = jet_test::error_of([&] { jet::compact(source, destination, &faulty.services, tight); });
+    EXPECT_TRUE(code == 3043 || code == 3040) << code;  // a read of bytes that failed to land: 3040
+    EXPECT_FALSE(fs::exists(destination));
+    EXPECT_EQ(others(dir, "source.mdb"), std::vector<std::string>{});
+  }
+  Faulty full;
+  full.files.disk_full_after(200000);
+  EXPECT_EQ(jet_test::error_of([&] { jet::compact(source, destination, &full.services, tight); }), 3026);
+  EXPECT_FALSE(fs::exists(destination));
+  EXPECT_EQ(others(dir, "source.mdb"), std::vector<std::string>{});
+}
+
 // Writes rows without touching any index, as a damaged file may hold them.
 class IndexesLeftAlone final : public jet::IndexHook {
  public:

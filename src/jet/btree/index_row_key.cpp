@@ -16,6 +16,8 @@ namespace {
 
 // Position of a column (by number) in the row's values.
 std::size_t value_position(const TableDef& table, std::uint16_t number) {
+  // Columns are mostly numbered in their order: the search is for the others.
+  if (number < table.columns.size() && table.columns[number].number == number) return number;
   for (std::size_t i = 0; i < table.columns.size(); ++i) {
     if (table.columns[i].number == number) return i;
   }

@@ -4,6 +4,7 @@
 #include "jet/base/names.h"
 #include "jet/record/table_def.h"
 #include "jet/storage/rollback_journal.h"
+#include "jet/storage/write_behind_file.h"
 
 namespace jet {
 
@@ -35,6 +36,8 @@ std::unique_ptr<Database> Database::open(const std::string& path, OpenOptions op
   db->path_ = path;
   db->header_ = parse_header(prefix, path);
   if (options.writable) require_writable(layout_of(db->header_.format), path);
+  // A writer's file may take its new pages on a helper thread (a compaction's).
+  if (options.writable) file = std::make_shared<WriteBehindFile>(std::move(file));
   auto pager = std::make_unique<FilePager>(std::move(file), path, db->header_.page_size, services);
   pager->set_format(layout_of(db->header_.format), db->header_.code_page);
   // Page 0 header, page 1 global usage map, page 2 the catalog's definition at least.

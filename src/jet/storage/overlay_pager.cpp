@@ -151,7 +151,7 @@ void OverlayPager::write_early(std::vector<std::pair<PageNumber, Entry*>>& victi
   for (const auto& victim : victims) numbers.push_back(victim.first);
   written_early_ = true;
   try {
-    sink_->write_pages(page_size(), numbers, [&](std::size_t i) { return victims[i].second->bytes; });
+    sink_->write_pages_early(page_size(), numbers, [&](std::size_t i) { return victims[i].second->bytes; });
   } catch (...) {
     write_failed_ = true;  // some pages may be on the file: no rollback can undo them
     throw;

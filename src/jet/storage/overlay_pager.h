@@ -49,6 +49,13 @@ class PageSink {
   // nobody uses until it is finished): the pager then writes the pages it lets go of
   // straight to the file, and a rollback leaves the file unusable.
   virtual bool takes_pages_early() const noexcept { return false; }
+  // Writes pages let go of before the commit (takes_pages_early): as write_pages, except that
+  // the writing may still be going on when it returns; what fails then is thrown by the
+  // next write or by the commit.
+  virtual void write_pages_early(std::size_t page_size, const std::vector<PageNumber>& numbers,
+                                 const PageLoader& load) {
+    write_pages(page_size, numbers, load);
+  }
 };
 
 class OverlayPager final : public Pager {

@@ -9,7 +9,7 @@
 namespace jet {
 
 FileSink::FileSink(std::shared_ptr<os::File> file, const std::string& path, const os::Services& services)
-    : file_(std::move(file)), path_(path), services_(services) {}
+    : file_(std::move(file)), behind_(dynamic_cast<WriteBehindFile*>(file_.get())), path_(path), services_(services) {}
 
 namespace {
 
@@ -18,13 +18,19 @@ constexpr std::size_t kRunBytes = 1 << 20;
 
 }  // namespace
 
-void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) {
+void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load,
+                          bool behind) {
   std::vector<std::uint8_t> run;
   PageNumber first = 0;
   auto flush = [&] {
     if (run.empty()) return;
-    file_->write_at(static_cast<std::uint64_t>(first) * page_size, run);
-    run.clear();
+    const std::uint64_t at = static_cast<std::uint64_t>(first) * page_size;
+    if (behind) {
+      run = behind_->write_behind(at, std::move(run));
+    } else {
+      file_->write_at(at, run);
+      run.clear();
+    }
   };
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const PageNumber number = numbers[i];
@@ -43,6 +49,17 @@ void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& 
 void FileSink::sync() {
   try {
     file_->sync();
+  } catch (const os::Failure& failure) {
+    throw_file_failure(failure, services_, path_, FileActivity::Writing);
+  }
+}
+
+void FileSink::write_pages_early(std::size_t page_size, const std::vector<PageNumber>& numbers,
+                                 const PageLoader& load) {
+  if (!unjournaled_ || !behind_) return write_pages(page_size, numbers, load);
+  restored_ = false;
+  try {
+    write_runs(page_size, numbers, load, true);
   } catch (const os::Failure& failure) {
     throw_file_failure(failure, services_, path_, FileActivity::Writing);
   }

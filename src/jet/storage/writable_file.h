@@ -13,6 +13,7 @@
 #include <string>
 
 #include "jet/storage/overlay_pager.h"
+#include "jet/storage/write_behind_file.h"
 #include "os/services.h"
 
 namespace jet {
@@ -25,6 +26,9 @@ class FileSink final : public PageSink {
 
   using PageSink::write_pages;
   void write_pages(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) override;
+  // Written behind on a helper thread when the file allows it (WriteBehindFile).
+  void write_pages_early(std::size_t page_size, const std::vector<PageNumber>& numbers,
+                         const PageLoader& load) override;
   bool file_unchanged_after_failure() const noexcept override { return restored_; }
 
   // For a new file thrown away unless it is completed (a compaction's): commits write their
@@ -44,9 +48,11 @@ class FileSink final : public PageSink {
 
  private:
   // Writes the pages, consecutive ones together.
-  void write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load);
+  void write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load,
+                  bool behind = false);
 
   std::shared_ptr<os::File> file_;
+  WriteBehindFile* behind_;  // `file_` when it writes behind, else null
   std::string path_;
   const os::Services& services_;
   bool restored_ = false;  // the last failed commit was undone on the file

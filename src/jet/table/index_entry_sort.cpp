@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "jet/base/bytes.h"
+#include "jet/base/hand_off.h"
 #include "jet/btree/index_page.h"
 #include "jet/storage/database_file.h"
 #include "jet/storage/leftover.h"
@@ -35,20 +36,104 @@ constexpr std::size_t kSortChunk = 1 << 18;
 // Reads the runs back, each through a buffer, and the segments still in memory, and always
 // gives the smallest head.
 struct IndexEntrySort::Merge {
+  // A source's next entry, with its key's first 16 bytes as two big-endian numbers, as held
+  // entries have them, so that most comparisons end there.
+  struct Head {
+    IndexNodeItem item;
+    std::uint64_t high = 0, low = 0;
+  };
   struct Reader {
     std::uint64_t at = 0, end = 0;
     std::vector<std::uint8_t> buffer;
     std::size_t used = 0;
-    IndexNodeItem head;
+    Head head;
   };
   struct Memory {
     Segment segment;
-    IndexNodeItem head;
+    Head head;
   };
   std::vector<Reader> readers;
   std::vector<Memory> memory;  // source `readers.size() + i`
   // Source numbers, smallest head on top.
   std::vector<std::size_t> heap;
+
+  Head& head(std::size_t i) { return i < readers.size() ? readers[i].head : memory[i - readers.size()].head; }
+  bool before(std::size_t a, std::size_t b) {
+    const Head& x = head(a);
+    const Head& y = head(b);
+    if (x.high != y.high) return x.high < y.high;
+    if (x.low != y.low) return x.low < y.low;
+    if (x.item.key.size() <= 16 && y.item.key.size() <= 16) {
+      if (x.item.key.size() != y.item.key.size()) return x.item.key.size() < y.item.key.size();
+      return x.item.row.pointer() < y.item.row.pointer();
+    }
+    return item_before(x.item, y.item);
+  }
+  // Puts the source at `at` where its head belongs below it.
+  void sift_down(std::size_t at) {
+    const std::size_t n = heap.size();
+    for (;;) {
+      std::size_t least = at;
+      const std::size_t left = 2 * at + 1, right = left + 1;
+      if (left < n && before(heap[left], heap[least])) least = left;
+      if (right < n && before(heap[right], heap[least])) least = right;
+      if (least == at) return;
+      std::swap(heap[at], heap[least]);
+      at = least;
+    }
+  }
+};
+
+// Entries of the merge taken a batch ahead on a helper thread: while the tree is built from
+// one batch, the next is merged from the runs.
+struct IndexEntrySort::Ahead {
+  struct Entry {
+    std::uint32_t offset = 0;
+    std::uint32_t length = 0;
+    RowId row;
+  };
+  struct Batch {
+    std::vector<std::uint8_t> keys;
+    std::vector<Entry> entries;
+    bool last = false;  // the merge ends with this batch
+  };
+  static constexpr std::size_t kEntries = 4096;
+
+  explicit Ahead(IndexItemSource merged) : source(std::move(merged)) {}
+  void fill() {
+    filling.keys.clear();
+    filling.entries.clear();
+    filling.last = false;
+    while (filling.entries.size() < kEntries) {
+      if (!source(scratch)) {
+        filling.last = true;
+        return;
+      }
+      filling.entries.push_back({static_cast<std::uint32_t>(filling.keys.size()),
+                                 static_cast<std::uint32_t>(scratch.key.size()), scratch.row});
+      filling.keys.insert(filling.keys.end(), scratch.key.begin(), scratch.key.end());
+    }
+  }
+  bool next(IndexNodeItem& item) {
+    while (at == ready.entries.size()) {
+      if (ready.last) return false;
+      helper.wait();  // rethrows what stopped the merge
+      std::swap(ready, filling);
+      at = 0;
+      if (!ready.last) helper.start([this] { fill(); });
+    }
+    const Entry& e = ready.entries[at++];
+    item.key.assign(ready.keys.begin() + e.offset, ready.keys.begin() + e.offset + e.length);
+    item.row = e.row;
+    item.child = 0;
+    return true;
+  }
+
+  IndexItemSource source;
+  IndexNodeItem scratch;  // the helper's
+  Batch ready, filling;
+  std::size_t at = 0;
+  HandOff helper;  // declared last: gone first, once the batch under way is merged
 };
 
 // The helper thread sorting a batch, and what stopped it.
@@ -108,6 +193,7 @@ std::size_t IndexEntrySort::room() const noexcept {
 IndexEntrySort::~IndexEntrySort() { clear(); }
 
 void IndexEntrySort::clear() noexcept {
+  ahead_.reset();
   if (helper_ && helper_->thread.joinable()) helper_->thread.join();
   helper_.reset();
   pool_->used -= held_capacity();
@@ -317,24 +403,25 @@ IndexItemSource IndexEntrySort::sorted() {
     const std::size_t length = load_le16(r.buffer.data() + r.used);
     if (!need(2 + length + 5)) throw_damaged(path_, "tri d'index : suite coupée");
     const std::uint8_t* p = r.buffer.data() + r.used + 2;
-    r.head.key.assign(p, p + length);
-    r.head.row.page = load_le32(r.buffer.data() + r.used + 2 + length);
-    r.head.row.row = r.buffer[r.used + 2 + length + 4];
-    r.head.child = 0;
+    IndexNodeItem& head = r.head.item;
+    head.key.assign(p, p + length);
+    head.row.page = load_le32(r.buffer.data() + r.used + 2 + length);
+    head.row.row = r.buffer[r.used + 2 + length + 4];
+    head.child = 0;
+    r.head.high = big_endian(head.key, 0);
+    r.head.low = big_endian(head.key, 8);
     r.used += 2 + length + 5;
     return true;
   };
   // Fills the head of memory source `s` with its next entry; false at its end.
   const auto next_held = [give](Merge::Memory& s) {
     if (s.segment.begin == s.segment.end) return false;
-    give(s.segment, s.segment.begin++, s.head);
+    s.head.high = s.segment.begin->high;
+    s.head.low = s.segment.begin->low;
+    give(s.segment, s.segment.begin++, s.head.item);
     return true;
   };
   const std::size_t files = runs_.size();
-  const auto head = [&m, files](std::size_t i) -> const IndexNodeItem& {
-    return i < files ? m.readers[i].head : m.memory[i - files].head;
-  };
-  const auto greater = [head](std::size_t a, std::size_t b) { return item_before(head(b), head(a)); };
   m.readers.resize(files);
   for (std::size_t i = 0; i < files; ++i) {
     m.readers[i].at = runs_[i].offset;
@@ -345,24 +432,24 @@ IndexItemSource IndexEntrySort::sorted() {
     m.memory.push_back({s, {}});
     if (next_held(m.memory.back())) m.heap.push_back(files + m.memory.size() - 1);
   }
-  std::make_heap(m.heap.begin(), m.heap.end(), greater);
-  return [&m, files, next_of, next_held, greater](IndexNodeItem& item) mutable {
+  for (std::size_t at = m.heap.size() / 2; at-- > 0;) m.sift_down(at);
+  ahead_ = std::make_unique<Ahead>([&m, files, next_of, next_held](IndexNodeItem& item) mutable {
     if (m.heap.empty()) return false;
-    std::pop_heap(m.heap.begin(), m.heap.end(), greater);
-    const std::size_t i = m.heap.back();
-    // The head goes out by exchange, so that its source refills the caller's old buffer.
-    bool more;
-    if (i < files) {
-      std::swap(item, m.readers[i].head);
-      more = next_of(m.readers[i]);
-    } else {
-      std::swap(item, m.memory[i - files].head);
-      more = next_held(m.memory[i - files]);
+    const std::size_t i = m.heap.front();
+    // The head goes out by exchange, so that its source refills the caller's old buffer; the
+    // source then sinks to the place of its next entry, or leaves.
+    std::swap(item, m.head(i).item);
+    const bool more = i < files ? next_of(m.readers[i]) : next_held(m.memory[i - files]);
+    if (!more) {
+      m.heap.front() = m.heap.back();
+      m.heap.pop_back();
     }
-    if (more) std::push_heap(m.heap.begin(), m.heap.end(), greater);
-    else m.heap.pop_back();
+    if (!m.heap.empty()) m.sift_down(0);
     return true;
-  };
+  });
+  Ahead& ahead = *ahead_;
+  ahead.helper.start([&ahead] { ahead.fill(); });
+  return [&ahead](IndexNodeItem& item) { return ahead.next(item); };
 }
 
 }  // namespace jet

@@ -113,6 +113,9 @@ class IndexEntrySort {
   std::uint64_t end_ = 0;
   struct Merge;
   std::unique_ptr<Merge> merge_;
+  // The merge, run on a helper thread a batch ahead of its reader; gone before the merge.
+  struct Ahead;
+  std::unique_ptr<Ahead> ahead_;
 };
 
 }  // namespace jet
