@@ -1,5 +1,9 @@
 #include <ctime>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include "os/system_parts.h"
 
 namespace os {
@@ -16,6 +20,14 @@ class LocalClock final : public Clock {
 };
 
 }  // namespace
+
+void return_freed_memory_at_once() {
+#if defined(__GLIBC__)
+  // Blocks of 1 MB and more are mapped and unmapped on their own; fixing the threshold also
+  // stops it from rising with each large block freed.
+  mallopt(M_MMAP_THRESHOLD, 1 << 20);
+#endif
+}
 
 Clock& system_clock() {
   static LocalClock clock;

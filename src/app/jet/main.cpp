@@ -17,6 +17,7 @@
 #include "command_registry.h"
 #include "commands.h"
 #include "jet/base/error.h"
+#include "os/services.h"
 
 namespace jet_tool {
 std::vector<CommandSetup>& registered_commands() {
@@ -109,5 +110,8 @@ int wmain(int argc, wchar_t** wide) {
   return run(argc, argv.data());
 }
 #else
-int main(int argc, char** argv) { return run(argc, argv); }
+int main(int argc, char** argv) {
+  os::return_freed_memory_at_once();
+  return run(argc, argv);
+}
 #endif

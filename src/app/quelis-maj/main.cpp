@@ -63,6 +63,7 @@
 #include "platform/ui/desktop.h"
 #include "platform/ui/message_box.h"
 #include "platform/workstation.h"
+#include "os/services.h"
 
 namespace {
 
@@ -318,5 +319,8 @@ int wmain(int argc, wchar_t** wide) {
   return run(argc, argv.data());
 }
 #else
-int main(int argc, char** argv) { return run(argc, argv); }
+int main(int argc, char** argv) {
+  os::return_freed_memory_at_once();
+  return run(argc, argv);
+}
 #endif
