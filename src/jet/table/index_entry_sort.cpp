@@ -1,6 +1,7 @@
 #include "jet/table/index_entry_sort.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <exception>
 #include <system_error>
@@ -23,8 +24,9 @@ bool item_before(const IndexNodeItem& a, const IndexNodeItem& b) {
 std::uint64_t big_endian(std::span<const std::uint8_t> key, std::size_t from) {
   std::uint8_t b[8] = {};
   if (from < key.size()) std::memcpy(b, key.data() + from, std::min<std::size_t>(8, key.size() - from));
-  std::uint64_t v = 0;
-  for (const std::uint8_t byte : b) v = (v << 8) | byte;
+  std::uint64_t v;
+  std::memcpy(&v, b, 8);
+  if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
   return v;
 }
 

@@ -7,28 +7,42 @@ namespace jet {
 Table::Table(Pager& pager, std::string name, TableDef def)
     : pager_(&pager), name_(std::move(name)), def_(std::move(def)) {}
 
+bool Table::owns(const Page& page) const {
+  const ByteView v = page.view();
+  return v.u8(0) == static_cast<std::uint8_t>(PageKind::Data) && v.u32(4) == def_.page;
+}
+
+const std::vector<PageNumber>& Table::pages_to_read() const {
+  if (data_pages_) return *data_pages_;
+  if (!listed_pages_) listed_pages_ = read_usage_map(*pager_, RowId::from_pointer(def_.owned_pages));
+  return *listed_pages_;
+}
+
 const std::vector<PageNumber>& Table::data_pages() const {
   if (!data_pages_) {
     std::vector<PageNumber> pages;
     // The usage map also lists pages the table let go of; keep its own data pages only.
-    for (PageNumber p : read_usage_map(*pager_, RowId::from_pointer(def_.owned_pages))) {
-      const Page page = pager_->read(p);
-      const ByteView v = page.view();
-      if (v.u8(0) == static_cast<std::uint8_t>(PageKind::Data) && v.u32(4) == def_.page) pages.push_back(p);
-    }
+    for (PageNumber p : pages_to_read())
+      if (owns(pager_->read(p))) pages.push_back(p);
     data_pages_ = std::move(pages);
   }
   return *data_pages_;
 }
 
-Table::Cursor::Cursor(const Table& table, ColumnSelection wanted) : table_(&table), wanted_(std::move(wanted)) {}
+Table::Cursor::Cursor(const Table& table, ColumnSelection wanted)
+    : table_(&table), pages_(&table.pages_to_read()), wanted_(std::move(wanted)) {}
 
 bool Table::Cursor::next() {
-  const auto& pages = table_->data_pages();
+  const auto& pages = *pages_;
   while (page_index_ < pages.size()) {
     if (!page_) {
       page_ = table_->pager_->read(pages[page_index_]);
       slot_ = -1;
+      if (!table_->owns(*page_)) {
+        page_.reset();
+        ++page_index_;
+        continue;
+      }
     }
     const DataPage page(*page_);
     while (++slot_ < page.row_count()) {
@@ -64,8 +78,9 @@ void Table::scan(const ColumnSelection& wanted, const std::function<bool(RowId, 
 }
 
 void Table::scan_stored(const std::function<bool(RowId, const ByteView&)>& visit) const {
-  for (PageNumber p : data_pages()) {
+  for (PageNumber p : pages_to_read()) {
     const Page held = pager_->read(p);
+    if (!owns(held)) continue;
     const DataPage page(held);
     for (std::uint16_t r = 0; r < page.row_count(); ++r) {
       if (page.deleted(r)) continue;
@@ -84,8 +99,10 @@ void Table::scan_stored(const std::function<bool(RowId, const ByteView&)>& visit
 
 std::uint64_t Table::count_rows() const {
   std::uint64_t n = 0;
-  for (PageNumber p : data_pages()) {
-    const DataPage page(pager_->read(p));
+  for (PageNumber p : pages_to_read()) {
+    const Page held = pager_->read(p);
+    if (!owns(held)) continue;
+    const DataPage page(held);
     for (std::uint16_t r = 0; r < page.row_count(); ++r)
       if (!page.deleted(r)) ++n;
   }

@@ -39,6 +39,7 @@ class Table {
 
    private:
     const Table* table_;
+    const std::vector<PageNumber>* pages_;  // see Table::pages_to_read
     std::size_t page_index_ = 0;
     int slot_ = -1;
     std::optional<Page> page_;
@@ -61,7 +62,14 @@ class Table {
   Pager* pager_;
   std::string name_;
   TableDef def_;
+  // Pages to read for the rows: the data pages when known, else every page the usage map
+  // lists, each to be kept only if it is one of the table's data pages (owns): one reading
+  // of each page instead of one to sort them and one for the rows.
+  const std::vector<PageNumber>& pages_to_read() const;
+  bool owns(const Page& page) const;
+
   mutable std::optional<std::vector<PageNumber>> data_pages_;
+  mutable std::optional<std::vector<PageNumber>> listed_pages_;  // by the usage map
 };
 
 }  // namespace jet
