@@ -24,6 +24,11 @@ class Table {
 
   // Data pages of the table (from its usage map, kept only if they are data pages it owns).
   const std::vector<PageNumber>& data_pages() const;
+  // Pages to read for the rows: the data pages when known, else every page the usage map
+  // lists, each to be kept only if it is one of the table's data pages (owns): one reading
+  // of each page instead of one to sort them out (data_pages) and one for the rows.
+  const std::vector<PageNumber>& pages_to_read() const;
+  bool owns(const Page& page) const;
 
   // Row by id (follows overflow pointers); nullopt when deleted.
   std::optional<Row> read(RowId id) const { return read_row(*pager_, def_, id); }
@@ -62,12 +67,6 @@ class Table {
   Pager* pager_;
   std::string name_;
   TableDef def_;
-  // Pages to read for the rows: the data pages when known, else every page the usage map
-  // lists, each to be kept only if it is one of the table's data pages (owns): one reading
-  // of each page instead of one to sort them and one for the rows.
-  const std::vector<PageNumber>& pages_to_read() const;
-  bool owns(const Page& page) const;
-
   mutable std::optional<std::vector<PageNumber>> data_pages_;
   mutable std::optional<std::vector<PageNumber>> listed_pages_;  // by the usage map
 };

@@ -230,9 +230,10 @@ std::vector<std::vector<std::string>> verify_indexes_with(const Table& table, co
   Pager& pager = table.pager();
   std::uint64_t read = 0;
   try {
-    for (const PageNumber number : table.data_pages()) {
+    for (const PageNumber number : table.pages_to_read()) {
       if (!wanting()) break;
       const Page held = pager.read(number);
+      if (!table.owns(held)) continue;
       const DataPage page(held);
       for (std::uint16_t r = 0; r < page.row_count() && wanting(); ++r) {
         if (page.deleted(r)) continue;

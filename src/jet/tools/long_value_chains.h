@@ -24,5 +24,9 @@ struct OpenChain {
 // The open chains of the live rows of `table` (Jet 4 rows; none for Access 97 files). Rows or
 // values that cannot be read are left to the row checks.
 std::vector<OpenChain> open_chains(const Table& table);
+// The same, row by row, for a reading of the table that does more: whether the table can hold
+// any (Jet 4, a Memo or OLE column), and the open chains of live row `id`.
+bool may_hold_open_chains(const Table& table);
+void add_open_chains(const Table& table, RowId id, std::vector<OpenChain>& out);
 
 }  // namespace jet

@@ -84,20 +84,25 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
   Pager& pager = table.pager();
   std::vector<PageNumber> pages;
   try {
-    pages = table.data_pages();
+    pages = table.pages_to_read();
   } catch (const Error& e) {
     problems.push_back("table « " + table.name() + " » : table d'utilisation illisible : " + e.description());
     return problems;
   }
   std::uint64_t live = 0;
   std::set<RowId> moved_targets;
+  const bool chained = may_hold_open_chains(table);
+  std::vector<OpenChain> chains;
   for (PageNumber p : pages) {
     try {
-      const DataPage page(pager.read(p));
+      const Page held = pager.read(p);
+      if (!table.owns(held)) continue;
+      const DataPage page(held);
       for (std::uint16_t r = 0; r < page.row_count(); ++r) {
         try {
           if (page.deleted(r)) continue;
           ++live;
+          if (chained) add_open_chains(table, RowId{p, static_cast<std::uint8_t>(r)}, chains);
           if (page.overflow(r)) {
             check_overflow(table, page, r, problems, moved_targets);
             continue;
@@ -111,7 +116,7 @@ std::vector<std::string> verify_table(const Table& table, const IndexChecker& ch
       problems.push_back(where(table, p) + " : " + e.description());
     }
   }
-  for (const OpenChain& open : open_chains(table))
+  for (const OpenChain& open : chains)
     problems.push_back(where(table, open.row.page, open.row.row) + " : la valeur longue de la colonne « " + open.column +
                        " » ne termine pas sa chaîne (sa dernière ligne, page " + std::to_string(open.last.page) +
                        " ligne " + std::to_string(open.last.row) + ", désigne encore la page " +
