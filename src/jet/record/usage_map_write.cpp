@@ -99,9 +99,26 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
   const Page holder = pager.read(where.page);
   const RowSpan span = row_span(holder, where.row);
   if (span.length < 5) holder.view().damaged("table d'utilisation trop courte");
-  std::vector<std::uint8_t> bytes = holder.view().copy();
   const std::size_t at = span.offset;
   const std::uint64_t per_map_page = (pager.page_size() - disk::kMapPageHeader) * 8;
+  const ByteView held = holder.view();
+  // A reference map's holder is only read when the map page it names exists (the common
+  // case, each page a table takes): it is copied only to be changed.
+  if (held.u8(at) == 1) {
+    const std::size_t pointer_at = at + 1 + 4 * (page / per_map_page);
+    if (pointer_at + 4 <= at + span.length) {
+      if (const PageNumber map_page = held.u32(pointer_at); map_page != 0) {
+        const Page map = pager.read(map_page);
+        if (map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
+          map.view().damaged("table d'utilisation attendue");
+        std::vector<std::uint8_t> map_bytes = map.view().copy();
+        flip(map_bytes, 4, page % per_map_page, on);
+        pager.write(map_page, std::move(map_bytes));
+        return true;
+      }
+    }
+  }
+  std::vector<std::uint8_t> bytes = held.copy();
 
   if (bytes[at] == 0) {
     const std::uint32_t start = load_le32(&bytes[at + 1]);
