@@ -18,6 +18,7 @@
 #include "jet/storage/memory_pager.h"
 #include "jet/storage/transaction.h"
 #include "jet/tools/index_verify.h"
+#include "jet/tools/verify.h"
 #include "jet_test_support.h"
 #include "os/faulty_file_system.h"
 
@@ -179,6 +180,32 @@ TEST(IndexVerifySpill, AllTheIndexesOfATableReadItsRowsOnce) {
   ASSERT_EQ(found.size(), t.def().indexes.size());
   for (const auto& f : found) EXPECT_TRUE(f.empty()) << joined(f);
   EXPECT_EQ(data_reads(), static_cast<int>(data.size()));
+}
+
+// A scan, a count or a check of the rows reads each data page once: the pages the usage map
+// lists are sorted out as they are read, not by a reading of their own first.
+TEST(IndexVerifySpill, ScansCountsAndRowChecksReadEachDataPageOnce) {
+  Damaged d;
+  CountingPager counted(d.pager());
+  const std::vector<jet::PageNumber> data = btree_test::open_table(counted, "Dossiers").data_pages();
+  ASSERT_GT(data.size(), 10u);
+  const auto most_reads = [&] {
+    int most = 0;
+    for (const jet::PageNumber p : data) most = std::max(most, counted.reads[p]);
+    counted.reads.clear();
+    return most;
+  };
+  most_reads();
+  std::uint64_t rows = 0;
+  btree_test::open_table(counted, "Dossiers").scan_stored([&](jet::RowId, const jet::ByteView&) { return ++rows > 0; });
+  EXPECT_EQ(rows, static_cast<std::uint64_t>(kRows));
+  EXPECT_EQ(most_reads(), 1);
+  btree_test::open_table(counted, "Dossiers").scan([&](jet::RowId, const jet::Row&) { return true; });
+  EXPECT_EQ(most_reads(), 1);
+  EXPECT_EQ(btree_test::open_table(counted, "Dossiers").count_rows(), static_cast<std::uint64_t>(kRows));
+  EXPECT_EQ(most_reads(), 1);
+  EXPECT_TRUE(jet::verify_table(btree_test::open_table(counted, "Dossiers"), {}).empty());
+  EXPECT_EQ(most_reads(), 1);
 }
 
 TEST(IndexVerifySpill, ARowThatNoLongerDecodesStopsTheReadingOfTheRowsTheSameWay) {
