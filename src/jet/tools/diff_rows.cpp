@@ -48,7 +48,7 @@ std::string key_shown(const Row& row, const std::vector<std::size_t>& columns) {
 class RowComparer {
  public:
   RowComparer(Report& report, const Table& a, const Table& b, const DiffOptions& options)
-      : report_(report), a_(a), b_(b), options_(options) {
+      : report_(report), a_(a), options_(options) {
     for (const auto& ca : a.def().columns)
       if (const ColumnDef* cb = b.def().find_column(ca.name)) pairs_.push_back({&ca, cb});
   }
@@ -74,8 +74,7 @@ class RowComparer {
 
  private:
   Report& report_;
-  const Table& a_;
-  const Table& b_;
+  const Table& a_;  // names the table in the report; `b` only gives its columns
   const DiffOptions& options_;
   std::vector<std::pair<const ColumnDef*, const ColumnDef*>> pairs_;
   std::size_t count_ = 0;
