@@ -32,6 +32,16 @@ std::vector<std::uint8_t> pattern(std::size_t size, unsigned seed) {
   return bytes;
 }
 
+// `bytes` cut into pieces of `size` bytes (the last one shorter).
+std::vector<jet::WriteBehindFile::Piece> pieces(const std::vector<std::uint8_t>& bytes, std::size_t size) {
+  std::vector<jet::WriteBehindFile::Piece> out;
+  for (std::size_t at = 0; at < bytes.size(); at += size) {
+    const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(bytes.size(), at + size));
+    out.push_back(std::make_shared<const std::vector<std::uint8_t>>(bytes.begin() + static_cast<std::ptrdiff_t>(at), end));
+  }
+  return out;
+}
+
 TEST(WriteBehindFile, WhatIsWrittenBehindReadsBackAtOnceAndLandsWhole) {
   Disk disk;
   std::vector<std::uint8_t> expected;
@@ -39,13 +49,11 @@ TEST(WriteBehindFile, WhatIsWrittenBehindReadsBackAtOnceAndLandsWhole) {
     auto file = disk.open();
     // Runs of varied sizes one after the other, each read back before the next one starts
     // (it may still be under way), and the file's size counted at once.
+    // Each run handed over as pieces of varied sizes, which land joined in their order.
     std::uint64_t end = 0;
-    std::vector<std::uint8_t> buffer;
     for (unsigned i = 0; i < 40; ++i) {
       const auto run = pattern(4096 * (1 + i % 7), i);
-      buffer.assign(run.begin(), run.end());
-      buffer = file->write_behind(end, std::move(buffer));
-      EXPECT_TRUE(buffer.empty());
+      file->write_behind(end, pieces(run, 1000 + 1000 * (i % 5)));
       end += run.size();
       EXPECT_EQ(file->size(), end);
       std::vector<std::uint8_t> back(run.size());
@@ -55,7 +63,7 @@ TEST(WriteBehindFile, WhatIsWrittenBehindReadsBackAtOnceAndLandsWhole) {
     }
     // A plain write over bytes still being written lands after them.
     const auto over = pattern(100, 99);
-    file->write_behind(0, pattern(8192, 98));
+    file->write_behind(0, pieces(pattern(8192, 98), 4096));
     file->write_at(50, over);
     const auto first = pattern(8192, 98);
     std::copy(first.begin(), first.end(), expected.begin());
@@ -79,8 +87,8 @@ TEST(WriteBehindFile, AFailedWriteBehindIsThrownByTheNextWriteSyncOrReadOfItsByt
     auto file = disk.open();
     disk.files.disk_full_after(4096);
     // Thrown at once where there is no helper thread, else by the next call.
-    auto failed = failure_of([&] { file->write_behind(0, pattern(8192, 1)); });
-    if (!failed) failed = failure_of([&] { file->write_behind(8192, pattern(4096, 2)); });
+    auto failed = failure_of([&] { file->write_behind(0, pieces(pattern(8192, 1), 4096)); });
+    if (!failed) failed = failure_of([&] { file->write_behind(8192, pieces(pattern(4096, 2), 4096)); });
     EXPECT_EQ(failed, os::FailureKind::DiskFull);
     EXPECT_EQ(failure_of([&] { file->sync(); }), std::nullopt) << "thrown once only";
   }
@@ -88,9 +96,9 @@ TEST(WriteBehindFile, AFailedWriteBehindIsThrownByTheNextWriteSyncOrReadOfItsByt
     SCOPED_TRACE(call);
     Disk disk;
     auto file = disk.open();
-    file->write_behind(0, pattern(4096, 3));
+    file->write_behind(0, pieces(pattern(4096, 3), 4096));
     disk.files.fail_write(1);
-    std::optional<os::FailureKind> failed = failure_of([&] { file->write_behind(4096, pattern(4096, 4)); });
+    std::optional<os::FailureKind> failed = failure_of([&] { file->write_behind(4096, pieces(pattern(4096, 4), 4096)); });
     if (!failed) {
       std::vector<std::uint8_t> back(4096);
       switch (call) {

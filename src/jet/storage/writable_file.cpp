@@ -18,19 +18,13 @@ constexpr std::size_t kRunBytes = 1 << 20;
 
 }  // namespace
 
-void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load,
-                          bool behind) {
+void FileSink::write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load) {
   std::vector<std::uint8_t> run;
   PageNumber first = 0;
   auto flush = [&] {
     if (run.empty()) return;
-    const std::uint64_t at = static_cast<std::uint64_t>(first) * page_size;
-    if (behind) {
-      run = behind_->write_behind(at, std::move(run));
-    } else {
-      file_->write_at(at, run);
-      run.clear();
-    }
+    file_->write_at(static_cast<std::uint64_t>(first) * page_size, run);
+    run.clear();
   };
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const PageNumber number = numbers[i];
@@ -59,7 +53,23 @@ void FileSink::write_pages_early(std::size_t page_size, const std::vector<PageNu
   if (!unjournaled_ || !behind_) return write_pages(page_size, numbers, load);
   restored_ = false;
   try {
-    write_runs(page_size, numbers, load, true);
+    // The pages go as they are, consecutive ones together: the helper thread joins them.
+    std::vector<WriteBehindFile::Piece> run;
+    PageNumber first = 0;
+    const auto flush = [&] {
+      if (!run.empty()) behind_->write_behind(static_cast<std::uint64_t>(first) * page_size, std::move(run));
+      run.clear();
+    };
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      Bytes bytes = load(i);
+      if (bytes->size() != page_size) throw_damaged(path_, "page de taille incorrecte à l'écriture");
+      if (run.empty() || numbers[i] != first + run.size() || run.size() * page_size >= kRunBytes) {
+        flush();
+        first = numbers[i];
+      }
+      run.push_back(std::move(bytes));
+    }
+    flush();
   } catch (const os::Failure& failure) {
     throw_file_failure(failure, services_, path_, FileActivity::Writing);
   }

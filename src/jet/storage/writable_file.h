@@ -48,8 +48,7 @@ class FileSink final : public PageSink {
 
  private:
   // Writes the pages, consecutive ones together.
-  void write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load,
-                  bool behind = false);
+  void write_runs(std::size_t page_size, const std::vector<PageNumber>& numbers, const PageLoader& load);
 
   std::shared_ptr<os::File> file_;
   WriteBehindFile* behind_;  // `file_` when it writes behind, else null

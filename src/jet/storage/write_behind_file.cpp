@@ -10,25 +10,28 @@ void WriteBehindFile::settle() {
   helper_.wait();
 }
 
-std::vector<std::uint8_t> WriteBehindFile::write_behind(std::uint64_t offset, std::vector<std::uint8_t> bytes) {
+void WriteBehindFile::write_behind(std::uint64_t offset, std::vector<Piece> pieces) {
   settle();
-  std::vector<std::uint8_t> spare = std::move(pending_);
-  spare.clear();
-  pending_ = std::move(bytes);
+  pending_ = std::move(pieces);
   pending_at_ = offset;
+  pending_bytes_ = 0;
+  for (const Piece& piece : pending_) pending_bytes_ += piece->size();
   in_flight_ = true;
   try {
-    helper_.start([this] { real_->write_at(pending_at_, pending_); });
+    helper_.start([this] {
+      joined_.clear();
+      for (const Piece& piece : pending_) joined_.insert(joined_.end(), piece->begin(), piece->end());
+      real_->write_at(pending_at_, joined_);
+    });
   } catch (...) {
     in_flight_ = false;  // written (and failed) at once, without a helper thread
     throw;
   }
-  return spare;
 }
 
 std::size_t WriteBehindFile::read_at(std::uint64_t offset, std::span<std::uint8_t> into) {
   // Bytes elsewhere may be read while the write goes on: the system keeps them apart.
-  if (in_flight_ && offset < pending_at_ + pending_.size() && pending_at_ < offset + into.size()) settle();
+  if (in_flight_ && offset < pending_at_ + pending_bytes_ && pending_at_ < offset + into.size()) settle();
   return real_->read_at(offset, into);
 }
 
@@ -44,7 +47,7 @@ void WriteBehindFile::sync() {
 
 std::uint64_t WriteBehindFile::size() {
   const std::uint64_t size = real_->size();
-  return in_flight_ ? std::max<std::uint64_t>(size, pending_at_ + pending_.size()) : size;
+  return in_flight_ ? std::max<std::uint64_t>(size, pending_at_ + pending_bytes_) : size;
 }
 
 void WriteBehindFile::truncate(std::uint64_t size) {

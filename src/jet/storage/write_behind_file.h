@@ -31,17 +31,21 @@ class WriteBehindFile final : public os::File {
   std::uint64_t size() override;
   void truncate(std::uint64_t size) override;
 
-  // Starts writing `bytes` at `offset` once the write under way is done (throwing its
-  // failure); gives back an emptied buffer to fill next.
-  std::vector<std::uint8_t> write_behind(std::uint64_t offset, std::vector<std::uint8_t> bytes);
+  // Bytes handed over without being copied: the helper thread puts them together.
+  using Piece = std::shared_ptr<const std::vector<std::uint8_t>>;
+  // Starts writing `pieces`, one after the other from `offset`, once the write under way is
+  // done (throwing its failure). They are held until written.
+  void write_behind(std::uint64_t offset, std::vector<Piece> pieces);
   // Waits for the write under way; throws its failure (os::Failure).
   void settle();
 
  private:
   std::shared_ptr<os::File> real_;
-  std::vector<std::uint8_t> pending_;  // being written at `pending_at_` while `in_flight_`
+  std::vector<Piece> pending_;  // being written at `pending_at_` while `in_flight_`
   std::uint64_t pending_at_ = 0;
+  std::uint64_t pending_bytes_ = 0;
   bool in_flight_ = false;
+  std::vector<std::uint8_t> joined_;  // the helper's, reused from write to write
   HandOff helper_;  // declared last: gone first, once the write under way is done
 };
 

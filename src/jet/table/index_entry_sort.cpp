@@ -131,11 +131,15 @@ struct IndexEntrySort::Ahead {
     return true;
   }
 
-  IndexItemSource source;
+  // What each thread touches for each entry lies on cache lines of its own: the helper's
+  // source, scratch item and batch being filled; the reader's batch and place in it.
+  // Sharing lines made the two cores pass them back and forth at every entry.
+  alignas(64) IndexItemSource source;
   IndexNodeItem scratch;  // the helper's
-  Batch ready, filling;
+  alignas(64) Batch filling;
+  alignas(64) Batch ready;
   std::size_t at = 0;
-  HandOff helper;  // declared last: gone first, once the batch under way is merged
+  alignas(64) HandOff helper;  // declared last: gone first, once the batch under way is merged
 };
 
 // The helper thread sorting a batch, and what stopped it.
