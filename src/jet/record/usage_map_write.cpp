@@ -101,26 +101,11 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
   if (span.length < 5) holder.view().damaged("table d'utilisation trop courte");
   const std::size_t at = span.offset;
   const std::uint64_t per_map_page = (pager.page_size() - disk::kMapPageHeader) * 8;
+  // The holder page is copied only where it changes: a reference map's, only when it gains a
+  // map page (not for each page a table takes).
   const ByteView held = holder.view();
-  // A reference map's holder is only read when the map page it names exists (the common
-  // case, each page a table takes): it is copied only to be changed.
-  if (held.u8(at) == 1) {
-    const std::size_t pointer_at = at + 1 + 4 * (page / per_map_page);
-    if (pointer_at + 4 <= at + span.length) {
-      if (const PageNumber map_page = held.u32(pointer_at); map_page != 0) {
-        const Page map = pager.read(map_page);
-        if (map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
-          map.view().damaged("table d'utilisation attendue");
-        std::vector<std::uint8_t> map_bytes = map.view().copy();
-        flip(map_bytes, 4, page % per_map_page, on);
-        pager.write(map_page, std::move(map_bytes));
-        return true;
-      }
-    }
-  }
-  std::vector<std::uint8_t> bytes = held.copy();
-
-  if (bytes[at] == 0) {
+  if (held.u8(at) == 0) {
+    std::vector<std::uint8_t> bytes = held.copy();
     const std::uint32_t start = load_le32(&bytes[at + 1]);
     const std::uint64_t bits = (span.length - 5) * 8;
     if (page >= start && page - start < bits) {
@@ -141,7 +126,7 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
     for (PageNumber p : pages) set_usage_bit(pager, where, p, true, grow, append);
     return true;
   }
-  if (bytes[at] != 1) holder.view().damaged("table d'utilisation de type inconnu " + std::to_string(bytes[at]));
+  if (held.u8(at) != 1) held.damaged("table d'utilisation de type inconnu " + std::to_string(held.u8(at)));
 
   const std::size_t index = page / per_map_page;
   const std::size_t pointer_at = at + 1 + 4 * index;
@@ -149,7 +134,7 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
     if (!on || !grow) return !on;
     cannot_grow(pager);
   }
-  PageNumber map_page = load_le32(&bytes[pointer_at]);
+  PageNumber map_page = held.u32(pointer_at);
   if (map_page == 0) {
     if (!on) return true;
     if (!grow) return false;
@@ -158,6 +143,8 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
     fresh[0] = static_cast<std::uint8_t>(PageKind::UsageMap);
     fresh[1] = 0x01;
     map_page = append(std::move(fresh));
+    // Read again: taking the new page may have marked it on this very holder page.
+    std::vector<std::uint8_t> bytes = pager.read(where.page).view().copy();
     store_le32(bytes, pointer_at, map_page);
     pager.write(where.page, std::move(bytes));
   }
