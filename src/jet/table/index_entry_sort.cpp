@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <exception>
-#include <system_error>
-#include <thread>
 
 #include "jet/base/bytes.h"
 #include "jet/base/hand_off.h"
@@ -142,12 +139,6 @@ struct IndexEntrySort::Ahead {
   alignas(64) HandOff helper;  // declared last: gone first, once the batch under way is merged
 };
 
-// The helper thread sorting a batch, and what stopped it.
-struct IndexEntrySort::Helper {
-  std::thread thread;
-  std::exception_ptr error;
-};
-
 namespace {
 
 // Index order (compare_entries) read from the held form. Keys of 16 bytes or less are whole
@@ -169,14 +160,9 @@ struct HeldBefore {
   }
 };
 
-// Batches smaller than this are sorted on the calling thread alone: starting a thread would
+// Batches smaller than this are sorted on the calling thread alone: handing half over would
 // cost more than it saves.
 constexpr std::size_t kSplitFrom = 8192;
-
-bool has_second_core() {
-  static const bool second = std::thread::hardware_concurrency() > 1;
-  return second;
-}
 
 }  // namespace
 
@@ -200,8 +186,7 @@ IndexEntrySort::~IndexEntrySort() { clear(); }
 
 void IndexEntrySort::clear() noexcept {
   ahead_.reset();
-  if (helper_ && helper_->thread.joinable()) helper_->thread.join();
-  helper_.reset();
+  sorter_.reset();  // waits for the batch it sorts
   pool_->used -= held_capacity();
   held_ = Batch{};
   sorting_ = Batch{};
@@ -264,39 +249,30 @@ std::vector<IndexEntrySort::Segment> IndexEntrySort::sort_in_two(Batch& batch) {
   Held* const end = begin + batch.held.size();
   const std::uint8_t* keys = batch.keys.data();
   if (begin == end) return {};
-  if (batch.held.size() < kSplitFrom || !has_second_core()) {
+  if (batch.held.size() < kSplitFrom || !HandOff::helps()) {
     sort_range(begin, end, keys);
     return {{begin, end, keys}};
   }
   Held* const middle = begin + batch.held.size() / 2;
-  try {
-    std::thread helper(sort_range, begin, middle, keys);
-    sort_range(middle, end, keys);
-    helper.join();
-  } catch (const std::system_error&) {
-    // No thread to be had: the calling one sorts both halves.
-    sort_range(begin, middle, keys);
-    sort_range(middle, end, keys);
-  }
+  HandOff halves;
+  halves.start([begin, middle, keys] { sort_range(begin, middle, keys); });
+  sort_range(middle, end, keys);
+  halves.wait();
   return {{begin, middle, keys}, {middle, end, keys}};
 }
 
 void IndexEntrySort::finish_sorting() {
-  if (!helper_) return;
-  if (helper_->thread.joinable()) helper_->thread.join();
-  const std::exception_ptr error = helper_->error;
-  helper_.reset();
-  if (error) std::rethrow_exception(error);
+  if (sorter_) sorter_->wait();
 }
 
 void IndexEntrySort::spill() {
-  if (!spilled_ || !has_second_core()) {
+  if (!spilled_ || !HandOff::helps()) {
     // The first run: the batch is sorted as two halves at once and written as two runs. With
     // a second core, the buffers are given back and the next batches take half the room each.
     for (const Segment& segment : sort_in_two(held_)) write_run(segment);
     held_.held.clear();
     held_.keys.clear();
-    if (!has_second_core()) return;
+    if (!HandOff::helps()) return;
     const std::size_t before = held_capacity();
     held_ = Batch{};
     pool_->used -= before - held_capacity();
@@ -313,21 +289,8 @@ void IndexEntrySort::spill() {
   std::swap(held_, sorting_);  // the full batch to sort, the emptied buffers to fill
   sorting_full_ = true;
   Batch& batch = sorting_;
-  const auto sort_batch = [&batch] { sort_range(batch.held.data(), batch.held.data() + batch.held.size(), batch.keys.data()); };
-  auto helper = std::make_unique<Helper>();
-  Helper& h = *helper;
-  try {
-    h.thread = std::thread([&h, sort_batch] {
-      try {
-        sort_batch();
-      } catch (...) {
-        h.error = std::current_exception();
-      }
-    });
-  } catch (const std::system_error&) {
-    return sort_batch();
-  }
-  helper_ = std::move(helper);
+  if (!sorter_) sorter_ = std::make_unique<HandOff>();
+  sorter_->start([&batch] { sort_range(batch.held.data(), batch.held.data() + batch.held.size(), batch.keys.data()); });
 }
 
 void IndexEntrySort::write_run(const Segment& segment) {

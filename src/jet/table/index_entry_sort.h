@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "jet/base/hand_off.h"
 #include "jet/table/btree_build.h"
 #include "os/failure.h"
 #include "os/file.h"
@@ -87,7 +88,7 @@ class IndexEntrySort {
   static std::vector<Segment> sort_in_two(Batch& batch);
   void spill();
   void write_run(const Segment& segment);
-  // Waits for the batch sorted on the helper thread; rethrows what stopped it.
+  // Waits for the batch sorted on the helper thread.
   void finish_sorting();
   [[noreturn]] void failed(const os::Failure& failure, bool writing) const;
   std::size_t held_capacity() const noexcept { return held_.capacity() + sorting_.capacity(); }
@@ -105,8 +106,7 @@ class IndexEntrySort {
   bool spilled_ = false;
   Batch sorting_;
   bool sorting_full_ = false;  // `sorting_` holds entries not yet written
-  struct Helper;
-  std::unique_ptr<Helper> helper_;
+  std::unique_ptr<HandOff> sorter_;  // sorts `sorting_`, made at the first such batch
   std::uint64_t added_ = 0;
   std::vector<Run> runs_;
   std::unique_ptr<os::File> file_;
