@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <set>
+#include <stdexcept>
 #include <string>
 
 #include "jet/record/data_page.h"
@@ -80,9 +81,11 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const C
   return row;
 }
 
-void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
-                     const ColumnSelection& wanted) {
-  const FormatLayout& layout = pager.layout();
+namespace {
+
+// `pager` reads the long values; null when `wanted` names none.
+void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, const ByteView& bytes, Row& row,
+                 const ColumnSelection& wanted) {
   const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0);
   const std::size_t mask_at = frame.mask_at;
   const std::uint16_t var_count = frame.var_count;
@@ -123,7 +126,8 @@ void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, R
     }
     if (is_long_value(column.type)) {
       if (field.size() == 0) { value = column.type == ColumnType::Memo ? Value::text({}) : Value::binary({}); continue; }
-      std::vector<std::uint8_t> data = read_long_value(pager, field);
+      if (!pager) throw std::logic_error("decode_row_into: long value without a pager");
+      std::vector<std::uint8_t> data = read_long_value(*pager, field);
       if (column.type == ColumnType::Memo) decode_text_into(column, data, value);
       else value = Value::binary(std::move(data));
     } else if (column.type == ColumnType::Text) {
@@ -132,6 +136,18 @@ void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, R
       value = decode_field(column, field);
     }
   }
+}
+
+}  // namespace
+
+void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
+                     const ColumnSelection& wanted) {
+  decode_into(pager.layout(), &pager, def, bytes, row, wanted);
+}
+
+void decode_row_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
+                     const ColumnSelection& wanted) {
+  decode_into(layout, nullptr, def, bytes, row, wanted);
 }
 
 std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_page, Page* keep_alive) {

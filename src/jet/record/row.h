@@ -29,6 +29,10 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const C
 // The same into `row`, whose values (and their text buffers) are reused: for scans.
 void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
                      const ColumnSelection& wanted = {});
+// The same without reading pages, for threads that must not: `wanted` names no Memo or OLE
+// column holding a value (std::logic_error).
+void decode_row_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
+                     const ColumnSelection& wanted);
 
 // Decodes one column of a stored fixed-length or variable-length field (no long values).
 Value decode_field(const ColumnDef& column, const ByteView& bytes);

@@ -80,7 +80,7 @@ RowId BulkRowWriter::add(const Row& values) {
   const Row row = prepare_row(def_, values, {}, name_, *pager_.services().random, &next_auto_);
   if (hook_) hook_->check(def_, nullptr, &row, std::nullopt);
   const std::vector<std::uint8_t> bytes = encode_stored_row(def_, row, long_values_, pager_.page_size());
-  return put(bytes, row);
+  return put(bytes, &row);
 }
 
 bool BulkRowWriter::takes_stored_rows_of(const TableDef& source, const Pager& source_pager) const {
@@ -102,9 +102,10 @@ bool BulkRowWriter::takes_stored_rows_of(const TableDef& source, const Pager& so
 
 ColumnSelection BulkRowWriter::stored_row_needs() const {
   ColumnSelection wanted(def_.columns.size(), false);
-  for (const IndexDef& index : def_.indexes)
-    for (const IndexColumn& ic : index.columns)
-      if (const ColumnDef* c = def_.column_by_number(ic.column_number)) wanted[c->definition_order] = true;
+  if (!hook_ || !hook_->takes_stored_rows())
+    for (const IndexDef& index : def_.indexes)
+      for (const IndexColumn& ic : index.columns)
+        if (const ColumnDef* c = def_.column_by_number(ic.column_number)) wanted[c->definition_order] = true;
   for (const ColumnDef& c : def_.columns)
     if (c.is_autonumber()) wanted[c.definition_order] = true;
   return wanted;
@@ -137,7 +138,8 @@ std::optional<RowId> BulkRowWriter::add_stored(Pager& source_pager, const ByteVi
       return std::nullopt;
     }
   }
-  if (hook_) hook_->check(def_, nullptr, &values, std::nullopt);
+  const bool as_stored = hook_ && hook_->takes_stored_rows();
+  if (hook_ && !as_stored) hook_->check(def_, nullptr, &values, std::nullopt);
   next_auto_ = next_auto;
   carried_.assign(bytes.data(), bytes.data() + bytes.size());
   for (const ByteView& field : fields_) {
@@ -146,10 +148,10 @@ std::optional<RowId> BulkRowWriter::add_stored(Pager& source_pager, const ByteVi
     const auto at = static_cast<std::size_t>(field.data() - bytes.data());
     std::memcpy(carried_.data() + at, reference.data(), disk::kLongValueFieldSize);
   }
-  return put(carried_, values);
+  return put(carried_, as_stored ? nullptr : &values);
 }
 
-RowId BulkRowWriter::put(std::span<const std::uint8_t> row, const Row& values) {
+RowId BulkRowWriter::put(std::span<const std::uint8_t> row, const Row* values) {
   if (!page_ || !page_->fits(row.size())) {
     write_page();
     start_page();
@@ -157,7 +159,8 @@ RowId BulkRowWriter::put(std::span<const std::uint8_t> row, const Row& values) {
   }
   const RowId id{page_number_, page_->add_row(row)};
   ++added_;
-  if (hook_) hook_->apply(def_, nullptr, &values, id);
+  if (hook_ && values) hook_->apply(def_, nullptr, values, id);
+  else if (hook_) hook_->apply_stored(def_, row, id);
   return id;
 }
 

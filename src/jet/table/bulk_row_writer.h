@@ -39,7 +39,8 @@ class BulkRowWriter {
   // Whether rows of `source`, read through `source_pager`, can be carried as stored: same
   // format and page size, the same columns in the same places with the same types.
   bool takes_stored_rows_of(const TableDef& source, const Pager& source_pager) const;
-  // The columns add_stored() needs decoded: those of the indexes, and the autonumbers.
+  // The columns add_stored() needs decoded: the autonumbers, and those of the indexes unless
+  // the hook takes stored rows.
   ColumnSelection stored_row_needs() const;
   // Carries `bytes`, a live row of such a source, its long values read from `source_pager`.
   // `values` holds at least the columns stored_row_needs() names. nullopt, with nothing
@@ -51,7 +52,8 @@ class BulkRowWriter {
   void finish();
 
  private:
-  RowId put(std::span<const std::uint8_t> row, const Row& values);
+  // `values` null: the hook takes the row as stored.
+  RowId put(std::span<const std::uint8_t> row, const Row* values);
   void start_page();
   void write_page();
 

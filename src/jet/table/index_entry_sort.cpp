@@ -191,7 +191,6 @@ void IndexEntrySort::clear() noexcept {
   held_ = Batch{};
   sorting_ = Batch{};
   sorting_full_ = false;
-  spilled_ = false;
   runs_.clear();
   merge_.reset();
   if (!file_) return;
@@ -212,12 +211,12 @@ void IndexEntrySort::failed(const os::Failure& failure, bool writing) const {
 void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
   // The buffers grow by doubling, their capacity counted against the budget: when growing
   // would pass it, the entries held go to a run first and the buffers are reused.
-  std::vector<Held>& held = held_.held;
-  std::vector<std::uint8_t>& keys = held_.keys;
+  TrivialArray<Held>& held = held_.held;
+  TrivialArray<std::uint8_t>& keys = held_.keys;
   const bool keys_full = keys.size() + key.size() > keys.capacity();
   const bool held_full = held.size() + 1 > held.capacity();
   if (keys_full || held_full) {
-    const std::size_t room = spilled_ ? this->room() / 2 : this->room();
+    const std::size_t room = HandOff::helps() ? this->room() / 2 : this->room();
     std::size_t keys_cap = keys_full ? std::max(keys.size() + key.size(), keys.capacity() * 2) : keys.capacity();
     std::size_t held_cap = held_full ? std::max<std::size_t>(held.size() + 1, held.capacity() * 2) : held.capacity();
     if (!held.empty() && keys_cap + held_cap * sizeof(Held) > room) {
@@ -232,7 +231,7 @@ void IndexEntrySort::add(std::span<const std::uint8_t> key, RowId row) {
   }
   held.push_back({big_endian(key, 0), big_endian(key, 8), static_cast<std::uint32_t>(keys.size()),
                   static_cast<std::uint32_t>(key.size()), row.pointer()});
-  keys.insert(keys.end(), key.begin(), key.end());
+  keys.append(key.data(), key.size());
   ++added_;
 }
 
@@ -266,17 +265,10 @@ void IndexEntrySort::finish_sorting() {
 }
 
 void IndexEntrySort::spill() {
-  if (!spilled_ || !HandOff::helps()) {
-    // The first run: the batch is sorted as two halves at once and written as two runs. With
-    // a second core, the buffers are given back and the next batches take half the room each.
+  if (!HandOff::helps()) {
     for (const Segment& segment : sort_in_two(held_)) write_run(segment);
     held_.held.clear();
     held_.keys.clear();
-    if (!HandOff::helps()) return;
-    const std::size_t before = held_capacity();
-    held_ = Batch{};
-    pool_->used -= before - held_capacity();
-    spilled_ = true;
     return;
   }
   finish_sorting();

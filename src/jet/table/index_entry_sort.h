@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "jet/base/hand_off.h"
+#include "jet/base/trivial_array.h"
 #include "jet/table/btree_build.h"
 #include "os/failure.h"
 #include "os/file.h"
@@ -72,8 +73,8 @@ class IndexEntrySort {
   // Entries held in memory, their keys one after the other in one buffer (no allocation per
   // entry).
   struct Batch {
-    std::vector<Held> held;
-    std::vector<std::uint8_t> keys;
+    TrivialArray<Held> held;
+    TrivialArray<std::uint8_t> keys;
     std::size_t capacity() const noexcept { return keys.capacity() + held.capacity() * sizeof(Held); }
   };
   // Held entries sorted, [begin, end) of one batch.
@@ -100,10 +101,9 @@ class IndexEntrySort {
   std::unique_ptr<Pool> own_pool_;
   Pool* pool_;
   Batch held_;  // filled by add
-  // Once a first run is written, a full batch is sorted on a helper thread while the next
-  // one fills, and written as a run at the next spill (or merged from memory at the end);
-  // each of the two then takes at most half of the room.
-  bool spilled_ = false;
+  // With a second core, a full batch is sorted on a helper thread while the next one fills,
+  // and written as a run at the next spill (or merged from memory at the end); each of the
+  // two takes at most half of the room.
   Batch sorting_;
   bool sorting_full_ = false;  // `sorting_` holds entries not yet written
   std::unique_ptr<HandOff> sorter_;  // sorts `sorting_`, made at the first such batch

@@ -20,6 +20,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <set>
 #include <string>
 #include <vector>
@@ -44,6 +45,12 @@ class IndexHook {
   virtual void check(const TableDef& def, const Row* old_values, const Row* new_values,
                      std::optional<RowId> id) = 0;
   virtual void apply(const TableDef& def, const Row* old_values, const Row* new_values, RowId id) = 0;
+  // A hook that makes its entries from the bytes of an inserted row (as stored in `def`'s
+  // table, its long values not read) says so: a writer carrying stored rows then calls
+  // apply_stored() for them instead of check() and apply(), sparing the decoding of values
+  // for the hook to decode them where it likes (the compaction: on another thread).
+  virtual bool takes_stored_rows() const { return false; }
+  virtual void apply_stored(const TableDef& /*def*/, std::span<const std::uint8_t> /*row*/, RowId /*id*/) {}
 };
 
 // Column rules kept in the table's properties. Empty rules refuse nothing: the writers that
