@@ -67,6 +67,28 @@ TEST(WritePagerRefresh, PagesReadAheadAreTheFilesAndFollowItsWrites) {
   EXPECT_TRUE(same(43));
 }
 
+// A page read in a block stays whole in the hands of its reader after the cache has let the
+// block go, and a page read again after that comes from the file.
+TEST(WritePagerRefresh, PagesOfABlockOutliveTheirPlaceInTheCache) {
+  jet_test::ScratchDir dir;
+  constexpr jet::PageNumber kPages = 600;  // more than the cache holds
+  std::vector<std::uint8_t> bytes(4096 * kPages);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i / 4096 * 13 + i % 241);
+  const std::string path = dir.write("p.bin", bytes);
+  const os::Services& services = os::system_services();
+  jet::FilePager pager(jet::open_database_file(services, path, jet::OpenMode::Exclusive, true), path, 4096, services);
+  const auto same = [&](const jet::Page& page) {
+    return page.size() == 4096 && std::equal(page.view().data(), page.view().data() + 4096,
+                                             bytes.begin() + std::ptrdiff_t{page.number()} * 4096);
+  };
+  pager.read(0);
+  const jet::Page held = pager.read(1);  // the start of a block read ahead
+  for (jet::PageNumber p = 2; p < kPages; ++p) ASSERT_TRUE(same(pager.read(p))) << p;
+  EXPECT_TRUE(same(held));
+  EXPECT_TRUE(same(pager.read(2)));
+  EXPECT_TRUE(same(pager.read(1)));
+}
+
 TEST(WritePagerRefresh, CommittedPagesAreServedByTheFileNotKeptInMemory) {
   jet_test::ScratchDir dir;
   const std::string path = (dir.path() / "m.mdb").string();

@@ -85,11 +85,13 @@ Page FilePager::read(PageNumber number) {
                               std::to_string(page_count_) + " pages)");
   }
   // A page following the last one read starts a block read ahead; any other is read alone.
+  // The pages of a block share its buffer: one allocation and one copy (the system's) for
+  // the block, where a buffer per page cost as much again as the reading.
   const std::size_t want = number == last_read_ + 1 ? std::min<std::size_t>(kReadAhead, page_count_ - number) : 1;
-  block_.resize(want * page_size_);
+  std::shared_ptr<std::uint8_t[]> block = std::make_shared_for_overwrite<std::uint8_t[]>(want * page_size_);
   std::size_t done = 0;
   try {
-    done = file_->read_at(static_cast<std::uint64_t>(number) * page_size_, block_);
+    done = file_->read_at(static_cast<std::uint64_t>(number) * page_size_, std::span(block.get(), want * page_size_));
   } catch (const os::Failure& failure) {
     throw_file_failure(failure, services_, *name_, FileActivity::Reading);
   }
@@ -99,11 +101,9 @@ Page FilePager::read(PageNumber number) {
   last_read_ = number + static_cast<PageNumber>(pages - 1);
   Page first;
   for (std::size_t i = 0; i < pages; ++i) {
-    const auto at = block_.begin() + static_cast<std::ptrdiff_t>(i * page_size_);
     const PageNumber n = number + static_cast<PageNumber>(i);
     if (i > 0 && cache_->where.count(n)) continue;  // already held, perhaps by a reader
-    Page page(n, std::make_shared<std::vector<std::uint8_t>>(at, at + static_cast<std::ptrdiff_t>(page_size_)), name_,
-              layout());
+    Page page(n, block, block.get() + i * page_size_, page_size_, name_, layout());
     if (i == 0) first = page;
     cache_->order.push_front(page);
     cache_->where[n] = cache_->order.begin();

@@ -80,21 +80,29 @@ class Page {
   Page() = default;
   Page(PageNumber number, std::shared_ptr<const std::vector<std::uint8_t>> bytes,
        std::shared_ptr<const std::string> file, const FormatLayout& layout = jet4_layout())
-      : number_(number), bytes_(std::move(bytes)), file_(std::move(file)), layout_(&layout) {}
+      : number_(number),
+        data_(bytes ? bytes->data() : nullptr),
+        size_(bytes ? bytes->size() : 0),
+        owner_(std::move(bytes)),
+        file_(std::move(file)),
+        layout_(&layout) {}
+  // A page lying at `data` inside a larger buffer kept alive by `owner` (a block read at once).
+  Page(PageNumber number, std::shared_ptr<const void> owner, const std::uint8_t* data, std::size_t size,
+       std::shared_ptr<const std::string> file, const FormatLayout& layout = jet4_layout())
+      : number_(number), data_(data), size_(size), owner_(std::move(owner)), file_(std::move(file)), layout_(&layout) {}
 
   PageNumber number() const noexcept { return number_; }
-  std::size_t size() const noexcept { return bytes_ ? bytes_->size() : 0; }
+  std::size_t size() const noexcept { return size_; }
   std::uint8_t kind_byte() const { return view().u8(0); }
-  ByteView view() const {
-    return bytes_ ? ByteView(bytes_->data(), bytes_->size(), number_, file_.get())
-                  : ByteView(nullptr, 0, number_, file_.get());
-  }
+  ByteView view() const { return ByteView(data_, size_, number_, file_.get()); }
   const std::string& file() const;
   const FormatLayout& layout() const noexcept { return *layout_; }
 
  private:
   PageNumber number_ = 0;
-  std::shared_ptr<const std::vector<std::uint8_t>> bytes_;
+  const std::uint8_t* data_ = nullptr;
+  std::size_t size_ = 0;
+  std::shared_ptr<const void> owner_;
   std::shared_ptr<const std::string> file_;
   const FormatLayout* layout_ = &jet4_layout();
 };
@@ -166,7 +174,6 @@ class FilePager final : public Pager {
   std::unique_ptr<Cache> cache_;
   // The last page read from the file: a miss on the next one starts a block.
   PageNumber last_read_ = 0xFFFFFFFF;
-  std::vector<std::uint8_t> block_;  // the bytes of the last read, reused
 };
 
 }  // namespace jet
