@@ -108,22 +108,21 @@ TEST(JetRowDecode, OnlyTheWantedColumnsAreDecodedAndTheirLongValuesRead) {
   EXPECT_TRUE((*first)[2].is_null());
 }
 
-TEST(JetRowDecode, DecodingWithoutAPagerGivesTheSameValuesAndRefusesLongValues) {
+TEST(JetRowDecode, ColumnsDecodedWithoutAPagerAreTheRowsAndTheOthersLeftAlone) {
   const jet::TableDef def = sample_table(0);
   const Bytes row = jet4_row(5, fixed_part(42, 9), {utf16("parcelle"), long_value_inline(utf16("note"))},
                              {true, true, true, true, true});
   const jet::ByteView bytes(row.data(), row.size(), 0, nullptr);
   jet::MemoryPager pager;
-  const jet::ColumnSelection keys = {true, true, true, false, true};
-  jet::Row with_pager, without;
-  jet::decode_row_into(pager, def, bytes, with_pager, keys);
-  jet::decode_row_into(jet::jet4_layout(), def, bytes, without, keys);
-  EXPECT_EQ(without, with_pager);
-  EXPECT_EQ(without[2].as_text(), "parcelle");
-  EXPECT_TRUE(without[3].is_null());
+  const jet::Row whole = jet::decode_row(pager, def, bytes, {true, true, true, false, true});
+  jet::Row some(def.columns.size(), jet::Value::text("avant"));
+  const std::vector<std::size_t> positions = {4, 0, 2, 1};
+  jet::decode_columns_into(jet::jet4_layout(), def, bytes, some, positions);
+  for (const std::size_t k : positions) EXPECT_EQ(some[k], whole[k]) << k;
+  EXPECT_EQ(some[3].as_text(), "avant");  // not asked for: untouched
   // A memo asked for cannot be read without pages, even one held in the row.
-  EXPECT_THROW(jet::decode_row_into(jet::jet4_layout(), def, bytes, without, {false, false, false, true}),
-               std::logic_error);
+  const std::vector<std::size_t> memo = {3};
+  EXPECT_THROW(jet::decode_columns_into(jet::jet4_layout(), def, bytes, some, memo), std::logic_error);
 }
 
 TEST(JetRowDecode, RowsWrittenBeforeColumnsWereAddedReadNull) {

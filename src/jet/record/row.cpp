@@ -83,9 +83,12 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const C
 
 namespace {
 
-// `pager` reads the long values; null when `wanted` names none.
+// Decodes columns of one row: those `each` gives (`each(decode)` calls decode(k) for each
+// position k in TableDef::columns it wants). `pager` reads the long values; null when none is
+// wanted.
+template <typename Each>
 void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, const ByteView& bytes, Row& row,
-                 const ColumnSelection& wanted) {
+                 const Each& each) {
   const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0);
   const std::size_t mask_at = frame.mask_at;
   const std::uint16_t var_count = frame.var_count;
@@ -97,20 +100,19 @@ void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, 
   auto var_offset = [&](std::size_t i) { return frame.var_offset(bytes, i); };
 
   row.resize(def.columns.size());
-  for (std::size_t k = 0; k < def.columns.size(); ++k) {
+  each([&](std::size_t k) {
     const ColumnDef& column = def.columns[k];
     Value& value = row[k];
-    if (!wanted.empty() && (column.definition_order >= wanted.size() || !wanted[column.definition_order])) {
-      value = Value::null();
-      continue;
-    }
     const bool bit = present(column.number);
     if (column.type == ColumnType::Boolean) {
       // A Yes/No column is never Null: rows written before it was added read No, as in Access.
       value = Value::boolean(bit);
-      continue;
+      return;
     }
-    if (!bit) { value = Value::null(); continue; }
+    if (!bit) {
+      value = Value::null();
+      return;
+    }
     ByteView field;
     if (column.is_fixed()) {
       const std::size_t start = layout.row_count_size + std::size_t{column.fixed_offset};
@@ -118,15 +120,21 @@ void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, 
       if (start + size > fixed_end) bytes.damaged("colonne fixe « " + column.name + " » hors de la ligne");
       field = bytes.sub(start, size);
     } else {
-      if (column.var_index >= var_count) { value = Value::null(); continue; }
+      if (column.var_index >= var_count) {
+        value = Value::null();
+        return;
+      }
       const std::size_t start = var_offset(column.var_index);
       const std::size_t end = var_offset(std::size_t{column.var_index} + 1);
       if (start > end || end > mask_at) bytes.damaged("colonne variable « " + column.name + " » hors de la ligne");
       field = bytes.sub(start, end - start);
     }
     if (is_long_value(column.type)) {
-      if (field.size() == 0) { value = column.type == ColumnType::Memo ? Value::text({}) : Value::binary({}); continue; }
-      if (!pager) throw std::logic_error("decode_row_into: long value without a pager");
+      if (field.size() == 0) {
+        value = column.type == ColumnType::Memo ? Value::text({}) : Value::binary({});
+        return;
+      }
+      if (!pager) throw std::logic_error("decode_columns_into: long value without a pager");
       std::vector<std::uint8_t> data = read_long_value(*pager, field);
       if (column.type == ColumnType::Memo) decode_text_into(column, data, value);
       else value = Value::binary(std::move(data));
@@ -135,19 +143,28 @@ void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, 
     } else {
       value = decode_field(column, field);
     }
-  }
+  });
 }
 
 }  // namespace
 
 void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
                      const ColumnSelection& wanted) {
-  decode_into(pager.layout(), &pager, def, bytes, row, wanted);
+  decode_into(pager.layout(), &pager, def, bytes, row, [&](const auto& decode) {
+    for (std::size_t k = 0; k < def.columns.size(); ++k) {
+      const std::size_t order = def.columns[k].definition_order;
+      if (wanted.empty() || (order < wanted.size() && wanted[order])) decode(k);
+      else row[k] = Value::null();
+    }
+  });
 }
 
-void decode_row_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
-                     const ColumnSelection& wanted) {
-  decode_into(layout, nullptr, def, bytes, row, wanted);
+void decode_columns_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
+                         std::span<const std::size_t> positions) {
+  decode_into(layout, nullptr, def, bytes, row, [&](const auto& decode) {
+    for (const std::size_t k : positions)
+      if (k < def.columns.size()) decode(k);
+  });
 }
 
 std::optional<ByteView> locate_row(Pager& pager, RowId id, std::uint32_t owner_page, Page* keep_alive) {

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "jet/storage/pager.h"
@@ -29,10 +30,11 @@ Row decode_row(Pager& pager, const TableDef& def, const ByteView& bytes, const C
 // The same into `row`, whose values (and their text buffers) are reused: for scans.
 void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
                      const ColumnSelection& wanted = {});
-// The same without reading pages, for threads that must not: `wanted` names no Memo or OLE
-// column holding a value (std::logic_error).
-void decode_row_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
-                     const ColumnSelection& wanted);
+// Decodes only the columns at `positions` (in TableDef::columns) into `row`, sized to the
+// columns, leaving the others as they are; reads no page, for threads that must not: none of
+// those columns may be a Memo or OLE column holding a value (std::logic_error).
+void decode_columns_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
+                         std::span<const std::size_t> positions);
 
 // Decodes one column of a stored fixed-length or variable-length field (no long values).
 Value decode_field(const ColumnDef& column, const ByteView& bytes);

@@ -44,13 +44,11 @@ class GatheredIndexes final : public IndexHook {
       : def_(def), layout_(layout), path_(path), pool_(budget), complete_(def.indexes.size(), true) {
     for (std::size_t i = 0; i < def.indexes.size(); ++i)
       entries_.push_back(std::make_unique<IndexEntrySort>(services, path + ".tri" + std::to_string(i), pool_));
-    indexed_columns_.assign(def.columns.size(), false);
     for (const IndexDef& index : def.indexes)
       for (const IndexColumn& ic : index.columns)
         for (std::size_t at = 0; at < def.columns.size(); ++at)
           if (def.columns[at].number == ic.column_number) {
             indexed_.push_back(at);
-            indexed_columns_[at] = true;
             // Decoding one would read its long value, which only this thread may do.
             if (is_long_value(def.columns[at].type)) stored_ = false;
           }
@@ -128,8 +126,8 @@ class GatheredIndexes final : public IndexHook {
   void gather(const Batch& batch) {
     for (const Entry& entry : batch.entries) {
       if (entry.stored)
-        decode_row_into(layout_, def_, ByteView(batch.bytes.data() + entry.at, entry.length, entry.id.page, &path_),
-                        decoded_, indexed_columns_);
+        decode_columns_into(layout_, def_, ByteView(batch.bytes.data() + entry.at, entry.length, entry.id.page, &path_),
+                            decoded_, indexed_);
       const Row* values = entry.stored ? &decoded_ : &batch.rows[entry.at];
       for (std::size_t i = 0; i < def_.indexes.size() && i < entries_.size(); ++i) {
         if (!complete_[i] || row_left_out_of_index(def_, def_.indexes[i], *values)) continue;
@@ -158,7 +156,6 @@ class GatheredIndexes final : public IndexHook {
   std::vector<std::unique_ptr<IndexEntrySort>> entries_;
   std::vector<bool> complete_;
   std::vector<std::size_t> indexed_;  // positions of the columns some index holds
-  ColumnSelection indexed_columns_;   // the same as a selection
   bool stored_ = true;                // rows carried as stored are taken as bytes
   alignas(64) KeyWriter key_;  // one buffer for every key made (on the helper thread)
   Row decoded_;                // a stored row's indexed values (on the helper thread)
