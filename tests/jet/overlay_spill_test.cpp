@@ -31,8 +31,8 @@ std::vector<std::uint8_t> page_of(std::uint32_t tag) {
   return bytes;
 }
 
-// Random writes, appends, reads, savepoints, rollbacks and commits against a pager allowed
-// three pages in memory, checked at every step against a plain model of the levels.
+// Random writes, edits, appends, reads, savepoints, rollbacks and commits against a pager
+// allowed three pages in memory, checked at every step against a plain model of the levels.
 TEST(OverlaySpill, EveryPageReadsBackAsLastWrittenAcrossLevelsAndRollbacks) {
   jet_test::ScratchDir dir;
   const std::string scratch = (dir.path() / "m.mdb.transaction").string();
@@ -58,6 +58,7 @@ TEST(OverlaySpill, EveryPageReadsBackAsLastWrittenAcrossLevelsAndRollbacks) {
 
   std::mt19937 random(7);
   std::uint32_t tag = 1;
+  std::pair<jet::Page, std::uint32_t> held;  // a page a reader keeps, and what it read
   bool spilled = false;
   for (int step = 0; step < 3000; ++step) {
     const int op = static_cast<int>(random() % 100);
@@ -65,16 +66,27 @@ TEST(OverlaySpill, EveryPageReadsBackAsLastWrittenAcrossLevelsAndRollbacks) {
       pager.begin();
       model.emplace_back();
       count_at_begin.push_back(count);
-    } else if (op < 60) {
+    } else if (op < 45) {
       const jet::PageNumber n = random() % count;
       pager.write(n, page_of(++tag));
+      model.back()[n] = tag;
+    } else if (op < 60) {
+      // Changed where it lies when nobody holds it; a page read before keeps what it read.
+      const jet::PageNumber n = random() % count;
+      const std::vector<std::uint8_t> before = page_of(expected(n)), after = page_of(++tag);
+      pager.edit(n, [&](std::span<std::uint8_t> bytes) {
+        ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), before.begin(), before.end())) << "step " << step;
+        std::copy(after.begin(), after.end(), bytes.begin());
+      });
       model.back()[n] = tag;
     } else if (op < 66) {
       ASSERT_EQ(pager.append(page_of(++tag)), count);
       model.back()[count++] = tag;
     } else if (op < 90) {
       const jet::PageNumber n = random() % count;
-      ASSERT_EQ(pager.read(n).view().copy(), page_of(expected(n))) << "step " << step;
+      jet::Page page = pager.read(n);
+      ASSERT_EQ(page.view().copy(), page_of(expected(n))) << "step " << step;
+      if (op < 72) held = {std::move(page), expected(n)};
     } else if (op < 95) {
       pager.commit();
       auto top = std::move(model.back());
@@ -87,6 +99,9 @@ TEST(OverlaySpill, EveryPageReadsBackAsLastWrittenAcrossLevelsAndRollbacks) {
       count = count_at_begin.back();
       count_at_begin.pop_back();
     }
+    if (held.first.size() > 0) {
+      ASSERT_EQ(held.first.view().copy(), page_of(held.second)) << "step " << step;
+    }
     EXPECT_LE(pager.resident_pages(), 3u);
     spilled |= pager.spilled_pages() > 0;
     if (model.empty()) {
@@ -97,6 +112,35 @@ TEST(OverlaySpill, EveryPageReadsBackAsLastWrittenAcrossLevelsAndRollbacks) {
   }
   EXPECT_TRUE(spilled);
   check_all();
+}
+
+// A page edited again and again is changed where it lies, unless a reader holds it or an
+// outer level made it: readers keep what they read, and a rollback gives the outer page back.
+TEST(OverlaySpill, EditsChangeInPlaceOnlyWhatNobodyElseSees) {
+  jet::MemoryPager base;
+  for (std::uint32_t i = 0; i < 4; ++i) base.add(page_of(i));
+  jet::OverlayPager pager(base, nullptr);
+  const auto set = [](std::uint8_t value) { return [value](std::span<std::uint8_t> b) { b[100] = value; }; };
+  pager.begin();
+  pager.edit(1, set(0xA1));  // the base's page: copied into the level
+  EXPECT_EQ(base.read(1).view().u8(100), page_of(1)[100]);
+  const std::uint8_t* where = pager.read(1).view().data();
+  pager.edit(1, set(0xA2));
+  EXPECT_EQ(pager.read(1).view().data(), where);  // changed in place
+  {
+    const jet::Page reader = pager.read(1);
+    pager.edit(1, set(0xA3));
+    EXPECT_EQ(reader.view().u8(100), 0xA2);  // the reader's page is not changed under it
+    EXPECT_EQ(pager.read(1).view().u8(100), 0xA3);
+  }
+  pager.begin();
+  pager.edit(1, set(0xB1));
+  EXPECT_EQ(pager.read(1).view().u8(100), 0xB1);
+  pager.rollback();
+  EXPECT_EQ(pager.read(1).view().u8(100), 0xA3);
+  pager.commit();
+  EXPECT_EQ(pager.read(1).view().u8(100), 0xA3);
+  EXPECT_EQ(pager.read(1).view().u8(101), page_of(1)[101]);
 }
 
 jet::TableDesign people() {

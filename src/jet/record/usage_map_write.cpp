@@ -10,7 +10,7 @@
 namespace jet {
 namespace {
 
-void flip(std::vector<std::uint8_t>& b, std::size_t at, std::uint64_t bit, bool on) {
+void flip(std::span<std::uint8_t> b, std::size_t at, std::uint64_t bit, bool on) {
   auto& byte = b[at + bit / 8];
   const auto mask = static_cast<std::uint8_t>(1u << (bit % 8));
   byte = on ? static_cast<std::uint8_t>(byte | mask) : static_cast<std::uint8_t>(byte & ~mask);
@@ -29,7 +29,7 @@ RowSpan row_span(const Page& page, std::uint16_t row) {
 }
 
 std::vector<PageNumber> marked_pages(Pager& pager, RowId where, PageNumber limit) {
-  const Page holder = pager.read(where.page);
+  Page holder = pager.read(where.page);
   const RowSpan span = row_span(holder, where.row);
   const ByteView row = holder.view().sub(span.offset, span.length);
   std::vector<PageNumber> out;
@@ -61,7 +61,7 @@ std::vector<PageNumber> marked_pages(Pager& pager, RowId where, PageNumber limit
 }
 
 std::optional<PageNumber> first_marked_page(Pager& pager, RowId where, PageNumber from, PageNumber limit) {
-  const Page holder = pager.read(where.page);
+  Page holder = pager.read(where.page);
   const RowSpan span = row_span(holder, where.row);
   const ByteView row = holder.view().sub(span.offset, span.length);
   // The first marked bit of `bitmap` (bit 0 = page `first`) for a page in [from, limit).
@@ -96,7 +96,7 @@ std::optional<PageNumber> first_marked_page(Pager& pager, RowId where, PageNumbe
 
 bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, bool grow,
                    const PageAppender& append) {
-  const Page holder = pager.read(where.page);
+  Page holder = pager.read(where.page);
   const RowSpan span = row_span(holder, where.row);
   if (span.length < 5) holder.view().damaged("table d'utilisation trop courte");
   const std::size_t at = span.offset;
@@ -105,15 +105,15 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
   // map page (not for each page a table takes).
   const ByteView held = holder.view();
   if (held.u8(at) == 0) {
-    std::vector<std::uint8_t> bytes = held.copy();
-    const std::uint32_t start = load_le32(&bytes[at + 1]);
+    const std::uint32_t start = held.u32(at + 1);
     const std::uint64_t bits = (span.length - 5) * 8;
     if (page >= start && page - start < bits) {
-      flip(bytes, at + 5, page - start, on);
-      pager.write(where.page, std::move(bytes));
+      holder = Page{};  // let go, so that the page may be changed in place
+      pager.edit(where.page, [&](std::span<std::uint8_t> b) { flip(b, at + 5, page - start, on); });
       return true;
     }
     if (!on) return true;  // not covered, hence not marked
+    std::vector<std::uint8_t> bytes = held.copy();
     if (!grow) return false;
     // Outgrown: rewrite as a reference map holding the same pages plus this one.
     std::vector<PageNumber> pages = read_usage_map(pager, where);
@@ -148,12 +148,10 @@ bool set_usage_bit(OverlayPager& pager, RowId where, PageNumber page, bool on, b
     store_le32(bytes, pointer_at, map_page);
     pager.write(where.page, std::move(bytes));
   }
-  const Page map = pager.read(map_page);
-  if (map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
+  holder = Page{};
+  if (const Page map = pager.read(map_page); map.view().u8(0) != static_cast<std::uint8_t>(PageKind::UsageMap))
     map.view().damaged("table d'utilisation attendue");
-  std::vector<std::uint8_t> map_bytes = map.view().copy();
-  flip(map_bytes, 4, page % per_map_page, on);
-  pager.write(map_page, std::move(map_bytes));
+  pager.edit(map_page, [&](std::span<std::uint8_t> b) { flip(b, 4, page % per_map_page, on); });
   return true;
 }
 

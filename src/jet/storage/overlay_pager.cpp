@@ -70,6 +70,7 @@ OverlayPager::Bytes OverlayPager::bytes_of(Entry& entry, bool keep) {
   }
   if (keep) {
     entry.bytes = bytes;
+    entry.own = false;  // the scratch file's copy, not ours to change
     ++resident_;
     make_room();
   }
@@ -91,12 +92,14 @@ void OverlayPager::discard(Entry& entry) noexcept {
   if (entry.slot != kNoSlot) spill_->release(entry.slot);
   entry.bytes.reset();
   entry.slot = kNoSlot;
+  entry.own = false;
 }
 
-void OverlayPager::place(PageNumber number, Bytes bytes) {
+void OverlayPager::place(PageNumber number, std::shared_ptr<std::vector<std::uint8_t>> bytes) {
   Entry& entry = levels_.back().pages[number];
   discard(entry);
   entry.bytes = std::move(bytes);
+  entry.own = true;
   entry.used = ++clock_;
   ++resident_;
   make_room();
@@ -140,6 +143,7 @@ void OverlayPager::make_room() {
       }
     }
     entry.bytes.reset();
+    entry.own = false;
     --resident_;
   }
   if (!to_file.empty()) write_early(to_file);
@@ -172,7 +176,26 @@ void OverlayPager::write(PageNumber number, std::vector<std::uint8_t> bytes) {
                               " au-delà de la fin du fichier");
   }
   if (bytes.size() != page_size()) refuse_overlay("page de taille incorrecte");
-  place(number, std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes)));
+  place(number, std::make_shared<std::vector<std::uint8_t>>(std::move(bytes)));
+}
+
+void OverlayPager::edit(PageNumber number, const std::function<void(std::span<std::uint8_t>)>& change) {
+  if (!levels_.empty()) {
+    auto& pages = levels_.back().pages;
+    auto it = pages.find(number);
+    if (it != pages.end() && it->second.own && it->second.bytes && it->second.bytes.use_count() == 1) {
+      Entry& entry = it->second;
+      // Made non-const by place(), and held by no one else: changing them changes no reader's
+      // page. Such bytes have no copy in the scratch file to go stale: a page stored there
+      // leaves memory and comes back as the file's.
+      change(std::span(const_cast<std::vector<std::uint8_t>&>(*entry.bytes)));
+      entry.used = ++clock_;
+      return;
+    }
+  }
+  std::vector<std::uint8_t> bytes = read(number).view().copy();
+  change(bytes);
+  write(number, std::move(bytes));
 }
 
 PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
@@ -185,7 +208,7 @@ PageNumber OverlayPager::append(std::vector<std::uint8_t> bytes) {
   }
   bytes.resize(page_size(), 0);
   const PageNumber number = page_count_++;
-  place(number, std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes)));
+  place(number, std::make_shared<std::vector<std::uint8_t>>(std::move(bytes)));
   return number;
 }
 

@@ -83,6 +83,11 @@ class OverlayPager final : public Pager {
   // Replaces page `number` (< page_count()) with `bytes` (exactly page_size bytes) in the
   // innermost level. Throws 3251 outside a transaction, 3049 for a page past the end.
   void write(PageNumber number, std::vector<std::uint8_t> bytes);
+  // Changes page `number` through `change`, as write() of a changed copy of read(number)
+  // would. The bytes are changed where they lie when the innermost level made them and nobody
+  // else holds them (no Page read from them is alive): a page changed over and over, as a
+  // usage map is by every page taken, is then not copied each time.
+  void edit(PageNumber number, const std::function<void(std::span<std::uint8_t>)>& change);
   // Appends a new page at the end of the file (in the overlay); returns its number.
   // Usage maps are not touched here: PageAllocator (page_allocator.h) does that.
   PageNumber append(std::vector<std::uint8_t> bytes);
@@ -118,6 +123,9 @@ class OverlayPager final : public Pager {
     Bytes bytes;
     std::uint32_t slot = kNoSlot;
     std::uint64_t used = 0;  // last read or write, for choosing what leaves memory
+    // `bytes` were made by write() or append() from the caller's vector: edit() may change
+    // them in place while no one else holds them.
+    bool own = false;
   };
   struct Level {
     std::map<PageNumber, Entry> pages;
@@ -128,7 +136,7 @@ class OverlayPager final : public Pager {
   // `keep`).
   Bytes bytes_of(Entry& entry, bool keep);
   // Puts `bytes` as page `number` into the innermost level.
-  void place(PageNumber number, Bytes bytes);
+  void place(PageNumber number, std::shared_ptr<std::vector<std::uint8_t>> bytes);
   // Lets go of an entry dropped or replaced.
   void discard(Entry& entry) noexcept;
   std::uint64_t rollbacks_ = 0;
