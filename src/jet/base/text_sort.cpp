@@ -39,12 +39,26 @@ constexpr std::uint8_t kKanaThenHidden = 0xFF;  // between the kana marks and a 
   throw Error(ErrorCode::UnsupportedKeyCharacter, text);
 }
 
-// Decodes UTF-8 into UTF-16 code units (Jet stores and indexes text as UTF-16). A key is
-// never made of text that is not well-formed UTF-8.
-std::u16string to_utf16_key_text(std::string_view s) {
-  for (std::size_t i = 0; i < s.size();)
-    if (!next_utf8(s, i).valid) unsupported_key_text(s);
-  return utf8_to_utf16(s);
+// The UTF-16 code units a key is made of (Jet stores and indexes text as UTF-16): the first
+// kMaxIndexedTextUnits of the text, its trailing spaces dropped, put in `units` (no
+// allocation per key). A key is never made of text that is not well-formed UTF-8, to its end.
+std::u16string_view key_units(std::string_view s, std::array<char16_t, kMaxIndexedTextUnits>& units) {
+  std::size_t n = 0;
+  const auto put = [&](char32_t unit) {
+    if (n < units.size()) units[n++] = static_cast<char16_t>(unit);
+  };
+  for (std::size_t i = 0; i < s.size();) {
+    const Utf8Char c = next_utf8(s, i);
+    if (!c.valid) unsupported_key_text(s);
+    if (c.code_point >= 0x10000) {
+      put(0xD800 + ((c.code_point - 0x10000) >> 10));
+      put(0xDC00 + ((c.code_point - 0x10000) & 0x3FF));
+    } else {
+      put(c.code_point);
+    }
+  }
+  while (n > 0 && units[n - 1] == u' ') --n;
+  return {units.data(), n};
 }
 
 // Kana size marks, three 2-bit marks to a byte under a 0x80 prefix; trailing full-size marks
@@ -64,8 +78,9 @@ void append_kana_marks(std::vector<std::uint8_t> marks, std::vector<std::uint8_t
 // Accent codes by character position; positions before the last accented one that carry no
 // accent hold kNoAccent, trailing ones are dropped.
 struct AccentRun {
+  explicit AccentRun(std::vector<std::uint8_t>& buffer) : bytes(buffer) { bytes.clear(); }
   bool started = false;
-  std::vector<std::uint8_t> bytes;
+  std::vector<std::uint8_t>& bytes;
   std::size_t positions = 0;  // character positions covered by `bytes`
   std::size_t lead = 0;       // a modifier met before any accent code stands alone first
 
@@ -132,14 +147,22 @@ bool general_text_key_known(char32_t c) { return find_char_code(c).has_value(); 
 void append_general_text_key(std::string_view utf8_text, bool ascending,
                              std::vector<std::uint8_t>& out) {
   if (append_plain_ascii_key(utf8_text, ascending, out)) return;
-  std::u16string text = to_utf16_key_text(utf8_text);
-  if (text.size() > kMaxIndexedTextUnits) text.resize(kMaxIndexedTextUnits);
-  while (!text.empty() && text.back() == u' ') text.pop_back();
+  std::array<char16_t, kMaxIndexedTextUnits> units;
+  const std::u16string_view text = key_units(utf8_text, units);
 
   const std::size_t start = out.size();
-  AccentRun accents;
-  std::vector<std::uint8_t> hidden;
-  std::vector<std::uint8_t> kana_marks;  // one per kana, in text order
+  // The runs' buffers serve from key to key on each thread (reached once: each use of a
+  // thread_local object costs a call).
+  struct Buffers {
+    std::vector<std::uint8_t> accents, hidden, kana_marks;  // kana marks: one per kana
+  };
+  thread_local Buffers buffers;
+  Buffers& own = buffers;
+  AccentRun accents(own.accents);
+  std::vector<std::uint8_t>& hidden = own.hidden;
+  std::vector<std::uint8_t>& kana_marks = own.kana_marks;
+  hidden.clear();
+  kana_marks.clear();
   std::size_t position = 0;  // characters that produced primary bytes so far
 
   for (char16_t unit : text) {

@@ -88,8 +88,8 @@ namespace {
 // wanted.
 template <typename Each>
 void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, const ByteView& bytes, Row& row,
-                 const Each& each) {
-  const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0);
+                 bool offsets_checked, const Each& each) {
+  const RowFrame frame = read_row_frame(bytes, layout, def.variable_columns > 0, offsets_checked);
   const std::size_t mask_at = frame.mask_at;
   const std::uint16_t var_count = frame.var_count;
   const std::size_t fixed_end = frame.fixed_end;
@@ -150,7 +150,7 @@ void decode_into(const FormatLayout& layout, Pager* pager, const TableDef& def, 
 
 void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, Row& row,
                      const ColumnSelection& wanted) {
-  decode_into(pager.layout(), &pager, def, bytes, row, [&](const auto& decode) {
+  decode_into(pager.layout(), &pager, def, bytes, row, false, [&](const auto& decode) {
     for (std::size_t k = 0; k < def.columns.size(); ++k) {
       const std::size_t order = def.columns[k].definition_order;
       if (wanted.empty() || (order < wanted.size() && wanted[order])) decode(k);
@@ -161,7 +161,7 @@ void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, R
 
 void decode_columns_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
                          std::span<const std::size_t> positions) {
-  decode_into(layout, nullptr, def, bytes, row, [&](const auto& decode) {
+  decode_into(layout, nullptr, def, bytes, row, true, [&](const auto& decode) {
     for (const std::size_t k : positions)
       if (k < def.columns.size()) decode(k);
   });

@@ -32,7 +32,8 @@ void decode_row_into(Pager& pager, const TableDef& def, const ByteView& bytes, R
                      const ColumnSelection& wanted = {});
 // Decodes only the columns at `positions` (in TableDef::columns) into `row`, sized to the
 // columns, leaving the others as they are; reads no page, for threads that must not: none of
-// those columns may be a Memo or OLE column holding a value (std::logic_error).
+// those columns may be a Memo or OLE column holding a value (std::logic_error). For a row
+// framed before (read_row_frame): only the offsets of the columns decoded are checked.
 void decode_columns_into(const FormatLayout& layout, const TableDef& def, const ByteView& bytes, Row& row,
                          std::span<const std::size_t> positions);
 

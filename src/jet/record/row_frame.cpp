@@ -5,12 +5,13 @@
 namespace jet {
 namespace {
 
-void read_wide(const ByteView& bytes, RowFrame& f) {
+void read_wide(const ByteView& bytes, RowFrame& f, bool offsets_checked) {
   if (f.mask_at < 4) bytes.damaged("table des colonnes variables hors de la ligne");
   f.var_count = bytes.u16(f.mask_at - 2);
   if (std::size_t{f.var_count} * 2 + 4 > f.mask_at) bytes.damaged("table des colonnes variables hors de la ligne");
   f.var_table = f.mask_at - 4;  // variable column 0; column i at var_table - 2*i
   f.fixed_end = bytes.u16(f.var_table);
+  if (offsets_checked) return;
   // Every offset, a Null column's too, in order and short of the offset table: other readers
   // (mdbtools) check them all and drop the row otherwise.
   const std::size_t table_start = f.var_table - 2 * std::size_t{f.var_count};
@@ -48,7 +49,7 @@ void read_narrow(const ByteView& bytes, RowFrame& f) {
 
 }  // namespace
 
-RowFrame read_row_frame(const ByteView& bytes, const FormatLayout& layout, bool has_variable) {
+RowFrame read_row_frame(const ByteView& bytes, const FormatLayout& layout, bool has_variable, bool offsets_checked) {
   RowFrame f;
   f.stored_columns = layout.row_count_size == 1 ? bytes.u8(0) : bytes.u16(0);
   const std::size_t mask_size = (std::size_t{f.stored_columns} + 7) / 8;
@@ -57,7 +58,7 @@ RowFrame read_row_frame(const ByteView& bytes, const FormatLayout& layout, bool 
   f.fixed_end = f.mask_at;
   if (!has_variable) return f;
   if (layout.row_count_size == 1) read_narrow(bytes, f);
-  else read_wide(bytes, f);
+  else read_wide(bytes, f, offsets_checked);
   if (f.fixed_end < layout.row_count_size) bytes.damaged("zone fixe négative");
   return f;
 }

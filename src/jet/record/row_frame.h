@@ -33,7 +33,9 @@ struct RowFrame {
 
 // Reads the frame of `bytes` (one live row); `has_variable` when the table has variable
 // columns (a row of a table without any keeps no offset table). Throws 3049 on a frame
-// that does not fit in the row, or variable offsets out of order or past their table.
-RowFrame read_row_frame(const ByteView& bytes, const FormatLayout& layout, bool has_variable);
+// that does not fit in the row, or (unless `offsets_checked`, for a row framed before) on
+// variable offsets out of order or past their table.
+RowFrame read_row_frame(const ByteView& bytes, const FormatLayout& layout, bool has_variable,
+                        bool offsets_checked = false);
 
 }  // namespace jet

@@ -68,8 +68,10 @@ BulkRowWriter::BulkRowWriter(OverlayPager& pager, PageAllocator& allocator, std:
       hook_(hook),
       long_values_(pager, allocator),
       next_auto_(def_.next_autonumber) {
-  for (const ColumnDef& c : def_.columns)
+  for (const ColumnDef& c : def_.columns) {
     if (examined_when_stored(c)) examined_.push_back(&c);
+    if (c.is_autonumber()) autonumbers_.push_back(&c);
+  }
   if (!def_.indexes.empty() && !hook_)
     throw Error(static_cast<int>(ErrorCode::OperationNotSupported),
                 describe(static_cast<int>(ErrorCode::OperationNotSupported)) + " (la table « " + name_ +
@@ -106,25 +108,27 @@ ColumnSelection BulkRowWriter::stored_row_needs() const {
     for (const IndexDef& index : def_.indexes)
       for (const IndexColumn& ic : index.columns)
         if (const ColumnDef* c = def_.column_by_number(ic.column_number)) wanted[c->definition_order] = true;
-  for (const ColumnDef& c : def_.columns)
-    if (c.is_autonumber()) wanted[c.definition_order] = true;
   return wanted;
 }
 
 std::optional<RowId> BulkRowWriter::add_stored(Pager& source_pager, const ByteView& bytes, const Row& values) {
+  const RowFrame frame = read_row_frame(bytes, pager_.layout(), def_.variable_columns > 0);
   // Autonumbers as TableWriter sees them: a Null one is numbered (which only encoding can
   // do), a larger one moves the counter on.
   std::uint32_t next_auto = next_auto_;
-  for (const ColumnDef& c : def_.columns) {
-    if (!c.is_autonumber()) continue;
-    const Value& v = values.at(c.definition_order);
-    if (v.is_null()) return std::nullopt;
-    if (c.type == ColumnType::Long && v.kind() == ValueKind::Long && v.as_long() > 0 &&
-        static_cast<std::uint32_t>(v.as_long()) > next_auto) {
-      next_auto = static_cast<std::uint32_t>(v.as_long());
+  for (const ColumnDef* c : autonumbers_) {
+    // Fixed columns (a long or a GUID): present when their bit is set and they lie in the row.
+    const std::size_t start = pager_.layout().row_count_size + std::size_t{c->fixed_offset};
+    if (!c->is_fixed() || c->number >= frame.stored_columns ||
+        ((bytes.u8(frame.mask_at + c->number / 8) >> (c->number % 8)) & 1) == 0 ||
+        start + fixed_column_size(*c) > frame.fixed_end) {
+      return std::nullopt;
+    }
+    if (c->type == ColumnType::Long) {
+      const auto number = static_cast<std::int32_t>(bytes.u32(start));
+      if (number > 0 && static_cast<std::uint32_t>(number) > next_auto) next_auto = static_cast<std::uint32_t>(number);
     }
   }
-  const RowFrame frame = read_row_frame(bytes, pager_.layout(), def_.variable_columns > 0);
   fields_.clear();
   for (const ColumnDef* c : examined_) {
     const std::optional<ByteView> field = stored_field(bytes, frame, *c);

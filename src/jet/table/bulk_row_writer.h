@@ -39,8 +39,8 @@ class BulkRowWriter {
   // Whether rows of `source`, read through `source_pager`, can be carried as stored: same
   // format and page size, the same columns in the same places with the same types.
   bool takes_stored_rows_of(const TableDef& source, const Pager& source_pager) const;
-  // The columns add_stored() needs decoded: the autonumbers, and those of the indexes unless
-  // the hook takes stored rows.
+  // The columns add_stored() needs decoded: those of the indexes, for a hook that does not
+  // take stored rows; none otherwise.
   ColumnSelection stored_row_needs() const;
   // Carries `bytes`, a live row of such a source, its long values read from `source_pager`.
   // `values` holds at least the columns stored_row_needs() names. nullopt, with nothing
@@ -68,6 +68,7 @@ class BulkRowWriter {
   std::uint32_t added_ = 0;
   std::uint32_t next_auto_ = 0;
   std::vector<const ColumnDef*> examined_;  // columns whose stored bytes are looked at
+  std::vector<const ColumnDef*> autonumbers_;
   std::vector<std::uint8_t> carried_;       // the stored row being carried, its references rewritten
   std::vector<ByteView> fields_;            // its long values kept out of the row
 };

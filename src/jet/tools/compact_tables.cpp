@@ -290,6 +290,7 @@ std::uint64_t append_rows(Database& source, const Table& from, WritableDatabase&
   BulkRowWriter writer(destination.pager(), destination.allocator(), entry.name, entry.table_page(), &gathered);
   const bool stored = writer.takes_stored_rows_of(from.def(), source.pager());
   const ColumnSelection needs = stored ? writer.stored_row_needs() : ColumnSelection{};
+  const bool decode_needed = std::find(needs.begin(), needs.end(), true) != needs.end();
   const auto position = positions(from.def(), to);
   std::uint64_t copied = 0;
   std::vector<std::uint32_t> placed;  // destination row pointers, in the order of the source's rows
@@ -297,7 +298,7 @@ std::uint64_t append_rows(Database& source, const Table& from, WritableDatabase&
   from.scan_stored([&](RowId, const ByteView& bytes) {
     std::optional<RowId> at;
     if (stored) {
-      decode_row_into(source.pager(), from.def(), bytes, values, needs);
+      if (decode_needed) decode_row_into(source.pager(), from.def(), bytes, values, needs);
       at = writer.add_stored(source.pager(), bytes, values);
     }
     if (!at) {
