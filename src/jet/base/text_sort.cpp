@@ -35,6 +35,12 @@ constexpr std::uint8_t kKanaMarkPrefix = 0x80;
 constexpr std::uint8_t kKanaMarksEnd[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
 constexpr std::uint8_t kKanaThenHidden = 0xFF;  // between the kana marks and a hidden run
 
+// A character's few bytes, appended one by one: a call to insert() costs more than they.
+template <typename Bytes>
+void put(std::vector<std::uint8_t>& out, const Bytes& bytes, std::size_t size) {
+  for (std::size_t i = 0; i < size; ++i) out.push_back(bytes[i]);
+}
+
 [[noreturn]] void unsupported_key_text(std::string_view text) {
   throw Error(ErrorCode::UnsupportedKeyCharacter, text);
 }
@@ -123,7 +129,7 @@ bool append_plain_ascii_key(std::string_view text, bool ascending, std::vector<s
     }
     const CharCode& found = **code;
     if (found.kind == CharKind::Plain) {
-      out.insert(out.end(), found.primary.begin(), found.primary.begin() + found.primary_size);
+      put(out, found.primary, found.primary_size);
     } else if (found.kind != CharKind::Unknown && found.kind != CharKind::Ignored) {
       out.resize(start);
       return false;
@@ -175,15 +181,15 @@ void append_general_text_key(std::string_view utf8_text, bool ascending,
       case CharKind::Ignored:
         break;
       case CharKind::Plain:
-        out.insert(out.end(), primary.begin(), primary.end());
+        put(out, primary, primary.size());
         ++position;
         break;
       case CharKind::Accented:
       case CharKind::Kana:
-        out.insert(out.end(), primary.begin(), primary.end());
+        put(out, primary, primary.size());
         if (!extra.empty()) {
           accents.pad_to(position);
-          accents.bytes.insert(accents.bytes.end(), extra.begin(), extra.end());
+          put(accents.bytes, extra, extra.size());
           accents.positions = position + 1;
         }
         if (code->kind == CharKind::Kana) kana_marks.push_back(code->kana_mark);
