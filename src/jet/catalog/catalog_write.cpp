@@ -1,5 +1,6 @@
 #include "jet/catalog/catalog_write.h"
 
+#include <array>
 
 #include "jet/base/error.h"
 #include "jet/table/index_maintain_hook.h"
@@ -14,11 +15,6 @@ namespace jet {
 [[noreturn]] void throw_damaged_catalog(std::string_view column);
 
 namespace {
-
-const Value* column(const TableDef& def, const Row& row, std::string_view name) {
-  const ColumnDef* c = def.find_column(name);
-  return c ? &row[c->definition_order] : nullptr;
-}
 
 void set_catalog_column(const TableDef& def, Row& row, std::string_view name, Value value) {
   const ColumnDef* c = def.find_column(name);
@@ -36,21 +32,44 @@ double date(const Value* v) { return v && v->kind() == ValueKind::Date ? v->as_d
 Value text_or_null(const std::string& s) { return s.empty() ? Value::null() : Value::text(s); }
 Value bytes_or_null(const std::vector<std::uint8_t>& b) { return b.empty() ? Value::null() : Value::binary(b); }
 
-ObjectRow object_of(const TableDef& def, const Row& row) {
+// Where the catalog's columns lie in its rows, looked up by name once for a whole scan.
+struct ObjectColumns {
+  explicit ObjectColumns(const TableDef& def) : def_(def) {}
+  const Value* get(const Row& row, std::size_t which) const {
+    const ColumnDef* c = columns_[which];
+    return c && c->definition_order < row.size() ? &row[c->definition_order] : nullptr;
+  }
+  enum : std::size_t { Id, ParentId, Name, Type, Flags, DateCreate, DateUpdate, Owner, LvProp, Connect, Database,
+                       ForeignName, LvExtra, Count };
+
+ private:
+  const TableDef& def_;
+  const std::array<const ColumnDef*, Count> columns_ = [this] {
+    static constexpr std::array<std::string_view, Count> names = {
+        "Id",       "ParentId", "Name",    "Type",     "Flags",       "DateCreate", "DateUpdate",
+        "Owner",    "LvProp",   "Connect", "Database", "ForeignName", "LvExtra"};
+    std::array<const ColumnDef*, Count> found{};
+    for (std::size_t i = 0; i < Count; ++i) found[i] = def_.find_column(names[i]);
+    return found;
+  }();
+};
+
+ObjectRow object_of(const ObjectColumns& c, const Row& row) {
+  using C = ObjectColumns;
   ObjectRow o;
-  o.id = static_cast<std::int32_t>(whole(column(def, row, "Id")));
-  o.parent_id = static_cast<std::int32_t>(whole(column(def, row, "ParentId")));
-  o.name = text(column(def, row, "Name"));
-  o.type = static_cast<std::int16_t>(whole(column(def, row, "Type")));
-  o.flags = static_cast<std::uint32_t>(whole(column(def, row, "Flags")));
-  o.created = date(column(def, row, "DateCreate"));
-  o.updated = date(column(def, row, "DateUpdate"));
-  o.owner = bytes(column(def, row, "Owner"));
-  o.properties = bytes(column(def, row, "LvProp"));
-  o.connect = text(column(def, row, "Connect"));
-  o.database = text(column(def, row, "Database"));
-  o.foreign_name = text(column(def, row, "ForeignName"));
-  o.lv_extra = bytes(column(def, row, "LvExtra"));
+  o.id = static_cast<std::int32_t>(whole(c.get(row, C::Id)));
+  o.parent_id = static_cast<std::int32_t>(whole(c.get(row, C::ParentId)));
+  o.name = text(c.get(row, C::Name));
+  o.type = static_cast<std::int16_t>(whole(c.get(row, C::Type)));
+  o.flags = static_cast<std::uint32_t>(whole(c.get(row, C::Flags)));
+  o.created = date(c.get(row, C::DateCreate));
+  o.updated = date(c.get(row, C::DateUpdate));
+  o.owner = bytes(c.get(row, C::Owner));
+  o.properties = bytes(c.get(row, C::LvProp));
+  o.connect = text(c.get(row, C::Connect));
+  o.database = text(c.get(row, C::Database));
+  o.foreign_name = text(c.get(row, C::ForeignName));
+  o.lv_extra = bytes(c.get(row, C::LvExtra));
   return o;
 }
 
@@ -82,9 +101,10 @@ template <class Pred>
 std::optional<Located> locate(Pager& pager, Pred pred) {
   const TableDef def = read_table_def(pager, disk::kCatalogPage);
   const Table table(pager, "MSysObjects", def);
+  const ObjectColumns columns(def);
   std::optional<Located> found;
   table.scan([&](RowId id, const Row& row) {
-    ObjectRow o = object_of(def, row);
+    ObjectRow o = object_of(columns, row);
     if (!pred(o)) return true;
     found = Located{id, std::move(o)};
     return false;
@@ -138,8 +158,9 @@ CatalogWriter::CatalogWriter(OverlayPager& pager, PageAllocator& allocator) : pa
 std::vector<ObjectRow> CatalogWriter::rows() {
   const TableDef def = read_table_def(pager_, disk::kCatalogPage);
   std::vector<ObjectRow> out;
+  const ObjectColumns columns(def);
   Table(pager_, "MSysObjects", def).scan([&](RowId, const Row& row) {
-    out.push_back(object_of(def, row));
+    out.push_back(object_of(columns, row));
     return true;
   });
   return out;
