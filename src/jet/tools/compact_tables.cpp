@@ -4,11 +4,11 @@
 #include <optional>
 #include <unordered_map>
 
-#include "jet/base/hand_off.h"
 #include "jet/table/btree_build.h"
 #include "jet/table/bulk_row_writer.h"
 #include "jet/table/index_entry_sort.h"
 #include "jet/btree/btree_write_overlay.h"
+#include "jet/tools/compact_index_gathering.h"
 #include "jet/tools/compact_internal.h"
 #include "jet/base/error.h"
 #include "jet/btree/index_row_key.h"
@@ -26,142 +26,6 @@
 namespace jet::compact_detail {
 namespace {
 constexpr const char* kPlaceholder = "~cle_etrangere_";
-
-// Rows go in without index maintenance: the indexes are built in bulk once the table is
-// full, from the entries gathered here as each row goes in (reading the rows back would
-// decode every row once more per index). Entries past a memory budget wait in sorted runs in
-// scratch files beside the new database ("<name>.tri<N>").
-//
-// The keys are made and sorted on a helper thread, batch by batch, while the rows of the
-// next batch are copied. A row carried as stored joins the batch as its bytes, decoded on the
-// helper thread; one written from values joins it as its indexed values (copied into values
-// kept from batch to batch, so that their buffers serve again).
-class GatheredIndexes final : public IndexHook {
- public:
-  // `budget`: bytes of entries held in memory, shared among the table's indexes.
-  GatheredIndexes(const TableDef& def, const FormatLayout& layout, const os::Services& services,
-                  const std::string& path, std::size_t budget)
-      : def_(def), layout_(layout), path_(path), pool_(budget), complete_(def.indexes.size(), true) {
-    for (std::size_t i = 0; i < def.indexes.size(); ++i)
-      entries_.push_back(std::make_unique<IndexEntrySort>(services, path + ".tri" + std::to_string(i), pool_));
-    for (const IndexDef& index : def.indexes)
-      for (const IndexColumn& ic : index.columns)
-        for (std::size_t at = 0; at < def.columns.size(); ++at)
-          if (def.columns[at].number == ic.column_number) {
-            indexed_.push_back(at);
-            // Decoding one would read its long value, which only this thread may do.
-            if (is_long_value(def.columns[at].type)) stored_ = false;
-          }
-    std::sort(indexed_.begin(), indexed_.end());
-    indexed_.erase(std::unique(indexed_.begin(), indexed_.end()), indexed_.end());
-    stored_ = stored_ && !entries_.empty();
-  }
-
-  void check(const TableDef&, const Row*, const Row*, std::optional<RowId>) override {}
-  void apply(const TableDef&, const Row* old_values, const Row* new_values, RowId id) override {
-    if (old_values || !new_values) {
-      // Rows overwritten or removed: the indexes are read back from the rows instead.
-      settle();
-      for (std::size_t i = 0; i < entries_.size(); ++i) drop(i);
-      return;
-    }
-    if (entries_.empty()) return;
-    Batch& batch = filling_;
-    if (batch.valued == batch.rows.size()) batch.rows.emplace_back(def_.columns.size(), Value::null());
-    Row& row = batch.rows[batch.valued];
-    for (const std::size_t at : indexed_)
-      if (at < new_values->size()) row[at] = (*new_values)[at];
-    batch.entries.push_back({id, static_cast<std::uint32_t>(batch.valued++), 0, false});
-    if (batch.entries.size() == kBatchRows) hand_over();
-  }
-  bool takes_stored_rows() const override { return stored_; }
-  void apply_stored(const TableDef&, std::span<const std::uint8_t> row, RowId id) override {
-    Batch& batch = filling_;
-    batch.entries.push_back({id, static_cast<std::uint32_t>(batch.bytes.size()), static_cast<std::uint32_t>(row.size()), true});
-    batch.bytes.insert(batch.bytes.end(), row.begin(), row.end());
-    if (batch.entries.size() == kBatchRows) hand_over();
-  }
-
-  // The entries of index `i` of every row, or null when they must be read back.
-  IndexEntrySort* take(std::size_t i) {
-    settle();
-    return i < entries_.size() && complete_[i] ? entries_[i].get() : nullptr;
-  }
-
- private:
-  static constexpr std::size_t kBatchRows = 2048;
-  // A row of a batch: its stored bytes ([at, at + length) of `bytes`) or its values
-  // (`rows[at]`).
-  struct Entry {
-    RowId id;
-    std::uint32_t at = 0, length = 0;
-    bool stored = false;
-  };
-  // On cache lines of its own: the batch filled row by row beside the one being read would
-  // make the two cores pass their line back and forth at every row.
-  struct alignas(64) Batch {
-    std::vector<Entry> entries;
-    std::vector<Row> rows;
-    std::size_t valued = 0;  // rows in use
-    std::vector<std::uint8_t> bytes;
-    void clear() {
-      entries.clear();
-      bytes.clear();
-      valued = 0;
-    }
-  };
-
-  void hand_over() {
-    helper_.wait();
-    std::swap(filling_, handed_);
-    filling_.clear();
-    helper_.start([this] { gather(handed_); });
-  }
-  // Every row handed so far is in the sorts.
-  void settle() {
-    if (!filling_.entries.empty()) hand_over();
-    helper_.wait();
-  }
-
-  void gather(const Batch& batch) {
-    for (const Entry& entry : batch.entries) {
-      if (entry.stored)
-        decode_columns_into(layout_, def_, ByteView(batch.bytes.data() + entry.at, entry.length, entry.id.page, &path_),
-                            decoded_, indexed_);
-      const Row* values = entry.stored ? &decoded_ : &batch.rows[entry.at];
-      for (std::size_t i = 0; i < def_.indexes.size() && i < entries_.size(); ++i) {
-        if (!complete_[i] || row_left_out_of_index(def_, def_.indexes[i], *values)) continue;
-        key_.clear();
-        try {
-          append_row_key(key_, def_, def_.indexes[i], *values);
-        } catch (const Error& e) {
-          if (!key_not_computable(e)) throw;
-          drop(i);  // its stored key is taken from the source
-          continue;
-        }
-        entries_[i]->add(key_.bytes(), entry.id);
-      }
-    }
-  }
-
-  void drop(std::size_t i) {
-    complete_[i] = false;
-    entries_[i]->clear();
-  }
-
-  const TableDef def_;
-  const FormatLayout& layout_;
-  const std::string path_;  // named by a damaged row's error
-  IndexEntrySort::Pool pool_;  // declared before the sorts: they draw on it until they are gone
-  std::vector<std::unique_ptr<IndexEntrySort>> entries_;
-  std::vector<bool> complete_;
-  std::vector<std::size_t> indexed_;  // positions of the columns some index holds
-  bool stored_ = true;                // rows carried as stored are taken as bytes
-  alignas(64) KeyWriter key_;  // one buffer for every key made (on the helper thread)
-  Row decoded_;                // a stored row's indexed values (on the helper thread)
-  Batch filling_, handed_;
-  alignas(64) HandOff helper_;  // declared last: gone first, once the batch under way is done
-};
 
 [[noreturn]] void cannot_carry(const std::string& path, const std::string& what) {
   throw_damaged(path, "compactage impossible : " + what);
