@@ -27,36 +27,35 @@ class TreeBuilder {
 
   // `item` is copied into an entry of a page written earlier, so that its buffer serves again.
   void add(std::size_t depth, const IndexNodeItem& item) {
-    open_level(depth);
     const std::size_t size = index_item_size(item, depth == 0);
-    Level& level = levels_[depth];
-    if (!level.node.items.empty() && level.used + size > room_) {
-      if (!level.split) level.node.number = store_.allocate_page();
-      const PageNumber next = store_.allocate_page();
-      level.node.next = next;
-      IndexNodeItem up{level.node.items.back().key, level.node.items.back().row, level.node.number};
-      write(level.node);
-      level.node.prev = level.node.number;
-      level.node.number = next;
-      level.node.next = 0;
-      for (IndexNodeItem& written : level.node.items) level.spare.push_back(std::move(written));
-      level.node.items.clear();
-      level.used = 0;
-      level.split = true;
-      add(depth + 1, up);
-    }
-    Level& same = levels_[depth];  // `level` may have moved with the levels above added
-    if (same.spare.empty()) {
-      same.node.items.push_back(item);
+    Level& level = room_for(depth, size);
+    if (level.spare.empty()) {
+      level.node.items.push_back(item);
     } else {
-      IndexNodeItem& slot = same.node.items.emplace_back(std::move(same.spare.back()));
-      same.spare.pop_back();
+      IndexNodeItem& slot = level.node.items.emplace_back(std::move(level.spare.back()));
+      level.spare.pop_back();
       slot.key.assign(item.key.begin(), item.key.end());
       slot.row = item.row;
       slot.child = item.child;
     }
-    same.used += size;
+    level.used += size;
   }
+  // A leaf entry taken as it is, its key not copied: `item` is given the buffer of an entry
+  // written earlier, for the next one.
+  void take(IndexNodeItem& item) {
+    const std::size_t size = index_item_size(item, true);
+    Level& level = room_for(0, size);
+    level.node.items.emplace_back(std::move(item));
+    if (level.spare.empty()) {
+      item = IndexNodeItem{};
+    } else {
+      item = std::move(level.spare.back());
+      level.spare.pop_back();
+    }
+    level.used += size;
+  }
+  // The last leaf entry added or taken (there must be one).
+  const IndexNodeItem& last() const { return levels_.front().node.items.back(); }
 
   void finish() {
     open_level(0);  // an index of no entry is one empty leaf
@@ -80,6 +79,28 @@ class TreeBuilder {
     bool split = false;  // a page of this level was written: it is not the top
     std::vector<IndexNodeItem> spare;  // entries of written pages, their buffers to reuse
   };
+  // The level at `depth`, its page written first and a new one started when an entry of
+  // `size` bytes would not fit.
+  Level& room_for(std::size_t depth, std::size_t size) {
+    open_level(depth);
+    Level& level = levels_[depth];
+    if (!level.node.items.empty() && level.used + size > room_) {
+      if (!level.split) level.node.number = store_.allocate_page();
+      const PageNumber next = store_.allocate_page();
+      level.node.next = next;
+      IndexNodeItem up{level.node.items.back().key, level.node.items.back().row, level.node.number};
+      write(level.node);
+      level.node.prev = level.node.number;
+      level.node.number = next;
+      level.node.next = 0;
+      for (IndexNodeItem& written : level.node.items) level.spare.push_back(std::move(written));
+      level.node.items.clear();
+      level.used = 0;
+      level.split = true;
+      add(depth + 1, up);
+    }
+    return levels_[depth];  // `level` may have moved with the levels above added
+  }
   void open_level(std::size_t depth) {
     if (depth < levels_.size()) return;
     Level level;
@@ -172,18 +193,16 @@ void build_index_tree_from(IndexPageStore& store, PageNumber table_page, PageNum
   }
   TreeBuilder builder(store, table_page, root);
   IndexNodeItem item;
-  std::vector<std::uint8_t> previous_key;
-  RowId previous_row;
   bool first = true;
   while (next(item)) {
-    if (!first && compare_entries(previous_key, previous_row, item.key, item.row) >= 0) {
-      throw_damaged(pager.file_name(), "entrées d'index à construire hors d'ordre");
+    if (!first) {
+      const IndexNodeItem& previous = builder.last();
+      if (compare_entries(previous.key, previous.row, item.key, item.row) >= 0)
+        throw_damaged(pager.file_name(), "entrées d'index à construire hors d'ordre");
     }
     first = false;
-    previous_key.assign(item.key.begin(), item.key.end());
-    previous_row = item.row;
     item.child = 0;
-    builder.add(0, item);  // `item` keeps its buffer for the next entry
+    builder.take(item);
   }
   builder.finish();
 }
